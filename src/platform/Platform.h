@@ -1,0 +1,60 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/Clock.h"
+#include "platform/Collation.h"
+#include "platform/DirectoryService.h"
+#include "platform/Log.h"
+#include "platform/LoginService.h"
+#include "platform/Markup.h"
+#include "platform/MembershipService.h"
+#include "platform/NotificationCenter.h"
+#include "platform/ParentalControls.h"
+#include "platform/PlatformException.h"
+#include "platform/PreferenceStore.h"
+#include "platform/Process.h"
+#include "platform/RunLoop.h"
+#include "platform/SessionService.h"
+#include "platform/TextSystem.h"
+
+namespace gatehall {
+
+/// The host: every service that the layer needs, each described in its own header. A porter
+/// implements this class; the program that uses the layer installs one and then calls the layer.
+///
+/// The references are good as long as the platform. A service may be made when it is first asked
+/// for, so that a program which never asks never pays. From any thread, unless the service's
+/// own header narrows it.
+class Platform {
+ public:
+  virtual ~Platform() = default;
+
+  virtual Process& process() = 0;
+  virtual DirectoryService& directory() = 0;
+  virtual SessionService& sessions() = 0;
+  virtual LoginService& loginService() = 0;
+  virtual MembershipService& membership() = 0;
+  virtual ParentalControls& parentalControls() = 0;
+  virtual PreferenceStore& preferences() = 0;
+  virtual PropertyListReader& propertyLists() = 0;
+  virtual NotificationCenter& notificationCenter() = 0;
+  virtual NotificationCenter& distributedNotificationCenter() = 0;
+  virtual SystemNotifications& systemNotifications() = 0;
+  virtual RunLoop& runLoop() = 0;
+  virtual Clock& clock() = 0;
+  virtual Log& log() = 0;
+  virtual Collation& collation() = 0;
+  virtual TextSystem& text() = 0;
+  virtual Markup& markup() = 0;
+
+  /// Chooses the host of this process (nullptr: none). Drops the layer's shared instances and
+  /// process-wide caches, which belong to the host before it; nothing else may use the layer
+  /// meanwhile.
+  static void install(std::shared_ptr<Platform> platform);
+};
+
+/// The installed host. Calling it without one is a programming error and ends the process.
+Platform& platform();
+
+}  // namespace gatehall

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace gatehall {
+
+/// The one exception type that the host's services raise and that the layer catches, and only where
+/// an operation's contract says so. Any other exception passes through the layer untouched.
+class PlatformException : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+}  // namespace gatehall

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+namespace gatehall {
+
+/// Something that wakes a run loop; made by the service whose events it carries.
+class RunLoopSource {
+ public:
+  virtual ~RunLoopSource() = default;
+};
+
+/// In which of the main run loop's modes a source is heard: only the default one, or all common
+/// ones (so also while a modal panel or a menu is open).
+enum class RunLoopMode { Default, Common };
+
+/// The run loop and the threads beside it. A task that throws ends the process.
+class RunLoop {
+ public:
+  virtual ~RunLoop() = default;
+
+  /// Runs the task on the calling thread's run loop, once, when the delay (seconds) has passed.
+  /// Requests are not merged.
+  virtual void performAfterDelay(double seconds, std::function<void()> task) = 0;
+
+  /// Runs the task on the main thread and returns when it has run: at once when called there, else
+  /// from the main run loop while the caller waits.
+  virtual void performOnMainThreadAndWait(std::function<void()> task) = 0;
+
+  /// Starts a thread that nobody waits for. From any thread.
+  virtual void detachNewThread(std::function<void()> body) = 0;
+
+  /// Lets the calling thread wait.
+  virtual void sleep(double seconds) = 0;
+
+  /// Adds a source to the main run loop, and takes it out. From the main thread.
+  virtual void addSource(std::shared_ptr<RunLoopSource> source, RunLoopMode mode) = 0;
+  virtual void removeSource(const std::shared_ptr<RunLoopSource>& source, RunLoopMode mode) = 0;
+};
+
+}  // namespace gatehall
