@@ -35,18 +35,20 @@ class Platform {
   virtual SessionService& sessions() = 0;
   virtual LoginService& loginService() = 0;
   virtual MembershipService& membership() = 0;
-  virtual ParentalControls& parentalControls() = 0;
   virtual PreferenceStore& preferences() = 0;
   virtual PropertyListReader& propertyLists() = 0;
   virtual NotificationCenter& notificationCenter() = 0;
   virtual NotificationCenter& distributedNotificationCenter() = 0;
-  virtual SystemNotifications& systemNotifications() = 0;
-  virtual RunLoop& runLoop() = 0;
   virtual Clock& clock() = 0;
   virtual Log& log() = 0;
   virtual Collation& collation() = 0;
-  virtual TextSystem& text() = 0;
-  virtual Markup& markup() = 0;
+
+  // Services that a host may lack; asking for one that it lacks raises PlatformException.
+  virtual ParentalControls& parentalControls();
+  virtual SystemNotifications& systemNotifications();
+  virtual RunLoop& runLoop();
+  virtual TextSystem& text();
+  virtual Markup& markup();
 
   /// Chooses the host of this process (nullptr: none). Drops the layer's shared instances and
   /// process-wide caches, which belong to the host before it; nothing else may use the layer
