@@ -1,0 +1,23 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace gatehall {
+
+/// Where a Linux host's files and services are found. The defaults are the machine itself; tests
+/// point a host at a directory and a bus of their own. Nothing here is ever taken from the
+/// environment.
+struct HostOptions {
+  /// Put in front of every absolute path that the host reads: "" or a directory without a slash at
+  /// its end.
+  std::string root;
+
+  /// D-Bus address of the system bus; empty: the system's own.
+  std::string systemBusAddress;
+
+  /// How long one call to another process may take.
+  std::chrono::milliseconds callTimeout{3000};
+};
+
+}  // namespace gatehall
