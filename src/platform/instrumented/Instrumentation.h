@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "platform/instrumented/FaultPlan.h"
+#include "platform/instrumented/Trace.h"
+
+namespace gatehall {
+
+/// What the instrumented services of one host share. From any thread.
+class Instrumentation {
+ public:
+  Instrumentation(std::vector<Fault> faults, std::shared_ptr<Trace> trace)
+      : mFaults(std::move(faults)), mTrace(std::move(trace)) {}
+
+  /// To be called first in every operation: records the call and counts it. Raises what a fault
+  /// says to raise; true when the operation is to answer nothing. Describing (a callable that
+  /// answers CallFacts) happens only when somebody wants to know.
+  template <class Describe>
+  bool answersNothing(std::string_view operation, const Describe& describe) {
+    const bool faulty = mFaults.concerns(operation);
+    if (!mTrace && !faulty) return false;
+    CallFacts facts = describe();
+    if (mTrace) mTrace->append({std::string(operation), std::move(facts.arguments)});
+    return faulty && mFaults.failsByAnsweringNothing(operation, facts);
+  }
+
+  /// The same for an operation without arguments.
+  bool answersNothing(std::string_view operation) {
+    return answersNothing(operation, [] { return CallFacts{}; });
+  }
+
+ private:
+  FaultPlan mFaults;
+  std::shared_ptr<Trace> mTrace;
+};
+
+}  // namespace gatehall
