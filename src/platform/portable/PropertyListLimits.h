@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string_view>
+
+namespace gatehall {
+
+/// Reads a property list as far as its nesting and its size once unfolded, before a library that
+/// recurses into it and copies shared parts does. Raises PlatformException when it nests deeper
+/// than 100 collections, when a binary list contains itself or unfolds beyond 64 MiB, and when it
+/// is too damaged to tell.
+void checkPropertyListLimits(std::string_view bytes);
+
+/// The first bytes of a binary property list.
+inline constexpr std::string_view kBinaryPropertyListMagic = "bplist00";
+
+}  // namespace gatehall
