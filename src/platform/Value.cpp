@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace gatehall {
@@ -153,6 +154,25 @@ std::string Value::description() const {
                  },
                  [](const Dictionary& entries) { return gatehall::description(entries); }},
       mStorage);
+}
+
+void Value::wipe() {
+  std::visit(Overloaded{[](std::string& text) {
+                          explicit_bzero(text.data(), text.size());
+                          text.clear();
+                        },
+                        [](Data& bytes) {
+                          explicit_bzero(bytes.data(), bytes.size());
+                          bytes.clear();
+                        },
+                        [](Array& elements) {
+                          for (auto& element : elements) element.wipe();
+                        },
+                        [](Dictionary& entries) {
+                          for (auto& [key, value] : entries) value.wipe();
+                        },
+                        [](auto&) {}},
+             mStorage);
 }
 
 std::string description(const Strings& texts) { return Value(texts).description(); }

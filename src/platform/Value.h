@@ -70,6 +70,10 @@ class Value {
   /// 0, a list as "(a, b)", a dictionary as "{key = value; }" in key order.
   std::string description() const;
 
+  /// Overwrites the texts and bytes that the value holds, at any depth, and leaves them empty: for
+  /// secrets, before their memory is given back.
+  void wipe();
+
   const Storage& storage() const { return mStorage; }
   friend bool operator==(const Value&, const Value&) = default;
 

@@ -1,0 +1,66 @@
+#include "access/GHUIManagedPrefs.h"
+
+#include <string>
+#include <utility>
+
+#include "platform/Platform.h"
+#include "platform/ProcessWide.h"
+
+namespace gatehall {
+
+namespace {
+
+constexpr std::string_view kLoginScreenFile =
+    "/Library/Managed Preferences/com.orvane.gatehall.plist";
+constexpr std::string_view kTavloFile = "/Library/Managed Preferences/com.orvane.Tavlo.plist";
+constexpr std::string_view kDisableAutoLogin = "com.orvane.login.tavlo.DisableAutoLoginClient";
+
+ProcessWide<GHUIManagedPrefs> sharedPrefs;
+
+std::optional<Dictionary> readDictionary(std::string_view path) {
+  const auto content = platform().propertyLists().readPropertyList(path);
+  const auto* entries = content ? content->dictionary() : nullptr;
+  return entries != nullptr ? std::optional(*entries) : std::nullopt;
+}
+
+}  // namespace
+
+std::shared_ptr<GHUIManagedPrefs> GHUIManagedPrefs::managedPrefs() {
+  if (auto prefs = sharedPrefs.get()) return prefs;
+  return sharedPrefs.keep(std::make_shared<GHUIManagedPrefs>());
+}
+
+GHUIManagedPrefs::GHUIManagedPrefs() { synchronize(); }
+
+void GHUIManagedPrefs::synchronize() {
+  mManagedPreferences.store(nullptr);
+  if (auto entries = readDictionary(kLoginScreenFile)) {
+    mManagedPreferences = std::make_shared<const Dictionary>(std::move(*entries));
+  }
+  mergeTavloPrefs();
+}
+
+void GHUIManagedPrefs::mergeTavloPrefs() {
+  const auto tavlo = readDictionary(kTavloFile);
+  if (!tavlo || objectForKey(kDisableAutoLogin)) return;
+  const auto entry = tavlo->find(kDisableAutoLogin);
+  if (entry != tavlo->end()) setObject(entry->second, kDisableAutoLogin);
+}
+
+std::optional<Value> GHUIManagedPrefs::objectForKey(std::string_view key) const {
+  const auto entries = mManagedPreferences.load();
+  if (!entries) return std::nullopt;
+  const auto entry = entries->find(key);
+  return entry != entries->end() ? std::optional(entry->second) : std::nullopt;
+}
+
+void GHUIManagedPrefs::setObject(std::optional<Value> value,
+                                 std::optional<std::string_view> forKey) {
+  if (!value || !forKey) return;
+  const auto present = mManagedPreferences.load();
+  auto changed = present ? *present : Dictionary();
+  changed.insert_or_assign(std::string(*forKey), std::move(*value));
+  mManagedPreferences = std::make_shared<const Dictionary>(std::move(changed));
+}
+
+}  // namespace gatehall

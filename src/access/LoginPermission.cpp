@@ -1,0 +1,113 @@
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "access/NetworkStatus.h"
+#include "access/USPrefs.h"
+#include "access/UserAccess.h"
+#include "directory/GroupMembership.h"
+#include "directory/UserLists.h"
+#include "directory/UserLookup.h"
+#include "platform/ProcessWide.h"
+
+namespace gatehall {
+
+namespace {
+
+ProcessWide<UserAccess> sharedAccess;
+
+Strings stringsOf(const Array& list) {
+  Strings texts;
+  for (const auto& entry : list) {
+    if (const auto* text = entry.string()) texts.push_back(*text);
+  }
+  return texts;
+}
+
+std::shared_ptr<const LoginList> expanded(const std::optional<Array>& preference,
+                                          PreferenceSource source) {
+  if (!preference || preference->empty()) return nullptr;
+  auto entries = stringsOf(*preference);
+  if (std::find(entries.begin(), entries.end(), kEveryone) != entries.end()) {
+    return std::make_shared<const LoginList>(Strings{std::string(kEveryone)}, source);
+  }
+  auto guids = expandGUIDList(std::move(entries));
+  return guids ? std::make_shared<const LoginList>(std::move(*guids), source) : nullptr;
+}
+
+}  // namespace
+
+bool LoginList::holds(const std::optional<std::string>& guid) const {
+  return guid && std::find(guids.begin(), guids.end(), *guid) != guids.end();
+}
+
+std::shared_ptr<UserAccess> UserAccess::sharedUserAccess() {
+  if (auto access = sharedAccess.get()) return access;
+  return sharedAccess.keep(std::make_shared<UserAccess>());
+}
+
+LoginDecision UserAccess::decideLogin(const CachedUser& user) {
+  if (!user.hasSACLAccess()) return {LoginRule::NoServiceAccess, {}};
+  if (user.isInAdminGroup()) return {LoginRule::Administrator, {}};
+  if (user.isLocalUser() && !user.isMobileHomeUser()) {
+    PreferenceSource source{};
+    const bool enabled = USPrefs::localUserLoginEnabled(&source);
+    return {enabled ? LoginRule::LocalLoginEnabled : LoginRule::LocalLoginDisabled, source};
+  }
+
+  if (const auto denied = denyList()) {
+    if (!NetworkStatus::sharedNetworkStatus()->parentNetworkExists() && !user.isMobileHomeUser()) {
+      return {LoginRule::NetworkAway, denied->source};
+    }
+    if (denied->holdsEveryone()) return {LoginRule::EveryoneDenied, denied->source};
+    if (denied->holds(user.getGUID())) return {LoginRule::DeniedByGUID, denied->source};
+  }
+
+  const auto allowed = allowList();
+  if (!allowed) return {LoginRule::NoAllowList, PreferenceSource::Default};
+  if (allowed->holdsEveryone()) return {LoginRule::EveryoneAllowed, allowed->source};
+  return {allowed->holds(user.getGUID()) ? LoginRule::AllowedByGUID : LoginRule::NotInAllowList,
+          allowed->source};
+}
+
+std::shared_ptr<const LoginList> UserAccess::allowList() {
+  if (auto list = mAllowList.load()) return list;
+  PreferenceSource source{};
+  const auto preference = USPrefs::allowedList(&source);
+  auto list = expanded(preference, source);
+  mAllowList = list;
+  return list;
+}
+
+std::shared_ptr<const LoginList> UserAccess::denyList() {
+  if (auto list = mDenyList.load()) return list;
+  PreferenceSource source{};
+  const auto preference = USPrefs::deniedList(&source);
+  auto list = expanded(preference, source);
+  mDenyList = list;
+  return list;
+}
+
+std::shared_ptr<CachedUserList> UserAccess::allowedUsers() {
+  const auto denied = denyList();
+  if (denied && denied->holdsEveryone()) return nullptr;
+
+  const auto allowed = allowList();
+  const bool anyone = !allowed || allowed->guids.empty() || allowed->holdsEveryone();
+  auto candidates = anyone ? networkUsers() : cachedUserListForGUIDs(allowed->guids);
+  if (!denied || !candidates) return candidates;
+  for (const auto& guid : denied->guids) {
+    if (const auto user = candidates->findUserByGUID(guid)) candidates->removeObject(user);
+  }
+  return candidates;
+}
+
+bool UserAccess::checkSACLs(CachedUserList& list) {
+  std::vector<std::shared_ptr<CachedUser>> refused;
+  std::copy_if(list.begin(), list.end(), std::back_inserter(refused),
+               [](const auto& user) { return !user->hasSACLAccess(); });
+  for (const auto& user : refused) list.removeObject(user);
+  return !refused.empty();
+}
+
+}  // namespace gatehall

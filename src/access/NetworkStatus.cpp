@@ -1,0 +1,67 @@
+#include "access/NetworkStatus.h"
+
+#include <chrono>
+
+#include "directory/SubnodeCounts.h"
+#include "platform/Platform.h"
+#include "platform/ProcessWide.h"
+
+namespace gatehall {
+
+namespace {
+
+constexpr std::uint64_t kNodesWithoutNetwork = 2;
+
+ProcessWide<NetworkStatus> sharedStatus;
+
+std::int32_t statusValue(const SubnodeCounts& counts) {
+  if (counts.total <= kNodesWithoutNetwork || counts.reachable == counts.total) return 2;
+  return counts.reachable > kNodesWithoutNetwork ? 1 : 0;
+}
+
+}  // namespace
+
+std::shared_ptr<NetworkStatus> NetworkStatus::sharedNetworkStatus() {
+  if (auto status = sharedStatus.get()) return status;
+  return sharedStatus.keep(std::make_shared<NetworkStatus>());
+}
+
+NetworkStatus::NetworkStatus() { networkStatusUpdate(); }
+
+bool NetworkStatus::networkStatusUpdate() {
+  SubnodeCounts counts;
+  subnodeCounts(&counts);
+  mHasParentNetwork = counts.total > kNodesWithoutNetwork;
+  mParentNetworkExists =
+      counts.total > kNodesWithoutNetwork && counts.reachable > kNodesWithoutNetwork;
+  const auto status = statusValue(counts);
+  return mNetworkStatus.exchange(status) != status;
+}
+
+void NetworkStatus::refreshIfNeeded() {
+  const auto last = mLastUpdate.load();
+  if (!last) return;
+  // A stamp ahead of the clock means that the clock was set back. A stamp in the past, however old,
+  // is not a reason to measure.
+  const auto ahead = *last - platform().clock().now();
+  if (ahead <= std::chrono::seconds(1)) return;
+  networkStatusUpdate();
+  mLastUpdate = std::make_shared<const Date>(platform().clock().now());
+}
+
+bool NetworkStatus::hasParentNetwork() {
+  refreshIfNeeded();
+  return mHasParentNetwork;
+}
+
+bool NetworkStatus::parentNetworkExists() {
+  refreshIfNeeded();
+  return mParentNetworkExists;
+}
+
+std::int32_t NetworkStatus::networkStatus() {
+  refreshIfNeeded();
+  return mNetworkStatus;
+}
+
+}  // namespace gatehall

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "platform/Value.h"
+
+namespace gatehall {
+
+/// Whether this machine belongs to a network directory, and whether that can be reached: from the
+/// nodes that the search node covers. Two nodes or fewer are no network directory. The answers are
+/// those of the last measure; asking does not measure again (see the accessors). From any thread.
+class NetworkStatus {
+ public:
+  /// The process's one instance, measured on first use.
+  static std::shared_ptr<NetworkStatus> sharedNetworkStatus();
+
+  /// Measures once.
+  NetworkStatus();
+
+  /// Measures: true when networkStatus has changed by it. May take as long as a node takes to time
+  /// out.
+  bool networkStatusUpdate();
+
+  // These measure anew only when the last measure made by them is stamped more than a second ahead
+  // of the clock.
+
+  /// More than two nodes are covered.
+  bool hasParentNetwork();
+  /// At least three nodes are covered and at least three of them answer.
+  bool parentNetworkExists();
+  /// 2: all nodes answer, or there is no network directory; 1: some don't, more than two do; 0: two
+  /// or fewer do.
+  std::int32_t networkStatus();
+
+ private:
+  void refreshIfNeeded();
+
+  std::atomic<std::int32_t> mNetworkStatus = 0;
+  std::atomic<bool> mParentNetworkExists = false;
+  std::atomic<bool> mHasParentNetwork = false;
+  std::atomic<std::shared_ptr<const Date>> mLastUpdate;
+};
+
+}  // namespace gatehall

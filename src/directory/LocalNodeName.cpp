@@ -1,0 +1,28 @@
+#include "directory/LocalNodeName.h"
+
+#include <memory>
+
+#include "directory/FailureRegion.h"
+#include "directory/NodeConvenience.h"
+#include "platform/ProcessWide.h"
+
+namespace gatehall {
+
+namespace {
+
+ProcessWide<const std::string> cachedName;
+
+}  // namespace
+
+std::optional<std::string> localNodeName() {
+  if (const auto name = cachedName.get()) return *name;
+  const auto fetched =
+      loggingFailure("Unable to get the local node's name", std::optional<std::string>(), [] {
+        const auto node = localNode();
+        return node ? node->nodeName() : std::nullopt;
+      });
+  if (fetched) cachedName.keep(std::make_shared<const std::string>(*fetched));
+  return fetched;
+}
+
+}  // namespace gatehall

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+
+namespace gatehall {
+
+/// How many nodes the search node covers, and how many of them can be reached.
+struct SubnodeCounts {
+  std::uint64_t total = 0;
+  std::uint64_t reachable = 0;
+};
+
+/// Fills the record (nullptr: does nothing). After a failure of the directory the total is as far
+/// as it was taken, reachable is 0, and nothing is logged.
+void subnodeCounts(SubnodeCounts* counts);
+
+}  // namespace gatehall

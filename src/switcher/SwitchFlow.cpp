@@ -1,0 +1,69 @@
+#include "switcher/SwitchFlow.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "access/UserAccess.h"
+#include "directory/UserLookup.h"
+#include "platform/Platform.h"
+
+namespace gatehall {
+
+namespace {
+
+constexpr std::string_view kSuspend = "-suspend";
+constexpr std::string_view kSwitchToUserID = "-switchToUserID";
+
+bool callerMaySwitch() {
+  auto& log = platform().log();
+  const auto caller = platform().process().effectiveUserID();
+  if (caller == 0) {
+    log.error("User is root user.");
+    return true;
+  }
+  if (const auto current = platform().sessions().copyCurrentSession()) {
+    const auto entry = current->find(session::UserIDKey);
+    const auto owner = entry != current->end() ? entry->second.integerValue().value_or(0) : 0;
+    if (static_cast<std::uint32_t>(owner) == caller) return true;
+  }
+  log.error("Unable to Fast User Switch: User must be the current console user or root.");
+  return false;
+}
+
+/// What the login service is given: the user's attributes and, for an account that accepts the
+/// empty password, that password, so that nobody is asked for it. A guest is never asked.
+Dictionary switchAttributes(const CachedUser& user) {
+  const bool emptyPassword = !user.isGuestUser() && user.authenticate("") == 0;
+  auto attributes = user.attributes();
+  if (!attributes) throw PlatformException("The user's attributes can't be read.");
+  if (emptyPassword) attributes->insert_or_assign(std::string(kUserPasswordKey), "");
+  return std::move(*attributes);
+}
+
+void switchToUserID(std::int32_t userID) {
+  const auto user = cachedUserForUID(userID);
+  if (!user || !UserAccess::sharedUserAccess()->canUserLogIn(*user)) return;
+  try {
+    platform().loginService().switchToUser(switchAttributes(*user));
+  } catch (const PlatformException&) {
+    platform().log().error("Unable to Fast User Switch: unable to switch to the selected user.");
+  }
+}
+
+}  // namespace
+
+void runSwitch(std::span<const std::string_view> words) {
+  if (!callerMaySwitch()) return;
+  for (auto word = words.begin(); word != words.end(); ++word) {
+    if (word->starts_with(kSuspend)) {
+      platform().loginService().switchToLoginScreen();
+      return;
+    }
+    if (!word->starts_with(kSwitchToUserID)) continue;
+    if (++word == words.end()) return;
+    switchToUserID(static_cast<std::int32_t>(integerPrefix(*word)));
+  }
+}
+
+}  // namespace gatehall

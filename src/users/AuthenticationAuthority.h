@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string_view>
+
+/// Tags that authentication authorities carry as one of their fields (";basic;",
+/// ";ShadowHash;…"): how an account's password is checked.
+namespace gatehall::authority {
+
+inline constexpr std::string_view Basic = "basic";
+inline constexpr std::string_view ShadowHash = "ShadowHash";
+inline constexpr std::string_view OrvanePasswordServer = "OrvanePasswordServer";
+inline constexpr std::string_view Kerberosv5 = "Kerberosv5";
+inline constexpr std::string_view LocalCachedUser = "LocalCachedUser";
+inline constexpr std::string_view DisabledUser = "DisabledUser";
+
+}  // namespace gatehall::authority

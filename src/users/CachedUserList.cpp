@@ -1,0 +1,170 @@
+#include "users/CachedUserList.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "access/KinwatchMonitor.h"
+#include "platform/AttributeKinds.h"
+#include "platform/Platform.h"
+
+namespace gatehall {
+
+namespace {
+
+/// The user id as the record spells it, not converted.
+std::optional<std::string> userIDText(const CachedUser& user) {
+  const auto value = user.getAttribute(attribute::UniqueID);
+  return value ? std::optional(value->description()) : std::nullopt;
+}
+
+Strings recordNames(const CachedUser& user) {
+  Strings names;
+  const auto values = user.getAttributes(attribute::RecordName);
+  if (!values) return names;
+  if (const auto* name = values->string()) names.push_back(*name);
+  if (const auto* list = values->array()) {
+    for (const auto& each : *list) names.push_back(each.description());
+  }
+  return names;
+}
+
+void eraseKey(auto& index, const std::optional<std::string>& key) {
+  if (key) index.erase(*key);
+}
+
+/// Sorts by long name with one collation key a user instead of one comparison a pair.
+void sortByLongName(CachedUserList::Users& users) {
+  auto& collation = platform().collation();
+  std::vector<std::pair<std::string, std::shared_ptr<CachedUser>>> keyed;
+  keyed.reserve(users.size());
+  for (auto& user : users) {
+    keyed.emplace_back(collation.sortKey(user->longName().value_or("")), user);
+  }
+  std::stable_sort(keyed.begin(), keyed.end(),
+                   [](const auto& left, const auto& right) { return left.first < right.first; });
+  std::transform(keyed.begin(), keyed.end(), users.begin(),
+                 [](auto& each) { return std::move(each.second); });
+}
+
+}  // namespace
+
+std::shared_ptr<CachedUserList> CachedUserList::cachedUserList() {
+  return std::make_shared<CachedUserList>(Private());
+}
+
+CachedUserList::CachedUserList(Private) : mMonitor(KinwatchMonitor::sharedKWMonitor()) {
+  mMonitor->addTarget(this);
+}
+
+CachedUserList::~CachedUserList() { mMonitor->removeTarget(this); }
+
+std::shared_ptr<CachedUser> CachedUserList::find(const Index& index,
+                                                 const std::optional<std::string>& key) {
+  if (!key) return nullptr;
+  const auto entry = index.find(*key);
+  return entry != index.end() ? entry->second : nullptr;
+}
+
+void CachedUserList::append(const std::shared_ptr<CachedUser>& user) {
+  const auto held = mMonitor->lock();
+  mUserList.push_back(user);
+}
+
+void CachedUserList::addObject(const std::shared_ptr<CachedUser>& user) {
+  if (!user) return;
+  if (user->isOtherUser()) {
+    append(user);
+    return;
+  }
+  const bool local = user->isLocalUser();
+  if (local && !user->hasSACLAccess()) return;
+
+  const auto guid = user->getGUID();
+  const auto name = user->shortName();
+  const auto uid = userIDText(*user);
+  const auto byGUID = find(mGUIDs, guid);
+  const auto byName = find(mShortNames, name);
+  const auto byUID = find(mUIDs, uid);
+  if (byGUID || byName || byUID) {
+    if (!local) return;
+    bool replaced = false;
+    for (const auto& present : {byGUID, byName, byUID}) {
+      if (present && !present->isLocalUser()) {
+        removeObject(present);
+        replaced = true;
+      }
+    }
+    if (!replaced) return;
+  }
+
+  append(user);
+  if (guid) mGUIDs.insert_or_assign(*guid, user);
+  if (uid) mUIDs.insert_or_assign(*uid, user);
+  if (!name) return;
+  for (auto& each : recordNames(*user)) mShortNames.insert_or_assign(std::move(each), user);
+}
+
+void CachedUserList::addCachedUserList(const CachedUserList& other) {
+  for (const auto& user : Users(other.mUserList)) addObject(user);
+}
+
+void CachedUserList::removeObject(const std::shared_ptr<CachedUser>& user) {
+  if (!user) return;
+  const auto guid = user->getGUID();
+  if (!guid) return;
+  const auto name = user->shortName();
+  const auto uid = userIDText(*user);
+  auto entry = find(mGUIDs, guid);
+  if (!entry) entry = find(mShortNames, name);
+  if (!entry) entry = find(mUIDs, uid);
+  if (!entry) return;
+
+  {
+    const auto held = mMonitor->lock();
+    std::erase(mUserList, entry);
+  }
+  eraseKey(mGUIDs, guid);
+  eraseKey(mShortNames, name);
+  eraseKey(mUIDs, uid);
+}
+
+std::shared_ptr<CachedUser> CachedUserList::findUserByGUID(std::string_view guid) const {
+  const auto entry = mGUIDs.find(guid);
+  return entry != mGUIDs.end() ? entry->second : nullptr;
+}
+
+std::shared_ptr<CachedUser> CachedUserList::findUserByShortName(std::string_view name) const {
+  const auto entry = mShortNames.find(name);
+  return entry != mShortNames.end() ? entry->second : nullptr;
+}
+
+std::shared_ptr<CachedUser> CachedUserList::objectAtIndex(std::uint64_t index) const {
+  return index < mUserList.size() ? mUserList[index] : nullptr;
+}
+
+std::shared_ptr<CachedUser> CachedUserList::lastObject() const {
+  return mUserList.empty() ? nullptr : mUserList.back();
+}
+
+void CachedUserList::sortUsingSelector(Comparison comparison) {
+  if (mUserList.size() < 2) return;
+  auto sorted = mUserList;
+  if (comparison == &CachedUser::cachedUserLongNameCompare) {
+    sortByLongName(sorted);
+  } else {
+    std::stable_sort(sorted.begin(), sorted.end(), [&](const auto& left, const auto& right) {
+      return ((*left).*comparison)(*right) < 0;
+    });
+  }
+  const auto held = mMonitor->lock();
+  mUserList.swap(sorted);
+}
+
+void CachedUserList::userStatusChanged(std::optional<std::string_view> name) {
+  for (const auto& user : mUserList) {
+    user->kinwatchStatusUpdated();
+    if (name && user->shortName() == name) return;
+  }
+}
+
+}  // namespace gatehall
