@@ -24,13 +24,15 @@ struct Fault {
     /// record is of (MetaNodeLocation). A node opened by type goes by "local" or "search" while it
     /// is being opened.
     std::optional<std::string> node;
-    /// An attribute kind, by suffix or in full: one of those that the call names.
+    /// An attribute kind, by suffix or in full: one of those that the call names; of a query the
+    /// one that it matches on.
     std::optional<std::string> attribute;
     /// One of a query's values, the name asked of recordByTypeAndName, the value to set, the key,
-    /// domain or path of a preference, the service of an access list. Never a password.
+    /// domain or path of a preference, a GUID, the service of an access list. Never a password.
     std::optional<std::string> value;
     /// Whom the call is about: a record by its first RecordName or its UniqueID (of isMember either
-    /// record), the user of a switch likewise, elsewhere a user id in decimal.
+    /// record), what a query or a lookup by name or user id looks for, the user of a switch as a
+    /// record; elsewhere a user id in decimal.
     std::optional<std::string> user;
   };
 
