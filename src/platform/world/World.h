@@ -1,0 +1,88 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Platform.h"
+#include "platform/instrumented/Fault.h"
+#include "platform/instrumented/RecordingLog.h"
+#include "platform/portable/IcuCollation.h"
+#include "platform/world/WorldClock.h"
+#include "platform/world/WorldDirectory.h"
+#include "platform/world/WorldError.h"
+#include "platform/world/WorldLoginService.h"
+#include "platform/world/WorldMembership.h"
+#include "platform/world/WorldNotifications.h"
+#include "platform/world/WorldParentalControls.h"
+#include "platform/world/WorldPreferences.h"
+#include "platform/world/WorldProcess.h"
+#include "platform/world/WorldRunLoop.h"
+#include "platform/world/WorldSessions.h"
+
+namespace gatehall {
+
+/// A whole host in memory. Each service is its interface and, beside it, the ways to change what
+/// the service finds: to add a record, to open a session, to let time pass. Nothing outside is read
+/// or written.
+class World final : public Platform {
+ public:
+  /// An empty world: root runs the program, there are no nodes, sessions, lists and files, nothing
+  /// is refused, and it is the start of 2026.
+  World();
+  ~World() override;
+
+  /// The world that a file describes. Raises WorldError when the file can't be read, has more than
+  /// 256 MiB, or is wrong anywhere.
+  static std::shared_ptr<World> fromFile(const std::filesystem::path& path);
+
+  /// The world that a file's text describes; errors call it by the name.
+  static std::shared_ptr<World> fromText(std::string_view json, std::string nameForErrors);
+
+  /// The failures that the world's file asks for. The world does not make them happen: whoever
+  /// installs it puts an InstrumentedPlatform around it.
+  const std::vector<Fault>& faults() const { return mFaults; }
+  void setFaults(std::vector<Fault> faults);
+
+  WorldProcess& process() override { return mProcess; }
+  WorldDirectory& directory() override { return mDirectory; }
+  WorldSessions& sessions() override { return mSessions; }
+  WorldLoginService& loginService() override { return mLoginService; }
+  WorldMembership& membership() override { return mMembership; }
+  WorldPreferences& preferences() override { return mPreferences; }
+  WorldPropertyLists& propertyLists() override { return mPropertyLists; }
+  WorldNotificationCenter& notificationCenter() override { return mNotificationCenter; }
+  WorldNotificationCenter& distributedNotificationCenter() override {
+    return mDistributedNotificationCenter;
+  }
+  WorldClock& clock() override { return mClock; }
+  RecordingLog& log() override { return mLog; }
+  IcuCollation& collation() override { return mCollation; }
+  WorldParentalControls& parentalControls() override { return mParentalControls; }
+  WorldSystemNotifications& systemNotifications() override { return mSystemNotifications; }
+  WorldRunLoop& runLoop() override { return mRunLoop; }
+
+ private:
+  std::vector<Fault> mFaults;
+  WorldProcess mProcess;
+  WorldClock mClock;
+  RecordingLog mLog;
+  IcuCollation mCollation;
+  WorldDirectory mDirectory;
+  WorldSessions mSessions;
+  WorldLoginService mLoginService{mDirectory, mSessions};
+  WorldMembership mMembership{mDirectory};
+  WorldParentalControls mParentalControls;
+  WorldPreferences mPreferences;
+  WorldPropertyLists mPropertyLists;
+  // Ends the threads, which may still ask the other services, before those go; what its tasks
+  // deliver through goes after it.
+  WorldNotificationCenter mNotificationCenter{mRunLoop};
+  WorldNotificationCenter mDistributedNotificationCenter{mRunLoop};
+  WorldSystemNotifications mSystemNotifications{mRunLoop};
+  WorldRunLoop mRunLoop{mClock};
+};
+
+}  // namespace gatehall

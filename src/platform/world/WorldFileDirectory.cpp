@@ -1,0 +1,117 @@
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <utility>
+
+#include "platform/AttributeKinds.h"
+#include "platform/world/WorldFile.h"
+#include "platform/world/WorldFileValues.h"
+
+namespace gatehall {
+
+namespace {
+
+constexpr std::array kNumericKinds = {attribute::UniqueID, attribute::PrimaryGroupID};
+
+/// An attribute's value as directories hold it: numbers in their decimal text.
+std::string readAttributeValue(const JsonCursor& at) {
+  if (at.isInteger()) return std::to_string(at.integer());
+  if (at.isReal()) return at.real().text;
+  if (!at.isString()) at.fail("expected a string, a number or a list of them");
+  return at.string();
+}
+
+Strings readAttributeValues(std::string_view kind, const JsonCursor& at) {
+  Strings values;
+  const auto read = [&](const JsonCursor& value) {
+    values.push_back(readAttributeValue(value));
+    const bool numeric = std::ranges::find(kNumericKinds, kind) != kNumericKinds.end();
+    if (numeric && !idFromText(values.back())) {
+      value.fail("expected a decimal number from 0 to 4294967295");
+    }
+  };
+  if (at.isArray()) {
+    at.forEachElement(read);
+  } else {
+    read(at);
+  }
+  return values;
+}
+
+Dictionary readPolicy(const JsonCursor& at) {
+  at.object({"newPasswordRequired", "usingExpirationDate", "usingHardExpirationDate",
+             "canModifyPasswordforSelf", "maxMinutesUntilChangePassword", "maxMinutesUntilDisabled",
+             "maxMinutesOfNonUse", "maxFailedLoginAttempts", "passwordLastSetTime"});
+  at.forEachMember([](const std::string&, const JsonCursor& rule) {
+    if (rule.isArray() || rule.isObject()) rule.fail("expected a number, true, false or a string");
+  });
+  return readDictionary(at);
+}
+
+RecordDescription readRecord(const JsonCursor& at) {
+  at.object({"type", "attributes", "password", "policy"});
+  RecordDescription description;
+  const auto type = at.find("type");
+  if (!type) at.fail("a record needs a \"type\"");
+  description.type = type->string();
+  if (description.type != record::Users && description.type != record::Groups) {
+    type->fail("expected \"Users\" or \"Groups\"");
+  }
+  if (const auto attributes = at.find("attributes")) {
+    attributes->forEachMember([&](const std::string& name, const JsonCursor& values) {
+      const std::string kind(attribute::canonical(name));
+      if (kind.empty()) values.fail("an attribute needs a name");
+      for (const auto& [present, ignored] : description.attributes) {
+        if (present == kind) values.fail("the attribute \"" + kind + "\" is given twice");
+      }
+      description.attributes.emplace_back(kind, readAttributeValues(kind, values));
+    });
+  }
+  if (const auto password = at.find("password")) description.password = password->string();
+  if (const auto policy = at.find("policy")) description.policy = readPolicy(*policy);
+  return description;
+}
+
+void readNode(const JsonCursor& at, WorldDirectory& directory) {
+  at.object({"name", "records"});
+  const auto name = at.find("name");
+  if (!name) at.fail("a node needs a \"name\"");
+  std::shared_ptr<WorldNode> node;
+  try {
+    node = directory.addNode(name->nonEmptyString());
+  } catch (const std::invalid_argument&) {
+    name->fail("there is another node of that name");
+  }
+  const auto records = at.find("records");
+  if (!records) return;
+  records->forEachElement([&](const JsonCursor& record) { node->addRecord(readRecord(record)); });
+}
+
+void readSearchNode(const JsonCursor& at, WorldDirectory& directory) {
+  at.object({"name", "covers", "unreachable"});
+  const auto name = at.find("name");
+  if (!name) at.fail("the search node needs a \"name\"");
+  const auto covers = at.find("covers");
+  directory.setSearchNode(name->nonEmptyString(), covers ? readStrings(*covers) : Strings());
+  const auto unreachable = at.find("unreachable");
+  if (!unreachable) return;
+  for (const auto& node : readStrings(*unreachable)) directory.setReachable(node, false);
+}
+
+}  // namespace
+
+void readDirectory(const JsonCursor& section, WorldDirectory& directory) {
+  section.object({"available", "localNode", "searchNode", "nodes"});
+  if (const auto at = section.find("available")) directory.setAvailable(at->boolean());
+  if (const auto at = section.find("localNode"); at && !at->isNull()) {
+    directory.setLocalNode(at->nonEmptyString());
+  }
+  if (const auto at = section.find("searchNode"); at && !at->isNull()) {
+    readSearchNode(*at, directory);
+  }
+  if (const auto at = section.find("nodes")) {
+    at->forEachElement([&](const JsonCursor& node) { readNode(node, directory); });
+  }
+}
+
+}  // namespace gatehall

@@ -1,0 +1,112 @@
+#include "platform/world/WorldMembership.h"
+
+#include <algorithm>
+#include <optional>
+#include <span>
+#include <utility>
+
+#include "platform/AttributeKinds.h"
+#include "platform/world/GuidText.h"
+
+namespace gatehall {
+
+namespace {
+
+constexpr int kMalformed = 1;
+
+/// What an identifier derived from a user id begins with; the id follows, highest byte first.
+constexpr std::string_view kDerivedPrefix = "account of #";
+
+Identifier derivedIdentifier(std::uint32_t userID) {
+  Identifier identifier{};
+  std::ranges::copy(kDerivedPrefix, identifier.begin());
+  for (std::size_t byte = 0; byte < 4; ++byte) {
+    identifier[15 - byte] = static_cast<std::uint8_t>(userID >> (8 * byte));
+  }
+  return identifier;
+}
+
+std::optional<std::uint32_t> userIDBehind(const Identifier& identifier) {
+  if (!std::ranges::equal(kDerivedPrefix, std::span(identifier).first(kDerivedPrefix.size()))) {
+    return std::nullopt;
+  }
+  std::uint32_t userID = 0;
+  for (std::size_t byte = 12; byte < 16; ++byte) userID = userID << 8U | identifier[byte];
+  return userID;
+}
+
+std::string guidText(const Identifier& identifier, std::string_view digits) {
+  std::string text;
+  for (const auto byte : identifier) {
+    if (text.size() == 8 || text.size() == 13 || text.size() == 18 || text.size() == 23) {
+      text += '-';
+    }
+    text += digits[byte >> 4U];
+    text += digits[byte & 0xFU];
+  }
+  return text;
+}
+
+}  // namespace
+
+int WorldMembership::guidToIdentifier(std::string_view guid, Identifier& identifier) {
+  const auto found = identifierOfGUID(guid);
+  if (!found) return kMalformed;
+  identifier = *found;
+  return 0;
+}
+
+int WorldMembership::userIDToIdentifier(std::uint32_t userID, Identifier& identifier) {
+  const auto guid = mDirectory.guidOfUser(userID);
+  const auto found = guid ? identifierOfGUID(*guid) : std::nullopt;
+  identifier = found.value_or(derivedIdentifier(userID));
+  return 0;
+}
+
+int WorldMembership::checkServiceMembership(const Identifier& identifier, std::string_view service,
+                                            bool& isMember) {
+  AccessList list;
+  {
+    const std::scoped_lock lock(mMutex);
+    const auto found = mLists.find(service);
+    if (found == mLists.end()) return kNoAccessList;
+    list = found->second;
+  }
+  if (list.status == 0) isMember = admits(list, identifier);
+  return list.status;
+}
+
+void WorldMembership::setAccessList(std::string_view service, AccessList list) {
+  const std::scoped_lock lock(mMutex);
+  mLists.insert_or_assign(std::string(service), std::move(list));
+}
+
+void WorldMembership::removeAccessList(std::string_view service) {
+  const std::scoped_lock lock(mMutex);
+  const auto found = mLists.find(service);
+  if (found != mLists.end()) mLists.erase(found);
+}
+
+bool WorldMembership::admits(const AccessList& list, const Identifier& identifier) {
+  return std::ranges::any_of(list.members, [&](const auto& member) {
+    if (const auto* guid = std::get_if<std::string>(&member)) {
+      return identifierOfGUID(*guid) == identifier || groupHolds(*guid, identifier);
+    }
+    Identifier ofMember;
+    userIDToIdentifier(std::get<std::uint32_t>(member), ofMember);
+    return ofMember == identifier;
+  });
+}
+
+bool WorldMembership::groupHolds(std::string_view groupGUID, const Identifier& identifier) {
+  if (const auto userID = userIDBehind(identifier)) {
+    return mDirectory.groupHoldsUser(groupGUID, attribute::UniqueID, std::to_string(*userID));
+  }
+  // Directories write GUIDs in capitals or not.
+  return mDirectory.groupHoldsUser(groupGUID, attribute::GUID,
+                                   guidText(identifier, "0123456789ABCDEF")) ||
+         mDirectory.groupHoldsUser(groupGUID, attribute::GUID,
+                                   guidText(identifier, "0123456789abcdef"));
+}
+
+}  // namespace gatehall
