@@ -1,0 +1,71 @@
+#pragma once
+
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+/// What the lines of passwd(5), shadow(5) and group(5) have in common: fields between colons.
+namespace gatehall::accountLine {
+
+/// True for what stands for no account: blank lines, comments, and the lines beginning with + or -
+/// by which nsswitch's "compat" mode includes accounts from elsewhere.
+inline bool isNoAccount(std::string_view line) {
+  return line.empty() || line.front() == '#' || line.front() == '+' || line.front() == '-';
+}
+
+inline std::string_view name(std::string_view line) { return line.substr(0, line.find(':')); }
+
+inline bool hasName(std::string_view line, std::string_view name) {
+  return line.size() > name.size() && line[name.size()] == ':' && line.starts_with(name);
+}
+
+/// The field of that index; empty when the line has fewer.
+inline std::string_view field(std::string_view line, std::size_t index) {
+  for (; index > 0; --index) {
+    const auto colon = line.find(':');
+    if (colon == std::string_view::npos) return {};
+    line.remove_prefix(colon + 1);
+  }
+  return line.substr(0, line.find(':'));
+}
+
+/// Cuts the line into its fields; answers how many there are, which may be more than fit.
+inline std::size_t split(std::string_view line, std::span<std::string_view> fields) {
+  std::size_t count = 0;
+  for (;;) {
+    const auto colon = line.find(':');
+    if (count < fields.size()) fields[count] = line.substr(0, colon);
+    ++count;
+    if (colon == std::string_view::npos) return count;
+    line.remove_prefix(colon + 1);
+  }
+}
+
+/// A decimal user or group id. 4294967295 is none: as (uid_t)-1 it stands for "no id" in system
+/// calls.
+inline std::optional<std::uint32_t> accountID(std::string_view text) {
+  std::uint32_t number = 0;
+  const auto* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || stop != end || number == UINT32_MAX) return std::nullopt;
+  return number;
+}
+
+/// The text for a log line, cut when it is long, with what isn't printable ASCII as a question
+/// mark.
+std::string printable(std::string_view text);
+
+/// Reads an id into number; else false, with the reason in fault.
+bool readID(std::string_view text, std::string_view what, std::uint32_t& number,
+            std::string& fault);
+
+/// The checks that every line has to pass: a name, as many fields as there should be, no NUL byte.
+bool checkLine(std::string_view line, std::string_view name, std::size_t count,
+               std::size_t expected, std::string& fault);
+
+}  // namespace gatehall::accountLine

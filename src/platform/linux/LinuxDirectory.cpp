@@ -1,0 +1,58 @@
+#include "platform/linux/LinuxDirectory.h"
+
+#include "platform/linux/EmptyNode.h"
+#include "platform/linux/LocalNode.h"
+#include "platform/linux/SearchNode.h"
+
+namespace gatehall {
+
+namespace {
+
+class LinuxDirectorySession final : public DirectorySession {
+ public:
+  LinuxDirectorySession(HostOptions options, Log& log, Clock& clock,
+                        std::vector<std::shared_ptr<NetworkNode>> networkNodes)
+      : mLocal(std::make_shared<LocalNode>(
+            std::make_shared<LocalHost>(std::move(options), log, clock))),
+        mUnix(std::make_shared<EmptyNode>("unix")),
+        mNetworkNodes(std::move(networkNodes)),
+        mSearch(std::make_shared<SearchNode>(
+            std::vector<std::shared_ptr<DirectoryNode>>{mLocal, mUnix}, mNetworkNodes)) {}
+
+  std::shared_ptr<DirectoryNode> nodeByType(NodeType type) override {
+    switch (type) {
+      case NodeType::Local:
+        return mLocal;
+      case NodeType::Search:
+        return mSearch;
+    }
+    return nullptr;
+  }
+
+  std::shared_ptr<DirectoryNode> nodeByName(std::string_view name) override {
+    for (const auto& node : {mLocal, mUnix, mSearch}) {
+      if (node->nodeName() == name) return node;
+    }
+    for (const auto& node : mNetworkNodes) {
+      if (node->nodeName() == name) return node->isReachable() ? node : nullptr;
+    }
+    return nullptr;
+  }
+
+ private:
+  std::shared_ptr<DirectoryNode> mLocal;
+  std::shared_ptr<DirectoryNode> mUnix;
+  std::vector<std::shared_ptr<NetworkNode>> mNetworkNodes;
+  std::shared_ptr<DirectoryNode> mSearch;
+};
+
+}  // namespace
+
+LinuxDirectory::LinuxDirectory(HostOptions options, Log& log, Clock& clock,
+                               std::vector<std::shared_ptr<NetworkNode>> networkNodes)
+    : mSession(std::make_shared<LinuxDirectorySession>(std::move(options), log, clock,
+                                                       std::move(networkNodes))) {}
+
+std::shared_ptr<DirectorySession> LinuxDirectory::defaultSession() { return mSession; }
+
+}  // namespace gatehall

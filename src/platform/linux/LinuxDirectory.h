@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "platform/Clock.h"
+#include "platform/DirectoryService.h"
+#include "platform/Log.h"
+#include "platform/linux/HostOptions.h"
+#include "platform/linux/NetworkNode.h"
+
+namespace gatehall {
+
+/// The directory of a Linux machine: node "local" of its own accounts, node "unix", which is empty
+/// and keeps the search path's second place, the network's nodes, and node "search" over them all.
+/// The log and the clock have to outlive the directory and its records.
+class LinuxDirectory final : public DirectoryService {
+ public:
+  LinuxDirectory(HostOptions options, Log& log, Clock& clock,
+                 std::vector<std::shared_ptr<NetworkNode>> networkNodes = {});
+
+  std::shared_ptr<DirectorySession> defaultSession() override;
+
+ private:
+  std::shared_ptr<DirectorySession> mSession;
+};
+
+}  // namespace gatehall

@@ -1,0 +1,163 @@
+#include "platform/linux/LocalGroups.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "platform/AttributeKinds.h"
+#include "platform/linux/AccountFiles.h"
+#include "platform/linux/Group.h"
+#include "platform/linux/LocalGUIDs.h"
+#include "platform/linux/MatchValues.h"
+
+namespace gatehall {
+
+namespace {
+
+constexpr std::size_t kGroupIDField = 2;
+
+/// Decides, from as little of a line as possible, which groups a query wants. A line whose id
+/// can't be read is taken, so that reading it whole says what is wrong with it.
+class GroupSelection {
+ public:
+  GroupSelection(LocalContext& context, const QueryDescription& description)
+      : mGUIDs(context.host().guids),
+        mKind(attribute::canonical(description.attribute)),
+        mValues(description.match, description.values) {
+    const bool isAll =
+        std::ranges::find(description.values, attribute::AllRecords) != description.values.end();
+    if (mKind == attribute::RecordName) {
+      mWay = isAll ? Way::All : Way::Name;
+    } else if (mValues.isExact() && mKind == attribute::PrimaryGroupID) {
+      mWay = Way::GroupID;
+      mIDs = mValues.accountIDs();
+    } else if (mValues.isExact() && mKind == attribute::GUID) {
+      mWay = Way::GUID;
+      mWanted = localGUIDs(mValues);
+    }
+  }
+
+  bool takes(std::string_view line) {
+    switch (mWay) {
+      case Way::All:
+      case Way::Value:
+        return true;
+      case Way::Name:
+        return mValues.matches(accountLine::name(line));
+      case Way::GroupID:
+      case Way::GUID:
+        break;
+    }
+    const auto id = accountLine::accountID(accountLine::field(line, kGroupIDField));
+    if (!id) return true;
+    return mWay == Way::GroupID ? mIDs.contains(*id) : mWanted.contains(mGUIDs.ofGroup(*id));
+  }
+
+  bool takes(LocalGroup& group) const {
+    if (mWay == Way::All) return true;
+    const auto values = group.valuesForAttribute(mKind);
+    return values && mValues.matchesAny(*values);
+  }
+
+  /// Every group has to be asked for its value.
+  bool isByValue() const { return mWay == Way::Value; }
+
+  bool isByExactName() const { return mWay == Way::Name && mValues.isExact(); }
+  bool wantsNothingButNames(std::size_t found) const {
+    return isByExactName() && found == mValues.size();
+  }
+
+  bool isImpossible() const {
+    return mValues.size() == 0 || (mWay == Way::GroupID && mIDs.empty()) ||
+           (mWay == Way::GUID && mWanted.empty());
+  }
+
+  /// False when the group "admin" can't be among the results, so that what it is made of need not
+  /// be collected.
+  bool mayWantAdmin() const { return !isByExactName() || mValues.matches(kAdminGroupName); }
+
+ private:
+  enum class Way { All, Name, GroupID, GUID, Value };
+
+  MachineGUIDs& mGUIDs;
+  std::string mKind;
+  MatchValues mValues;
+  Way mWay = Way::Value;
+  std::unordered_set<std::uint32_t> mIDs;
+  GUIDSet mWanted;
+};
+
+bool needsMembers(const QueryDescription& description) {
+  const auto isOfMembers = [](std::string_view each) {
+    const auto kind = attribute::canonical(each);
+    return kind == attribute::GroupMembership || kind == attribute::GroupMembers;
+  };
+  return isOfMembers(description.attribute) ||
+         std::ranges::any_of(description.returning, isOfMembers);
+}
+
+}  // namespace
+
+std::vector<std::shared_ptr<LocalGroup>> findLocalGroups(
+    const std::shared_ptr<LocalContext>& context, const QueryDescription& description) {
+  std::vector<std::shared_ptr<LocalGroup>> found;
+  auto& host = context->host();
+  GroupSelection selection(*context, description);
+  if (selection.isImpossible()) return found;
+
+  const std::size_t limit = description.maximumResults;
+  const bool mayWantAdmin = selection.mayWantAdmin();
+  const auto isFull = [&] { return limit != 0 && found.size() >= limit && !selection.isByValue(); };
+  const Strings none;
+  const auto& adminGroups = mayWantAdmin ? context->settings().adminGroups : none;
+  LocalGroup::Identity admin{std::string(kAdminGroupName), std::nullopt};
+  std::vector<std::string> adminLines;
+  std::unordered_set<std::string> namesFound;
+  accountFiles::scanRequired(
+      host.options, host.faults, accountFiles::kGroup,
+      [&](std::string_view line, std::uint64_t number) {
+        const auto name = accountLine::name(line);
+        const bool isAdmin = name == kAdminGroupName;
+        const bool isOfAdmin = std::ranges::find(adminGroups, name) != adminGroups.end();
+        if (!isAdmin && !isOfAdmin && !selection.takes(line)) return true;
+        std::string fault;
+        const auto entry = parseGroupLine(line, fault);
+        if (!entry) {
+          host.faults.report(accountFiles::kGroup, number, fault);
+          return true;
+        }
+        if (isOfAdmin) adminLines.emplace_back(line);
+        if (isAdmin) {
+          if (!admin.groupID) admin.groupID = entry->groupID;
+          return true;
+        }
+        if (isFull() || !selection.takes(line)) return true;
+        if (selection.isByExactName() && !namesFound.emplace(name).second) return true;
+        found.push_back(std::make_shared<LocalGroup>(
+            context, LocalGroup::Identity{std::string(name), entry->groupID},
+            std::vector<std::string>{std::string(line)}));
+        return mayWantAdmin || !(isFull() || selection.wantsNothingButNames(found.size()));
+      });
+  if (mayWantAdmin && !isFull()) {
+    auto group = std::make_shared<LocalGroup>(context, std::move(admin), std::move(adminLines));
+    if (selection.isByValue() || selection.takes(*group)) found.push_back(std::move(group));
+  }
+  if (needsMembers(description)) LocalGroup::fetchMembers(*context, found);
+  if (selection.isByValue()) {
+    std::erase_if(found, [&](const auto& group) { return !selection.takes(*group); });
+    if (limit != 0 && found.size() > limit) found.resize(limit);
+  }
+  return found;
+}
+
+std::shared_ptr<LocalGroup> localGroupNamed(const std::shared_ptr<LocalContext>& context,
+                                            std::string_view name) {
+  const auto found = findLocalGroups(context, {{std::string(record::Groups)},
+                                               std::string(attribute::RecordName),
+                                               MatchType::EqualTo,
+                                               {std::string(name)},
+                                               {},
+                                               1});
+  return found.empty() ? nullptr : found.front();
+}
+
+}  // namespace gatehall

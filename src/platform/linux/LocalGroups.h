@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "platform/DirectoryService.h"
+#include "platform/linux/LocalContext.h"
+#include "platform/linux/LocalGroup.h"
+
+namespace gatehall {
+
+/// The groups that the query asks for: those of /etc/group in the file's order, then "admin". A
+/// group of that name in the file lends it its group id. Each account file is read at most once,
+/// and /etc/passwd only where members are asked for. Two lines of one name are one group to a
+/// query by name, the first as for getgrnam(3). May raise PlatformException.
+std::vector<std::shared_ptr<LocalGroup>> findLocalGroups(
+    const std::shared_ptr<LocalContext>& context, const QueryDescription& description);
+
+/// The group of that name; nullptr when there is none. May raise PlatformException.
+std::shared_ptr<LocalGroup> localGroupNamed(const std::shared_ptr<LocalContext>& context,
+                                            std::string_view name);
+
+}  // namespace gatehall

@@ -1,0 +1,411 @@
+#include "platform/linux/LocalUser.h"
+
+#include <array>
+#include <cmath>
+#include <unistd.h>
+#include <unordered_map>
+
+#include "platform/AttributeKinds.h"
+#include "platform/linux/AccountFiles.h"
+#include "platform/linux/DirectoryErrorCodes.h"
+#include "platform/linux/LocalUsers.h"
+#include "platform/linux/PasswordChange.h"
+#include "platform/linux/PasswordHash.h"
+
+namespace gatehall {
+
+namespace {
+
+constexpr std::array kKinds{attribute::RecordName,
+                            attribute::UniqueID,
+                            attribute::GUID,
+                            attribute::FullName,
+                            attribute::PrimaryGroupID,
+                            attribute::UserShell,
+                            attribute::NFSHomeDirectory,
+                            attribute::Picture,
+                            attribute::AuthenticationAuthority,
+                            attribute::AuthenticationHint,
+                            attribute::Password,
+                            attribute::MetaNodeLocation,
+                            attribute::Guest};
+
+Strings oneUnlessEmpty(std::string_view text) {
+  return text.empty() ? Strings() : Strings{std::string(text)};
+}
+
+/// The line that passwd(5) would have for a user record, with the defaults of systemd's records.
+std::string passwdLineOf(const UserRecord& record) {
+  const bool isPerson = record.disposition.empty() || record.disposition == "regular";
+  const auto home = !record.homeDirectory.empty() ? record.homeDirectory
+                    : isPerson                    ? "/home/" + record.userName
+                                                  : "/";
+  const auto shell = !record.shell.empty() ? record.shell
+                     : isPerson            ? "/bin/bash"
+                                           : "/usr/sbin/nologin";
+  const auto userID = record.userID.value_or(0);
+  return record.userName + ":x:" + std::to_string(userID) + ":" +
+         std::to_string(record.groupID.value_or(userID)) + "::" + home + ":" + shell;
+}
+
+}  // namespace
+
+LocalUser::LocalUser(std::shared_ptr<LocalContext> context, std::string_view passwdLine,
+                     std::shared_ptr<const UserRecord> userRecord)
+    : mContext(std::move(context)), mPasswdLine(passwdLine), mUserRecord(std::move(userRecord)) {}
+
+LocalUser::LocalUser(std::shared_ptr<LocalContext> context,
+                     std::shared_ptr<const UserRecord> userRecord)
+    : mContext(std::move(context)),
+      mPasswdLine(passwdLineOf(*userRecord)),
+      mUserRecord(std::move(userRecord)),
+      mStandsAlone(true) {}
+
+PasswdEntry LocalUser::entry() const {
+  std::string fault;
+  return *parsePasswdLine(mPasswdLine, fault);
+}
+
+std::string LocalUser::loginName() const {
+  const std::lock_guard lock(mMutex);
+  return std::string(accountLine::name(mPasswdLine));
+}
+
+std::uint32_t LocalUser::userID() const {
+  const std::lock_guard lock(mMutex);
+  return entry().userID;
+}
+
+std::string LocalUser::recordType() { return std::string(record::Users); }
+
+std::optional<Strings> LocalUser::valuesForAttribute(std::string_view kind) {
+  const std::lock_guard lock(mMutex);
+  auto found = values(attribute::canonical(kind));
+  if (found.empty()) return std::nullopt;
+  return found;
+}
+
+std::optional<Dictionary> LocalUser::recordDetails(const Strings& kinds) {
+  const std::lock_guard lock(mMutex);
+  Dictionary details;
+  const auto add = [&](std::string_view kind) {
+    if (details.contains(kind)) return;
+    if (const auto found = values(kind); !found.empty()) details.emplace(kind, found);
+  };
+  for (const auto& kind : kinds) add(attribute::canonical(kind));
+  if (!kinds.empty()) return details;
+  for (const auto kind : kKinds) add(kind);
+  if (mUserRecord) {
+    for (const auto& [kind, unused] : mUserRecord->attributes) add(kind);
+  }
+  return details;
+}
+
+Strings LocalUser::values(std::string_view kind) {
+  if (kind == attribute::RecordName) return recordNames();
+  if (kind == attribute::UniqueID) return {std::to_string(entry().userID)};
+  if (kind == attribute::PrimaryGroupID) return {std::to_string(entry().groupID)};
+  if (kind == attribute::GUID) return {guid()};
+  if (kind == attribute::MetaNodeLocation) return {std::string(kLocalNodeName)};
+  if (kind == attribute::Password) return passwordMark();
+  if (kind == attribute::AuthenticationAuthority) return authenticationAuthority();
+  if (auto own = attributesOfUserRecord(kind); !own.empty()) return own;
+  if (kind == attribute::FullName) return fullName();
+  if (kind == attribute::NFSHomeDirectory) return oneUnlessEmpty(entry().homeDirectory);
+  if (kind == attribute::UserShell) {
+    return {std::string(mContext->shells().effective(entry().shell))};
+  }
+  if (kind == attribute::Picture) return oneUnlessEmpty(accountsService().picture);
+  if (kind == attribute::AuthenticationHint) return oneUnlessEmpty(accountsService().passwordHint);
+  if (kind == attribute::Guest && mContext->settings().isGuest(entry().name)) return {"1"};
+  return {};
+}
+
+Strings LocalUser::recordNames() const {
+  Strings names{std::string(entry().name)};
+  if (mUserRecord) {
+    names.insert(names.end(), mUserRecord->aliases.begin(), mUserRecord->aliases.end());
+  }
+  return names;
+}
+
+Strings LocalUser::fullName() const {
+  const auto account = entry();
+  auto name = fullNameOfGecos(account.gecos, account.name);
+  if (name.empty() && mUserRecord) name = mUserRecord->realName;
+  return oneUnlessEmpty(name);
+}
+
+std::string LocalUser::guid() const {
+  if (mUserRecord && mUserRecord->uuid) return uuidText(*mUserRecord->uuid);
+  return uuidText(mContext->host().guids.ofUser(entry().userID));
+}
+
+Strings LocalUser::attributesOfUserRecord(std::string_view kind) const {
+  if (!mUserRecord) return {};
+  const auto found = mUserRecord->attributes.find(kind);
+  return found == mUserRecord->attributes.end() ? Strings() : found->second;
+}
+
+Strings LocalUser::authenticationAuthority() {
+  const auto account = password();
+  Strings authorities;
+  if (!account.hashes.empty() || account.isUnreadable) {
+    authorities.emplace_back(account.store == Store::Passwd ? ";basic;" : ";ShadowHash;");
+  }
+  if (account.isDisabled) authorities.emplace_back(";DisabledUser;");
+  const auto own = attributesOfUserRecord(attribute::AuthenticationAuthority);
+  authorities.insert(authorities.end(), own.begin(), own.end());
+  return authorities;
+}
+
+Strings LocalUser::passwordMark() {
+  const auto account = password();
+  return {!account.hashes.empty() || account.isUnreadable ? "********" : "*"};
+}
+
+// pam_unix's reading of the two files: "x" stands for the shadow file, an empty field for no
+// password, "!" in front of a hash for a locked one, and what no password can give for none.
+LocalUser::Password LocalUser::password() {
+  Password result;
+  std::vector<std::string_view> stored;
+  std::optional<ShadowEntry> shadow;
+  const auto account = entry();
+  if (mStandsAlone) {
+    result.store = Store::Privileged;
+    fetchPrivileged();
+    for (const auto& hash : mPrivilegedHashes) stored.push_back(hash->view());
+  } else {
+    shadow = shadowEntry();
+    if (account.password != "x") {
+      result.store = Store::Passwd;
+      stored.push_back(account.password);
+    } else if (shadow) {
+      stored.push_back(shadow->hash);
+    }
+  }
+  result.isUnreadable = result.store != Store::Passwd && mShadow == Fetched::Unreadable;
+  for (const auto text : stored) {
+    const auto hash = text.substr(std::min(text.find_first_not_of('!'), text.size()));
+    const bool isLocked = hash.size() < text.size();
+    if (hash.empty() ? isLocked : !isPasswordHash(hash)) continue;
+    result.hashes.push_back(hash);
+    result.isDisabled = result.isDisabled || isLocked;
+  }
+  result.isDisabled = result.isDisabled || isExpired(shadow);
+  return result;
+}
+
+bool LocalUser::isExpired(const std::optional<ShadowEntry>& shadow) const {
+  const auto now = mContext->host().clock.now().time_since_epoch().count();
+  constexpr double kSecondsOfDay = 86400;
+  if (shadow && shadow->expiryDay &&
+      std::floor(now / kSecondsOfDay) >= static_cast<double>(*shadow->expiryDay)) {
+    return true;
+  }
+  if (!mUserRecord) return false;
+  const auto& notAfter = mUserRecord->notAfterMicroseconds;
+  return mUserRecord->isLocked || (notAfter && now * 1e6 > static_cast<double>(*notAfter));
+}
+
+std::optional<ShadowEntry> LocalUser::shadowEntry() {
+  if (mStandsAlone) return std::nullopt;
+  if (mShadow == Fetched::No) fetchShadowLine();
+  if (!mShadowLine) return std::nullopt;
+  std::string fault;
+  return parseShadowLine(mShadowLine->view(), fault);
+}
+
+void LocalUser::keepShadow(Fetched state, std::string_view line) {
+  mShadow = state;
+  mShadowLine = state == Fetched::Line ? std::make_unique<SecretText>(line) : nullptr;
+}
+
+void LocalUser::fetchShadowLine() {
+  auto& host = mContext->host();
+  const auto name = accountLine::name(mPasswdLine);
+  keepShadow(Fetched::Nothing, {});
+  const int error = accountFiles::scan(host.options, host.faults, accountFiles::kShadow,
+                                       [&](std::string_view line, std::uint64_t number) {
+                                         if (!accountLine::hasName(line, name)) return true;
+                                         std::string fault;
+                                         if (parseShadowLine(line, fault)) {
+                                           keepShadow(Fetched::Line, line);
+                                         } else {
+                                           host.faults.report(accountFiles::kShadow, number, fault);
+                                         }
+                                         return false;
+                                       });
+  if (error != 0 && error != ENOENT) keepShadow(Fetched::Unreadable, {});
+}
+
+void LocalUser::fetchShadow(LocalContext& context,
+                            std::span<const std::shared_ptr<LocalUser>> users) {
+  auto& host = context.host();
+  std::unordered_map<std::string, std::vector<LocalUser*>> missing;
+  for (const auto& user : users) {
+    const std::lock_guard lock(user->mMutex);
+    if (user->mShadow != Fetched::No || user->mStandsAlone) continue;
+    missing[std::string(accountLine::name(user->mPasswdLine))].push_back(user.get());
+  }
+  if (missing.size() <= 1) return;  // one record fetches its own line as fast
+  const auto keep = [](const std::vector<LocalUser*>& records, Fetched state,
+                       std::string_view line) {
+    for (auto* user : records) {
+      const std::lock_guard lock(user->mMutex);
+      user->keepShadow(state, line);
+    }
+  };
+  std::string name;
+  const int error =
+      accountFiles::scan(host.options, host.faults, accountFiles::kShadow,
+                         [&](std::string_view line, std::uint64_t number) {
+                           name = accountLine::name(line);
+                           const auto found = missing.find(name);
+                           if (found == missing.end()) return true;
+                           std::string fault;
+                           const bool isRead = parseShadowLine(line, fault).has_value();
+                           if (!isRead) host.faults.report(accountFiles::kShadow, number, fault);
+                           keep(found->second, isRead ? Fetched::Line : Fetched::Nothing, line);
+                           missing.erase(found);
+                           return !missing.empty();
+                         });
+  const bool isUnreadable = error != 0 && error != ENOENT;
+  for (const auto& [unused, records] : missing) {
+    keep(records, isUnreadable ? Fetched::Unreadable : Fetched::Nothing, {});
+  }
+}
+
+void LocalUser::fetchPrivileged() {
+  if (mShadow != Fetched::No) return;
+  auto& host = mContext->host();
+  auto read = PrivilegedHashes::read(host.options, host.faults, mUserRecord->userName);
+  mShadow = read.isUnreadable ? Fetched::Unreadable : Fetched::Nothing;
+  mPrivilegedHashes = std::move(read.hashes);
+}
+
+const AccountsServiceFile& LocalUser::accountsService() {
+  if (!mAccountsService) {
+    mAccountsService =
+        AccountsServiceFile::read(mContext->host().options, accountLine::name(mPasswdLine));
+  }
+  return *mAccountsService;
+}
+
+void LocalUser::fetchAccountsService(LocalContext& context,
+                                     std::span<const std::shared_ptr<LocalUser>> users) {
+  if (users.size() <= 1) return;
+  const auto accounts = AccountsServiceFile::accounts(context.host().options);
+  for (const auto& user : users) {
+    const std::lock_guard lock(user->mMutex);
+    const bool isKept = accounts.contains(accountLine::name(user->mPasswdLine));
+    if (!isKept && !user->mAccountsService) user->mAccountsService.emplace();
+  }
+}
+
+bool LocalUser::setValue(std::string_view, std::string_view) {
+  // The accounts of a machine are changed with its own commands (usermod(8), chfn(1)).
+  return false;
+}
+
+bool LocalUser::verifyPassword(std::string_view password, DirectoryError& error) {
+  const std::lock_guard lock(mMutex);
+  error.domain = kDirectoryErrorDomain;
+  const auto account = this->password();
+  if (account.isDisabled) {
+    error.code = directoryError::kAccountDisabled;
+    return false;
+  }
+  if (account.isUnreadable) {
+    error.code = directoryError::kHashUnreadable;
+    return false;
+  }
+  for (const auto hash : account.hashes) {
+    const bool isAccepted = hash.empty() ? password.empty() : passwordMatchesHash(password, hash);
+    if (!isAccepted) continue;
+    error = {};
+    return true;
+  }
+  error.code = directoryError::kPasswordRefused;
+  return false;
+}
+
+bool LocalUser::changePassword(std::string_view oldPassword, std::string_view newPassword,
+                               DirectoryError& error) {
+  std::string name;
+  {
+    const std::lock_guard lock(mMutex);
+    if (mStandsAlone) {
+      // PAM's "passwd" knows the accounts of /etc/passwd.
+      error = {std::string(kDirectoryErrorDomain), directoryError::kPasswordServiceUnavailable};
+      return false;
+    }
+    name = entry().name;
+  }
+  // PAM asks a process of root's for no old password.
+  if (getuid() == 0 && !verifyPassword(oldPassword, error)) return false;
+  error.domain = kDirectoryErrorDomain;
+  switch (changePasswordThroughPam(mContext->host().options, name, oldPassword, newPassword)) {
+    case PasswordChange::Done: {
+      error = {};
+      const std::lock_guard lock(mMutex);
+      mShadow = Fetched::No;
+      mShadowLine = nullptr;
+      return true;
+    }
+    case PasswordChange::OldPasswordRefused:
+      error.code = directoryError::kPasswordRefused;
+      return false;
+    case PasswordChange::NewPasswordRefused:
+      error.code = directoryError::kNewPasswordRefused;
+      return false;
+    case PasswordChange::Unavailable:
+      break;
+  }
+  error.code = directoryError::kPasswordServiceUnavailable;
+  return false;
+}
+
+bool LocalUser::isMember(DirectoryRecord&) { return false; }
+
+std::optional<Dictionary> LocalUser::passwordPolicy() {
+  const std::lock_guard lock(mMutex);
+  const auto shadow = shadowEntry();
+  if (!shadow) return std::nullopt;
+  constexpr std::int64_t kNoMaximum = 99999;
+  constexpr std::int64_t kMinutesOfDay = 1440;
+  constexpr std::int64_t kSecondsOfDay = 86400;
+  Dictionary policy;
+  if (shadow->lastChangeDay == 0) {
+    policy.emplace("newPasswordRequired", true);
+  } else if (shadow->lastChangeDay) {
+    policy.emplace("passwordLastSetTime", *shadow->lastChangeDay * kSecondsOfDay);
+  }
+  if (shadow->maximumDays && *shadow->maximumDays < kNoMaximum) {
+    policy.emplace("maxMinutesUntilChangePassword", *shadow->maximumDays * kMinutesOfDay);
+  }
+  if (shadow->expiryDay) policy.emplace("usingHardExpirationDate", true);
+  if (shadow->inactiveDays) {
+    policy.emplace("maxMinutesOfNonUse", *shadow->inactiveDays * kMinutesOfDay);
+  }
+  if (policy.empty()) return std::nullopt;
+  return policy;
+}
+
+bool LocalUser::synchronize() {
+  const auto context = std::make_shared<LocalContext>(mContext->sharedHost());
+  const auto present = localUserNamed(context, loginName());
+  if (!present) return false;
+  const std::scoped_lock lock(mMutex, present->mMutex);
+  mContext = context;
+  mPasswdLine = present->mPasswdLine;
+  mUserRecord = present->mUserRecord;
+  mStandsAlone = present->mStandsAlone;
+  mShadow = Fetched::No;
+  mShadowLine = nullptr;
+  mPrivilegedHashes.clear();
+  mAccountsService.reset();
+  return true;
+}
+
+}  // namespace gatehall

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/DirectoryService.h"
+#include "platform/linux/AccountsServiceFile.h"
+#include "platform/linux/LocalContext.h"
+#include "platform/linux/Passwd.h"
+#include "platform/linux/SecretText.h"
+#include "platform/linux/Shadow.h"
+
+namespace gatehall {
+
+/// An account of the local node: a line of /etc/passwd, a user record, or both. It keeps the line
+/// and reads the values out of it when they are asked for.
+///
+/// The line decides what it says; a user record of the same name and user id adds its uuid,
+/// aliases, groups, lock and validity, the full name when the line has none, and its own
+/// attributes.
+class LocalUser final : public DirectoryRecord {
+ public:
+  /// Of a line that parsePasswdLine reads, with or without a user record.
+  LocalUser(std::shared_ptr<LocalContext> context, std::string_view passwdLine,
+            std::shared_ptr<const UserRecord> userRecord);
+
+  /// Of a user record that has a user id and stands alone.
+  LocalUser(std::shared_ptr<LocalContext> context, std::shared_ptr<const UserRecord> userRecord);
+
+  std::string loginName() const;
+  std::uint32_t userID() const;
+
+  /// Fetches the shadow entries that the users don't have yet, in one pass over the file.
+  static void fetchShadow(LocalContext& context, std::span<const std::shared_ptr<LocalUser>> users);
+
+  /// The same for what AccountsService keeps.
+  static void fetchAccountsService(LocalContext& context,
+                                   std::span<const std::shared_ptr<LocalUser>> users);
+
+  std::string recordType() override;
+  std::optional<Strings> valuesForAttribute(std::string_view kind) override;
+  std::optional<Dictionary> recordDetails(const Strings& kinds) override;
+  bool setValue(std::string_view value, std::string_view kind) override;
+  bool verifyPassword(std::string_view password, DirectoryError& error) override;
+  bool changePassword(std::string_view oldPassword, std::string_view newPassword,
+                      DirectoryError& error) override;
+  bool isMember(DirectoryRecord& member) override;
+  std::optional<Dictionary> passwordPolicy() override;
+  bool synchronize() override;
+
+ private:
+  enum class Store { Passwd, Shadow, Privileged };
+  enum class Fetched { No, Unreadable, Nothing, Line };
+
+  /// What the account's password is checked against.
+  struct Password {
+    Store store = Store::Shadow;
+    bool isUnreadable = false;
+    bool isDisabled = false;
+    std::vector<std::string_view> hashes;  ///< without the marks of a lock; good under the lock
+  };
+
+  // All of these are called under mMutex.
+  PasswdEntry entry() const;
+  Strings values(std::string_view kind);
+  Strings recordNames() const;
+  Strings fullName() const;
+  Strings homeDirectory() const;
+  std::string guid() const;
+  Strings authenticationAuthority();
+  Strings passwordMark();
+  Strings attributesOfUserRecord(std::string_view kind) const;
+  Password password();
+  void fetchShadowLine();
+  void fetchPrivileged();
+  std::optional<ShadowEntry> shadowEntry();
+  const AccountsServiceFile& accountsService();
+  bool isExpired(const std::optional<ShadowEntry>& shadow) const;
+
+  void keepShadow(Fetched state, std::string_view line);
+
+  mutable std::mutex mMutex;
+  std::shared_ptr<LocalContext> mContext;
+  std::string mPasswdLine;
+  std::shared_ptr<const UserRecord> mUserRecord;
+  bool mStandsAlone = false;
+  Fetched mShadow = Fetched::No;  ///< of the shadow line, or of the privileged hashes
+  std::unique_ptr<SecretText> mShadowLine;
+  std::vector<std::unique_ptr<SecretText>> mPrivilegedHashes;
+  std::optional<AccountsServiceFile> mAccountsService;
+};
+
+}  // namespace gatehall

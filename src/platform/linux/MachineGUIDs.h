@@ -1,0 +1,54 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/linux/FaultLog.h"
+#include "platform/linux/HostOptions.h"
+#include "platform/portable/NameBasedUUID.h"
+
+namespace gatehall {
+
+/// The GUIDs of this machine's accounts and groups: name-based UUIDs of the machine id
+/// (machine-id(5)) and the user or group id, so that nothing has to be stored for them to stay the
+/// same. A machine without a readable id gets them in the namespace of all zeros, and the log says
+/// so. From any thread.
+class MachineGUIDs {
+ public:
+  MachineGUIDs(const HostOptions& options, FaultLog& faults) : mOptions(options), mFaults(faults) {}
+
+  UUIDBytes ofUser(std::uint32_t userID);
+  UUIDBytes ofGroup(std::uint32_t groupID);
+
+  /// Of a group that has no group id.
+  UUIDBytes ofGroupNamed(std::string_view name);
+
+  /// The user id behind a GUID that ofUser answered lately. Finding it otherwise takes one hash for
+  /// every account.
+  std::optional<std::uint32_t> rememberedUserID(const UUIDBytes& guid);
+
+ private:
+  struct Remembered {
+    UUIDBytes guid{};
+    std::uint32_t userID = 0;
+    bool isUsed = false;
+  };
+  static constexpr std::size_t kRemembered = 4096;
+
+  const UUIDBytes& machineID();
+  static std::size_t placeOf(const UUIDBytes& guid);
+
+  const HostOptions& mOptions;
+  FaultLog& mFaults;
+  std::once_flag mMachineIDRead;
+  UUIDBytes mMachineID{};
+  std::mutex mMutex;
+  std::unique_ptr<std::array<Remembered, kRemembered>> mRemembered;
+};
+
+}  // namespace gatehall

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "platform/linux/NetworkNode.h"
+
+namespace gatehall {
+
+inline constexpr std::string_view kSearchNodeName = "search";
+
+/// The node that covers all others: the two local ones, then the network's. Nodes that can't be
+/// reached have no records until they can.
+class SearchNode final : public DirectoryNode {
+ public:
+  SearchNode(std::vector<std::shared_ptr<DirectoryNode>> localNodes,
+             std::vector<std::shared_ptr<NetworkNode>> networkNodes)
+      : mLocalNodes(std::move(localNodes)), mNetworkNodes(std::move(networkNodes)) {}
+
+  std::optional<std::string> nodeName() override;
+  std::optional<Strings> subnodeNames() override;
+  std::optional<Strings> unreachableSubnodeNames() override;
+  std::shared_ptr<DirectoryRecord> recordByTypeAndName(std::string_view type, std::string_view name,
+                                                       const Strings& attributes) override;
+  std::shared_ptr<DirectoryQuery> query(QueryDescription description) override;
+
+ private:
+  std::vector<std::shared_ptr<DirectoryNode>> reachableNodes() const;
+
+  std::vector<std::shared_ptr<DirectoryNode>> mLocalNodes;
+  std::vector<std::shared_ptr<NetworkNode>> mNetworkNodes;
+};
+
+}  // namespace gatehall
