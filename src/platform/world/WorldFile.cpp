@@ -58,7 +58,7 @@ LoginLimit readLimit(const JsonCursor& at) {
 void readParentalControls(const JsonCursor& section, WorldParentalControls& controls) {
   section.forEachMember([&](const std::string& key, const JsonCursor& limit) {
     const auto userID = idFromText(key);
-    if (!userID) limit.fail("\"" + key + "\" is no user id");
+    if (!userID || std::to_string(*userID) != key) limit.fail("\"" + key + "\" is no user id");
     controls.setLimit(*userID, readLimit(limit));
   });
 }
@@ -70,10 +70,7 @@ void readPreferences(const JsonCursor& section, WorldPreferences& preferences) {
     for (const auto& [key, scope] :
          {std::pair("user", Scope::User), std::pair("system", Scope::System)}) {
       const auto at = settings.find(key);
-      if (!at) continue;
-      for (auto& [name, value] : readDictionary(*at)) {
-        preferences.setValue(scope, domain, name, value);
-      }
+      if (at) preferences.setSettings(scope, domain, readDictionary(*at));
     }
   });
 }

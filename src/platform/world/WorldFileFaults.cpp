@@ -49,7 +49,9 @@ Fault readFault(const JsonCursor& at) {
         static_cast<std::uint64_t>(call->integer(1, std::numeric_limits<std::int64_t>::max()));
   }
   if (const auto where = at.find("where")) fault.where = readWhere(*where);
-  if (ofLocalNode) fault.where.node = "local";
+  if (ofLocalNode && std::exchange(fault.where.node, "local")) {
+    at.fail("the fault \"localNode\" needs no \"node\"");
+  }
   return fault;
 }
 

@@ -40,6 +40,11 @@ void WorldPreferences::removeValue(Scope scope, std::string_view domain, std::st
   mStored[std::string(domain)][scope].erase(std::string(key));
 }
 
+void WorldPreferences::setSettings(Scope scope, std::string_view domain, Dictionary settings) {
+  const std::scoped_lock lock(mMutex);
+  mStored[std::string(domain)][scope] = std::move(settings);
+}
+
 const WorldPreferences::Settings& WorldPreferences::read(std::string_view domain) {
   const auto present = mRead.find(domain);
   if (present != mRead.end()) return present->second;

@@ -20,9 +20,11 @@ class WorldPreferences final : public PreferenceStore {
   bool applicationBoolean(std::string_view key, std::string_view domain, bool& exists) override;
   void synchronizePreferences(std::string_view domain) override;
 
-  /// Stores a value, for readers to see once they synchronize.
+  // What is stored from now on, for readers to see once they synchronize.
   void setValue(Scope scope, std::string_view domain, std::string_view key, Value value);
   void removeValue(Scope scope, std::string_view domain, std::string_view key);
+  /// Replaces all that the scope holds of the domain.
+  void setSettings(Scope scope, std::string_view domain, Dictionary settings);
 
  private:
   /// Both scopes of a domain.

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "platform/Platform.h"
+#include "tests/platform/contracts/Scene.h"
+
+namespace gatehall::contracts {
+
+/// A machine on which others post notifications.
+class NotificationHost {
+ public:
+  virtual ~NotificationHost() = default;
+  virtual Platform& platform() = 0;
+
+  /// Another process posts a distributed notification.
+  virtual void postDistributed(std::string_view name, const Dictionary& userInfo) = 0;
+
+  /// Runs the main run loop until everything posted so far was delivered.
+  virtual void deliver() = 0;
+};
+
+class NotificationContract : public testing::TestWithParam<Factory<NotificationHost>> {
+ protected:
+  NotificationCenter& center() { return mHost->platform().distributedNotificationCenter(); }
+
+  NotificationCenter::Handler keep() {
+    return [this](const Notification& notification) {
+      mThreads.push_back(std::this_thread::get_id());
+      mReceived.push_back(notification.name +
+                          description(notification.userInfo.value_or(Dictionary())));
+    };
+  }
+
+  const std::unique_ptr<NotificationHost> mHost = GetParam()();
+  std::vector<std::string> mReceived;
+  std::vector<std::thread::id> mThreads;
+  const int mObserver = 0;
+  const int mOther = 0;
+};
+
+TEST_P(NotificationContract, TellsWhatWasPostedInItsOrderOnTheMainThread) {
+  center().addObserver(&mObserver, "com.orvane.first", keep());
+  center().addObserver(&mObserver, "com.orvane.second", keep());
+  mHost->postDistributed("com.orvane.first", {{"userName", "ann"}});
+  mHost->postDistributed("com.orvane.second", {});
+  mHost->postDistributed("com.orvane.first", {{"userName", "bob"}});
+  EXPECT_THAT(mReceived, testing::IsEmpty()) << "told before the main run loop ran";
+  mHost->deliver();
+  EXPECT_THAT(mReceived,
+              testing::ElementsAre("com.orvane.first{userName = ann; }", "com.orvane.second{}",
+                                   "com.orvane.first{userName = bob; }"));
+  EXPECT_THAT(mThreads, testing::Each(std::this_thread::get_id()));
+}
+
+TEST_P(NotificationContract, TellsOnlyWhoObservesTheName) {
+  center().addObserver(&mObserver, "com.orvane.first", keep());
+  mHost->postDistributed("com.orvane.other", {});
+  mHost->deliver();
+  EXPECT_THAT(mReceived, testing::IsEmpty());
+}
+
+TEST_P(NotificationContract, TellsEveryObserverOfAName) {
+  center().addObserver(&mObserver, "com.orvane.first", keep());
+  center().addObserver(&mOther, "com.orvane.first", keep());
+  mHost->postDistributed("com.orvane.first", {});
+  mHost->deliver();
+  EXPECT_EQ(mReceived.size(), 2U);
+}
+
+TEST_P(NotificationContract, TellsNobodyWhoStoppedObserving) {
+  center().addObserver(&mObserver, "com.orvane.first", keep());
+  center().addObserver(&mObserver, "com.orvane.second", keep());
+  center().addObserver(&mOther, "com.orvane.first", keep());
+  center().removeObserver(&mObserver, "com.orvane.first");
+  center().removeObserver(&mObserver, "com.orvane.never observed");
+  mHost->postDistributed("com.orvane.first", {});
+  mHost->postDistributed("com.orvane.second", {});
+  mHost->deliver();
+  EXPECT_THAT(mReceived, testing::ElementsAre("com.orvane.first{}", "com.orvane.second{}"));
+}
+
+TEST_P(NotificationContract, LetsAHandlerEndItsOwnAndOtherObservations) {
+  center().addObserver(&mObserver, "com.orvane.first", [&](const Notification& notification) {
+    center().removeObserver(&mObserver, "com.orvane.first");
+    center().removeObserver(&mOther, "com.orvane.first");
+    mReceived.push_back(notification.name);
+  });
+  center().addObserver(&mOther, "com.orvane.first", keep());
+  mHost->postDistributed("com.orvane.first", {});
+  mHost->postDistributed("com.orvane.first", {});
+  mHost->deliver();
+  EXPECT_THAT(mReceived, testing::ElementsAre("com.orvane.first"));
+}
+
+}  // namespace gatehall::contracts
