@@ -23,24 +23,24 @@ struct Fault {
     /// The full name of the node: the one asked or opened, the one a query runs on, the one a
     /// record is of (MetaNodeLocation). A node opened by type goes by "local" or "search" while it
     /// is being opened.
-    std::optional<std::string> node;
+    std::optional<std::string> node = {};
     /// An attribute kind, by suffix or in full: one of those that the call names; of a query the
     /// one that it matches on.
-    std::optional<std::string> attribute;
+    std::optional<std::string> attribute = {};
     /// One of a query's values, the name asked of recordByTypeAndName, the value to set, the key,
     /// domain or path of a preference, a GUID, the service of an access list. Never a password.
-    std::optional<std::string> value;
+    std::optional<std::string> value = {};
     /// Whom the call is about: a record by its first RecordName or its UniqueID (of isMember either
     /// record), what a query or a lookup by name or user id looks for, the user of a switch as a
     /// record; elsewhere a user id in decimal.
-    std::optional<std::string> user;
+    std::optional<std::string> user = {};
   };
 
   std::string operation;  ///< one of kOperations
   Kind kind = Kind::PlatformException;
   /// The only call that fails, counting from 1 those that match; left out, every one fails.
-  std::optional<std::uint64_t> call;
-  Where where;
+  std::optional<std::uint64_t> call = {};
+  Where where = {};
 };
 
 /// What a host is not expected to raise: a failure outside of the contracts.
