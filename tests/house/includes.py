@@ -39,7 +39,7 @@ TOUCHES_A_MACHINE = {"platform/portable", "platform/linux", "ctl"}
 # besides use it for a reason of their own.
 LIBRARIES = {
     "libsystemd": (r"systemd/", set()),
-    "nlohmann-json": (r"nlohmann/", set()),
+    "nlohmann-json": (r"nlohmann/", {"ctl/Json"}),
     "toml++": (r"toml\+\+/", set()),
     "CLI11": (r"CLI/", set()),
     "libplist": (r"plist/", set()),

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <vector>
+
+#include "ctl/Json.h"
+#include "ctl/Table.h"
+#include "platform/Value.h"
+
+namespace gatehall::ctl {
+
+/// How a run ends.
+enum class ExitStatus {
+  Done = 0,
+  No = 1,           ///< the answer is no
+  WrongUsage = 2,   ///< the command line or a file is wrong
+  HostFailure = 3,  ///< the host failed to answer
+};
+
+/// What a verb found out, for programs and for people.
+struct Answer {
+  Json json = nullptr;
+  std::vector<Table> tables{};
+  ExitStatus status = ExitStatus::Done;
+  bool tellsLog = false;  ///< what was logged is part of it
+  Strings messages{};     ///< what there is to say besides, one line each
+};
+
+}  // namespace gatehall::ctl

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/instrumented/RecordingLog.h"
+#include "platform/instrumented/RecordingLoginService.h"
+#include "platform/instrumented/Trace.h"
+
+namespace gatehall::ctl {
+
+/// The host that a verb looks at: installed as the process's while the object lives, and recorded.
+/// Nothing reaches the system log. In a world a switch is carried out there; on this machine it is
+/// only noted.
+class Host {
+ public:
+  /// The machine that the world file describes, with the faults that it asks for; without a file
+  /// this machine. Raises WorldError.
+  explicit Host(const std::optional<std::string>& worldFile);
+  ~Host();
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+  const RecordingLog& log() const { return *mLog; }
+  const RecordingLoginService& loginService() const { return *mLoginService; }
+  const Trace& trace() const { return *mTrace; }
+
+ private:
+  std::shared_ptr<RecordingLog> mLog = std::make_shared<RecordingLog>();
+  std::shared_ptr<RecordingLoginService> mLoginService;
+  std::shared_ptr<Trace> mTrace = std::make_shared<Trace>();
+};
+
+}  // namespace gatehall::ctl

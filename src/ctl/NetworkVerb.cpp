@@ -1,0 +1,55 @@
+#include "access/NetworkStatus.h"
+#include "ctl/Verbs.h"
+#include "directory/SubnodeCounts.h"
+
+namespace gatehall::ctl {
+
+namespace {
+
+std::string meaning(std::int32_t networkStatus) {
+  switch (networkStatus) {
+    case 0:
+      return "0: no network directory answers";
+    case 1:
+      return "1: some network directories don't answer";
+    default:
+      return "2: everything that is configured answers";
+  }
+}
+
+Answer run(const Host&, const Request&) {
+  const auto status = NetworkStatus::sharedNetworkStatus();
+  SubnodeCounts counts;
+  subnodeCounts(&counts);
+
+  Answer answer;
+  answer.json["networkStatus"] = status->networkStatus();
+  answer.json["hasParentNetwork"] = status->hasParentNetwork();
+  answer.json["parentNetworkExists"] = status->parentNetworkExists();
+  answer.json["total"] = counts.total;
+  answer.json["reachable"] = counts.reachable;
+  answer.tables = {
+      {.rows = {{{"network status"}, {meaning(status->networkStatus())}},
+                {{"belongs to a network"}, {cellText(answer.json["hasParentNetwork"])}},
+                {{"network answers"}, {cellText(answer.json["parentNetworkExists"])}},
+                {{"nodes covered"}, {cellText(answer.json["total"])}},
+                {{"nodes reachable"}, {cellText(answer.json["reachable"])}}}}};
+  return answer;
+}
+
+}  // namespace
+
+Verb networkVerb() {
+  return {
+      .name = "network",
+      .summary = "Whether the network directories can be reached",
+      .description =
+          "Shows whether this machine belongs to a network directory and whether that "
+          "answers. The\nnetwork status is 2 when all nodes answer or there is no "
+          "network directory, 1 when some don't,\nand 0 when no network directory does.",
+      .example = "--world examples/lab.world.json network",
+      .run = run,
+  };
+}
+
+}  // namespace gatehall::ctl

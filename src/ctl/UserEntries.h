@@ -1,0 +1,18 @@
+#pragma once
+
+#include <memory>
+
+#include "ctl/Json.h"
+#include "ctl/Table.h"
+#include "users/CachedUserList.h"
+
+namespace gatehall::ctl {
+
+/// The users in the list's order, each with what tells them apart on a login screen; null without a
+/// list.
+Json usersJson(const std::shared_ptr<CachedUserList>& users);
+
+/// What usersJson says, a line a user. Without a list the one line is the given text.
+Table usersTable(const Json& users, const std::string& withoutList);
+
+}  // namespace gatehall::ctl
