@@ -63,15 +63,18 @@ std::string tableText(const Table& table, TableStyle style) {
   const auto widths = columnWidths(rows);
   std::string text;
   for (const auto& row : rows) {
-    std::size_t gap = 0;
+    std::size_t missing = 0;  // columns between what is written and the next cell
     for (std::size_t column = 0; column < row.size(); ++column) {
       const auto& [content, colour] = row[column];
-      const bool coloured = style.colour && *colour != '\0';
-      text.append(gap, ' ');
-      if (coloured) text += colour;
-      text += content.text;
-      if (coloured) text += "\x1B[0m";
-      gap = std::max(widths[column], content.columns) - content.columns + kGap;
+      if (!content.text.empty()) {
+        const bool coloured = style.colour && *colour != '\0';
+        text.append(missing, ' ');
+        if (coloured) text += colour;
+        text += content.text;
+        if (coloured) text += "\x1B[0m";
+        missing = 0;
+      }
+      missing += std::max(widths[column], content.columns) - content.columns + kGap;
     }
     text += '\n';
   }

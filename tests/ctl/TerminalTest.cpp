@@ -1,0 +1,111 @@
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+// The program as a whole, on a terminal of its own.
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+using Environment = std::vector<std::pair<const char*, const char*>>;
+
+const std::string kFamily = GATEHALL_EXAMPLES "/family.world.json";
+
+[[noreturn]] void become(const std::vector<std::string>& words, const Environment& environment) {
+  clearenv();
+  for (const auto& [name, value] : environment) setenv(name, value, 1);
+  std::vector<char*> arguments = {const_cast<char*>(GATEHALLCTL)};
+  for (const auto& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
+  arguments.push_back(nullptr);
+  execv(GATEHALLCTL, arguments.data());
+  _exit(127);
+}
+
+std::string readAll(int descriptor) {
+  std::string text;
+  std::array<char, 4096> buffer;
+  // A terminal whose program has ended fails to read.
+  for (;;) {
+    const auto count = read(descriptor, buffer.data(), buffer.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) break;
+    text.append(buffer.data(), static_cast<std::size_t>(count));
+  }
+  close(descriptor);
+  return text;
+}
+
+int exitStatusOf(pid_t child) {
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string onATerminal(const std::vector<std::string>& words, const Environment& environment) {
+  int terminal = -1;
+  const auto child = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child == 0) become(words, environment);
+  auto text = readAll(terminal);
+  EXPECT_EQ(exitStatusOf(child), 0) << text;
+  return text;
+}
+
+std::string throughAPipe(const std::vector<std::string>& words, const Environment& environment) {
+  std::array<int, 2> ends{};
+  EXPECT_EQ(pipe(ends.data()), 0);
+  const auto child = fork();
+  if (child == 0) {
+    dup2(ends[1], STDOUT_FILENO);
+    close(ends[0]);
+    close(ends[1]);
+    become(words, environment);
+  }
+  close(ends[1]);
+  auto text = readAll(ends[0]);
+  EXPECT_EQ(exitStatusOf(child), 0) << text;
+  return text;
+}
+
+const std::vector<std::string> kQuestion = {"--world", kFamily, "can-log-in", "1001"};
+
+TEST(Colour, IsUsedOnATerminal) {
+  EXPECT_THAT(onATerminal(kQuestion, {{"TERM", "xterm"}}), HasSubstr("\x1B[32myes\x1B[0m"));
+  EXPECT_THAT(onATerminal(kQuestion, {{"TERM", "xterm"}, {"NO_COLOR", ""}}), HasSubstr("\x1B["));
+}
+
+TEST(Colour, IsNotUsedWhereItIsNotWanted) {
+  EXPECT_THAT(onATerminal(kQuestion, {{"TERM", "xterm"}, {"NO_COLOR", "1"}}),
+              Not(HasSubstr("\x1B")));
+  EXPECT_THAT(onATerminal(kQuestion, {{"TERM", "dumb"}}), Not(HasSubstr("\x1B")));
+  EXPECT_THAT(throughAPipe(kQuestion, {{"TERM", "xterm"}}), Not(HasSubstr("\x1B")));
+}
+
+TEST(Colour, IsNotUsedInJson) {
+  auto question = kQuestion;
+  question.emplace_back("--json");
+  EXPECT_THAT(onATerminal(question, {{"TERM", "xterm"}}), StartsWith("[\r\n  {\r\n    \"uid\""));
+}
+
+TEST(Program, SaysSoWhenItsOutputCanNotBeWritten) {
+  const auto child = fork();
+  if (child == 0) {
+    dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO);
+    dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);
+    become(kQuestion, {});
+  }
+  EXPECT_EQ(exitStatusOf(child), 3);
+}
+
+}  // namespace
