@@ -1,18 +1,29 @@
 #include "ctl/Host.h"
 
-#include "ctl/Verb.h"
+#include <utility>
+#include <vector>
+
 #include "platform/instrumented/InstrumentedPlatform.h"
+#include "platform/linux/LinuxPlatform.h"
 #include "platform/world/World.h"
 
 namespace gatehall::ctl {
 
 Host::Host(const std::optional<std::string>& worldFile) {
-  if (!worldFile) throw UsageError("--world is missing: this build looks at worlds only");
-  const auto world = World::fromFile(*worldFile);
-  mLoginService = std::shared_ptr<RecordingLoginService>(world, &world->loginService());
+  std::shared_ptr<Platform> platform;
+  std::vector<Fault> faults;
+  if (worldFile) {
+    const auto world = World::fromFile(*worldFile);
+    mLoginService = std::shared_ptr<RecordingLoginService>(world, &world->loginService());
+    faults = world->faults();
+    platform = world;
+  } else {
+    mLoginService = std::make_shared<RecordingLoginService>();
+    platform = std::make_shared<LinuxPlatform>(HostOptions(), mLog);
+  }
   Platform::install(std::make_shared<InstrumentedPlatform>(
-      world, world->faults(), mTrace,
-      InstrumentedPlatform::Substitutes{.loginService = nullptr, .log = mLog}));
+      std::move(platform), std::move(faults), mTrace,
+      InstrumentedPlatform::Substitutes{.loginService = mLoginService, .log = mLog}));
 }
 
 Host::~Host() { Platform::install(nullptr); }
