@@ -17,7 +17,7 @@ struct LoginList {
   Strings guids;
   PreferenceSource source;
 
-  bool holdsEveryone() const { return guids.size() == 1 && guids.front() == kEveryone; }
+  bool holdsEveryone() const { return holds(std::string(kEveryone)); }
   bool holds(const std::optional<std::string>& guid) const;
 };
 

@@ -106,8 +106,9 @@ bool UserAccess::checkSACLs(CachedUserList& list) {
   std::vector<std::shared_ptr<CachedUser>> refused;
   std::copy_if(list.begin(), list.end(), std::back_inserter(refused),
                [](const auto& user) { return !user->hasSACLAccess(); });
+  const auto before = list.count();
   for (const auto& user : refused) list.removeObject(user);
-  return !refused.empty();
+  return list.count() != before;
 }
 
 }  // namespace gatehall

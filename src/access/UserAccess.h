@@ -30,7 +30,7 @@ class UserAccess {
   /// had.
   std::shared_ptr<CachedUserList> allowedUsers();
 
-  /// Removes the users without service access from the list; true when there was one.
+  /// Removes the users without service access from the list; true when one was removed.
   bool checkSACLs(CachedUserList& list);
 
  private:
