@@ -2,21 +2,20 @@
 // of 70,000 in /etc/passwd and /etc/shadow. Both run in a mount namespace of their own, in which
 // these files are the benchmark's. Needs root.
 
-#include <fcntl.h>
-#include <sched.h>
-#include <spawn.h>
-#include <sys/mount.h>
-#include <sys/ptrace.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <sched.h>
+#include <spawn.h>
 #include <string>
+#include <sys/mount.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -99,8 +98,8 @@ void writeAccounts(const std::filesystem::path& folder, const std::string& lastH
   for (int i = 0; i < kAccounts - 1; ++i) {
     const auto name = "user" + std::to_string(i);
     const bool last = i == kAccounts - 2;
-    passwd << name << ":x:" << kFirstUserID + i << ":100:Person Number " << i << ",,,:/home/" << name
-           << ":/bin/bash\n";
+    passwd << name << ":x:" << kFirstUserID + i << ":100:Person Number " << i << ",,,:/home/"
+           << name << ":/bin/bash\n";
     shadow << name << ':' << (last ? lastHash : "$y$j9T$oQ0oQ0oQ0oQ0oQ0o$" + std::string(43, 'x'))
            << ":19000:0:99999:7:::\n";
   }

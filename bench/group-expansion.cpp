@@ -1,0 +1,76 @@
+// expandGUIDList over 2,000 groups, nested ten deep, with 200,000 memberships, against asking the
+// directory for each member by itself.
+
+#include <cstdlib>
+
+#include "bench/LargeWorld.h"
+#include "directory/GroupMembership.h"
+#include "directory/NodeConvenience.h"
+#include "directory/Queries.h"
+#include "directory/RecordConvenience.h"
+
+namespace {
+
+using namespace gatehall;
+using namespace gatehall::bench;
+
+constexpr unsigned kUsers = 70000;
+constexpr unsigned kGroups = 2000;
+constexpr unsigned kDepth = 10;
+constexpr unsigned kMembersEach = 100;
+
+std::string memberName(unsigned group, unsigned member) {
+  return "user" + std::to_string((group * kMembersEach + member) * 31 % kUsers);
+}
+
+/// Chains of ten: each group but the last of its chain nests the next one.
+RecordDescription group(unsigned number) {
+  RecordDescription description{
+      .type = std::string(record::Groups),
+      .attributes = {{std::string(attribute::RecordName), {"group" + std::to_string(number)}},
+                     {std::string(attribute::GUID), {groupGUID(number)}}},
+      .password = {},
+      .policy = {}};
+  Strings members;
+  for (unsigned member = 0; member < kMembersEach; ++member) {
+    members.push_back(memberName(number, member));
+  }
+  description.attributes.emplace_back(attribute::GroupMembership, std::move(members));
+  if (number % kDepth != kDepth - 1) {
+    description.attributes.emplace_back(attribute::NestedGroups, Strings{groupGUID(number + 1)});
+  }
+  return description;
+}
+
+void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+}  // namespace
+
+int main() {
+  const auto world = installWorld(kUsers);
+  const auto node = world->directory().node("local");
+  Strings chains;
+  for (unsigned number = 0; number < kGroups; ++number) {
+    node->addRecord(group(number));
+    if (number % kDepth == 0) chains.push_back(groupGUID(number));
+  }
+
+  const double expansion = secondsPerCall(5, 1, [&](unsigned) {
+    require(expandGUIDList(chains).value().size() == kGroups * kMembersEach);
+  });
+  const double oneByOne = secondsPerCall(3, 1, [&](unsigned) {
+    for (unsigned number = 0; number < kGroups; ++number) {
+      for (unsigned member = 0; member < kMembersEach; ++member) {
+        const auto found = queryResults(
+            searchNode(), equalTo({record::Users}, attribute::RecordName,
+                                  {memberName(number, member)}, {std::string(attribute::GUID)}));
+        require(found && getGUID(*found->front()).has_value());
+      }
+    }
+  });
+  std::printf("group-expansion: %.3f s (aim: under 1 s); a query a member: %.3f s\n", expansion,
+              oneByOne);
+  std::printf("group-expansion ratio %.2f aim 1.0\n", expansion / oneByOne);
+}
