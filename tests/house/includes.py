@@ -30,20 +30,23 @@ POSIX = re.compile(
     r"(arpa|net|netinet)/\w+\.h|linux/\w+\.h"
     r"|sys/(auxv|epoll|eventfd|file|inotify|ioctl|mman|prctl|random|resource|select|signalfd"
     r"|socket|stat|statvfs|syscall|time|timerfd|types|uio|un|utsname|wait)\.h"
-    r"|(aio|dirent|dlfcn|endian|errno|fcntl|getopt|glob|grp|libgen|locale|netdb|poll|pthread|pwd"
+    r"|(aio|dirent|dlfcn|endian|errno|fcntl|fnmatch|getopt|glob|grp|libgen|locale|netdb|poll|pthread|pwd"
     r"|sched|shadow|signal|spawn|stdlib|string|strings|syslog|termios|time|unistd)\.h"
 )
 TOUCHES_A_MACHINE = {"platform/portable", "platform/linux", "ctl"}
 
-# Outside libraries by their headers. One file wraps a library (with its header); those named here
-# besides use it for a reason of their own.
+# Outside libraries by their headers. One file wraps a library (a .cpp with its .h); where several
+# do, they are named here.
 LIBRARIES = {
     "libsystemd": (r"systemd/", set()),
-    "nlohmann-json": (r"nlohmann/", {"ctl/Json"}),
+    "nlohmann-json": (
+        r"nlohmann/",
+        {"platform/world/JsonTree", "platform/linux/UserRecord", "ctl/Json"},
+    ),
     "toml++": (r"toml\+\+/", set()),
     "CLI11": (r"CLI/", set()),
     "libplist": (r"plist/", set()),
-    "ICU": (r"unicode/", set()),
+    "ICU": (r"unicode/", {"platform/portable/CaseFolding", "platform/portable/IcuCollation"}),
     "libcrypt": (r"crypt\.h", set()),
     "PAM": (r"security/", set()),
     "libuuid": (r"uuid/", set()),
@@ -94,7 +97,7 @@ def library_of(header):
     return None
 
 
-def problem_with_angle(name, header, users_of):
+def problem_with_angle(name, header, first_users):
     folder = folder_of(name)
     if header in STANDARD:
         return None
@@ -107,12 +110,9 @@ def problem_with_angle(name, header, users_of):
         return f"<{header}> is neither a standard header nor one of a known library"
     if folder not in HOLDS_LIBRARIES:
         return f"<{header}> is of {library}, which {folder}/ does not know"
-    if stem_of(name) not in LIBRARIES[library][1]:
-        users = users_of.setdefault(library, [])
-        if stem_of(name) not in users:
-            users.append(stem_of(name))
-        if len(users) > 1:
-            return f"<{header}> is of {library}, which {users[0]} wraps"
+    wrappers = LIBRARIES[library][1] or first_users.setdefault(library, {stem_of(name)})
+    if stem_of(name) not in wrappers:
+        return f"<{header}> is of {library}, which {' and '.join(sorted(wrappers))} wraps"
     return None
 
 
@@ -157,7 +157,7 @@ def findings(source):
         for path in source.rglob("*")
         if path.suffix in {".cpp", ".h"}
     }
-    result, graph, users_of = [], {}, {}
+    result, graph, first_users = [], {}, {}
     if not files:
         result.append(f"{source}: no source files")
     for name in sorted(files):
@@ -166,7 +166,7 @@ def findings(source):
             continue
         for number, is_angle, header in include_lines(files[name]):
             if is_angle:
-                problem = problem_with_angle(name, header, users_of)
+                problem = problem_with_angle(name, header, first_users)
             else:
                 problem = problem_with_quoted(name, header, files)
                 graph.setdefault(name, []).append(header)
