@@ -38,7 +38,9 @@ TOUCHES_A_MACHINE = {"platform/portable", "platform/linux", "ctl"}
 # Outside libraries by their headers. One file wraps a library (a .cpp with its .h); where several
 # do, they are named here.
 LIBRARIES = {
-    "libsystemd": (r"systemd/", set()),
+    "sd-bus": (r"systemd/sd-bus", set()),
+    "sd-event": (r"systemd/sd-event", set()),
+    "sd-login": (r"systemd/sd-login", set()),
     "nlohmann-json": (
         r"nlohmann/",
         {"platform/world/JsonTree", "platform/linux/UserRecord", "ctl/Json"},

@@ -109,9 +109,9 @@ class Includes(unittest.TestCase):
         self.assert_finds(
             {
                 "platform/linux/Bus.cpp": "#include <systemd/sd-bus.h>\n",
-                "platform/linux/Seat.cpp": "#include <systemd/sd-login.h>\n",
+                "platform/linux/Seat.cpp": "#include <systemd/sd-bus.h>\n",
             },
-            "platform/linux/Seat.cpp:1: <systemd/sd-login.h> is of libsystemd, which "
+            "platform/linux/Seat.cpp:1: <systemd/sd-bus.h> is of sd-bus, which "
             "platform/linux/Bus wraps",
         )
 
