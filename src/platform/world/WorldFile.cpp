@@ -3,7 +3,7 @@
 #include <limits>
 #include <utility>
 
-#include "platform/world/GuidText.h"
+#include "platform/portable/NameBasedUUID.h"
 #include "platform/world/WorldFileValues.h"
 
 namespace gatehall {
@@ -29,7 +29,7 @@ AccessList readAccessList(const JsonCursor& at) {
   members->forEachElement([&](const JsonCursor& member) {
     if (member.isInteger()) {
       list.members.emplace_back(readID(member));
-    } else if (identifierOfGUID(member.string())) {
+    } else if (parseUUID(member.string())) {
       list.members.emplace_back(member.string());
     } else {
       member.fail("expected a GUID or a user id");

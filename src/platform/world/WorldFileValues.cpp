@@ -18,7 +18,7 @@ Data readData(const JsonCursor& at) {
 
 double readReal(const JsonCursor& at) {
   const auto& real = at.real();
-  if (real.text.find_first_of(".eE") == std::string::npos) at.fail("more than 64 bits hold");
+  if (real.text.find_first_of(".eE") == std::string::npos) at.fail("a whole number beyond 64 bits");
   return real.value;
 }
 

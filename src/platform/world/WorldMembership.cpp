@@ -6,7 +6,8 @@
 #include <utility>
 
 #include "platform/AttributeKinds.h"
-#include "platform/world/GuidText.h"
+#include "platform/portable/CaseFolding.h"
+#include "platform/portable/NameBasedUUID.h"
 
 namespace gatehall {
 
@@ -35,22 +36,10 @@ std::optional<std::uint32_t> userIDBehind(const Identifier& identifier) {
   return userID;
 }
 
-std::string guidText(const Identifier& identifier, std::string_view digits) {
-  std::string text;
-  for (const auto byte : identifier) {
-    if (text.size() == 8 || text.size() == 13 || text.size() == 18 || text.size() == 23) {
-      text += '-';
-    }
-    text += digits[byte >> 4U];
-    text += digits[byte & 0xFU];
-  }
-  return text;
-}
-
 }  // namespace
 
 int WorldMembership::guidToIdentifier(std::string_view guid, Identifier& identifier) {
-  const auto found = identifierOfGUID(guid);
+  const auto found = parseUUID(guid);
   if (!found) return kMalformed;
   identifier = *found;
   return 0;
@@ -58,7 +47,7 @@ int WorldMembership::guidToIdentifier(std::string_view guid, Identifier& identif
 
 int WorldMembership::userIDToIdentifier(std::uint32_t userID, Identifier& identifier) {
   const auto guid = mDirectory.guidOfUser(userID);
-  const auto found = guid ? identifierOfGUID(*guid) : std::nullopt;
+  const auto found = guid ? parseUUID(*guid) : std::nullopt;
   identifier = found.value_or(derivedIdentifier(userID));
   return 0;
 }
@@ -90,7 +79,7 @@ void WorldMembership::removeAccessList(std::string_view service) {
 bool WorldMembership::admits(const AccessList& list, const Identifier& identifier) {
   return std::ranges::any_of(list.members, [&](const auto& member) {
     if (const auto* guid = std::get_if<std::string>(&member)) {
-      return identifierOfGUID(*guid) == identifier || groupHolds(*guid, identifier);
+      return parseUUID(*guid) == identifier || groupHolds(*guid, identifier);
     }
     Identifier ofMember;
     userIDToIdentifier(std::get<std::uint32_t>(member), ofMember);
@@ -103,10 +92,9 @@ bool WorldMembership::groupHolds(std::string_view groupGUID, const Identifier& i
     return mDirectory.groupHoldsUser(groupGUID, attribute::UniqueID, std::to_string(*userID));
   }
   // Directories write GUIDs in capitals or not.
-  return mDirectory.groupHoldsUser(groupGUID, attribute::GUID,
-                                   guidText(identifier, "0123456789ABCDEF")) ||
-         mDirectory.groupHoldsUser(groupGUID, attribute::GUID,
-                                   guidText(identifier, "0123456789abcdef"));
+  const auto capitals = uuidText(identifier);
+  return mDirectory.groupHoldsUser(groupGUID, attribute::GUID, capitals) ||
+         mDirectory.groupHoldsUser(groupGUID, attribute::GUID, foldedCase(capitals));
 }
 
 }  // namespace gatehall
