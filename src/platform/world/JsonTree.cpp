@@ -53,32 +53,34 @@ class TreeBuilder {
 
   JsonValue take() { return std::move(mRoot); }
 
-  bool null() { return add({nullptr, mConsumed - 4}); }
-  bool boolean(bool value) { return add({value, mConsumed - (value ? 4U : 5U)}); }
-  bool number_integer(std::int64_t value) { return add({value, numberStart()}); }
+  bool null() { return add(nullptr, mConsumed - 4); }
+  bool boolean(bool value) { return add(value, mConsumed - (value ? 4U : 5U)); }
+  bool number_integer(std::int64_t value) { return add(value, numberStart()); }
   bool number_unsigned(std::uint64_t value) {
     if (std::cmp_less_equal(value, std::numeric_limits<std::int64_t>::max())) {
       return number_integer(static_cast<std::int64_t>(value));
     }
-    return add({JsonReal{static_cast<double>(value), std::to_string(value)}, numberStart()});
+    return number_float(static_cast<double>(value), std::to_string(value));
   }
   bool number_float(double value, const std::string& text) {
-    return add({JsonReal{value, text}, numberStart()});
+    return add(JsonReal{value, text}, numberStart());
   }
-  bool string(std::string& value) { return add({std::move(value), stringStart()}); }
+  bool string(std::string& value) { return add(std::move(value), stringStart()); }
   bool binary(nlohmann::json::binary_t&) { return false; }
 
-  bool start_object(std::size_t) { return open({JsonValue::Members(), mConsumed - 1}); }
+  bool start_object(std::size_t) { return open<JsonValue::Members>(); }
   bool key(std::string& key) {
     auto& members = std::get<JsonValue::Members>(mOpen.back()->content);
-    members.push_back({std::move(key), stringStart(), {}});
+    auto& member = members.emplace_back();
+    member.key = std::move(key);
+    member.offset = stringStart();
     return true;
   }
   bool end_object() {
     refuseRepeatedKeys(std::get<JsonValue::Members>(mOpen.back()->content));
     return close();
   }
-  bool start_array(std::size_t) { return open({JsonValue::Elements(), mConsumed - 1}); }
+  bool start_array(std::size_t) { return open<JsonValue::Elements>(); }
   bool end_array() { return close(); }
 
   [[noreturn]] bool parse_error(std::size_t position, const std::string&,
@@ -115,29 +117,36 @@ class TreeBuilder {
     }
   }
 
-  /// Puts a value in its place and answers that place. The container that holds it is the last
-  /// value of its own container and does not grow while it is open, so places stay valid.
-  JsonValue* place(JsonValue value) {
-    if (mOpen.empty()) {
-      mRoot = std::move(value);
-      return &mRoot;
-    }
-    if (auto* elements = std::get_if<JsonValue::Elements>(&mOpen.back()->content)) {
-      return &elements->emplace_back(std::move(value));
-    }
-    auto& member = std::get<JsonValue::Members>(mOpen.back()->content).back();
-    member.value = std::move(value);
-    return &member.value;
+  /// The place of the next value. The container that holds it is the last value of its own
+  /// container and does not grow while it is open, so places stay valid.
+  JsonValue& place(std::size_t offset) {
+    auto& value = nextValue();
+    value.offset = offset;
+    return value;
   }
 
-  bool add(JsonValue value) {
-    place(std::move(value));
+  JsonValue& nextValue() {
+    if (mOpen.empty()) return mRoot;
+    auto& container = mOpen.back()->content;
+    if (auto* elements = std::get_if<JsonValue::Elements>(&container)) {
+      return elements->emplace_back();
+    }
+    return std::get<JsonValue::Members>(container).back().value;
+  }
+
+  template <class Content>
+  bool add(Content content, std::size_t offset) {
+    place(offset).content.emplace<Content>(std::move(content));
     return true;
   }
 
-  bool open(JsonValue container) {
-    if (mOpen.size() == kDeepest) fail(container.offset, "nested too deep");
-    mOpen.push_back(place(std::move(container)));
+  template <class Container>
+  bool open() {
+    const auto offset = mConsumed - 1;
+    if (mOpen.size() == kDeepest) fail(offset, "nested too deep");
+    auto& value = place(offset);
+    value.content.emplace<Container>();
+    mOpen.push_back(&value);
     return true;
   }
 
