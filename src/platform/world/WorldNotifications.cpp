@@ -7,38 +7,17 @@ namespace gatehall {
 
 void WorldNotificationCenter::addObserver(const void* observer, std::string_view name,
                                           Handler handler) {
-  const std::scoped_lock lock(mMutex);
-  mObservations.push_back(std::make_shared<const Observation>(
-      Observation{observer, std::string(name), std::move(handler)}));
+  mObservers.addObserver(observer, name, std::move(handler));
 }
 
 void WorldNotificationCenter::removeObserver(const void* observer, std::string_view name) {
-  const std::scoped_lock lock(mMutex);
-  std::erase_if(mObservations,
-                [&](const auto& each) { return each->observer == observer && each->name == name; });
+  mObservers.removeObserver(observer, name);
 }
 
 void WorldNotificationCenter::post(std::string_view name, std::optional<Dictionary> userInfo) {
   mRunLoop.post([this, notification = Notification{std::string(name), std::move(userInfo)}] {
-    deliver(notification);
+    mObservers.post(notification);
   });
-}
-
-void WorldNotificationCenter::deliver(const Notification& notification) {
-  std::vector<std::shared_ptr<const Observation>> present;
-  {
-    const std::scoped_lock lock(mMutex);
-    present = mObservations;
-  }
-  for (const auto& each : present) {
-    if (each->name != notification.name) continue;
-    {
-      // An observer told before this one may have taken it out.
-      const std::scoped_lock lock(mMutex);
-      if (std::ranges::find(mObservations, each) == mObservations.end()) continue;
-    }
-    each->handler(notification);
-  }
 }
 
 class WorldSystemNotifications::Source final : public RunLoopSource {

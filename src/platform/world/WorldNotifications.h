@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/NotificationCenter.h"
+#include "platform/portable/LocalNotificationCenter.h"
 #include "platform/world/WorldRunLoop.h"
 
 namespace gatehall {
@@ -24,17 +25,8 @@ class WorldNotificationCenter final : public NotificationCenter {
   void post(std::string_view name, std::optional<Dictionary> userInfo = std::nullopt);
 
  private:
-  struct Observation {
-    const void* observer;
-    std::string name;
-    Handler handler;
-  };
-
-  void deliver(const Notification& notification);
-
   WorldRunLoop& mRunLoop;
-  std::mutex mMutex;
-  std::vector<std::shared_ptr<const Observation>> mObservations;
+  LocalNotificationCenter mObservers;
 };
 
 /// The system-wide notifications of a world. One that is posted while no source of its name is in
