@@ -18,20 +18,27 @@ inline bool isNoAccount(std::string_view line) {
   return line.empty() || line.front() == '#' || line.front() == '+' || line.front() == '-';
 }
 
-inline std::string_view name(std::string_view line) { return line.substr(0, line.find(':')); }
+inline std::string_view name(std::string_view line) {
+  std::size_t length = 0;
+  while (length < line.size() && line[length] != ':') ++length;
+  return line.substr(0, length);
+}
 
 inline bool hasName(std::string_view line, std::string_view name) {
   return line.size() > name.size() && line[name.size()] == ':' && line.starts_with(name);
 }
 
-/// The field of that index; empty when the line has fewer.
+/// The field of that index; empty when the line has fewer. The fields in front are short, so that
+/// a plain loop is faster than a search.
 inline std::string_view field(std::string_view line, std::size_t index) {
-  for (; index > 0; --index) {
-    const auto colon = line.find(':');
-    if (colon == std::string_view::npos) return {};
-    line.remove_prefix(colon + 1);
+  const char* start = line.data();
+  const char* end = start + line.size();
+  for (; index > 0 && start != end; ++start) {
+    if (*start == ':') --index;
   }
-  return line.substr(0, line.find(':'));
+  const char* stop = start;
+  while (stop != end && *stop != ':') ++stop;
+  return {start, static_cast<std::size_t>(stop - start)};
 }
 
 /// Cuts the line into its fields; answers how many there are, which may be more than fit.

@@ -21,15 +21,14 @@ LineFile::LineFile(const std::string& path, std::size_t longestLine)
     : mPath(path),
       mOpenError(0),
       mLongestLine(longestLine),
+      mLongestWhole(static_cast<std::ptrdiff_t>(longestLine)),
       mCapacity(std::min(kInitialCapacity, longestLine + 2)) {
   struct stat status {};
   mFile = openRegularFile(path, Symlinks::Follow, status, mOpenError);
-  if (mOpenError == 0) mBuffer.reset(new char[mCapacity]);
+  mBuffer.reset(new char[mCapacity]);
 }
 
-LineFile::~LineFile() {
-  if (mBuffer) explicit_bzero(mBuffer.get(), mFilled);
-}
+LineFile::~LineFile() { explicit_bzero(mBuffer.get(), mFilled); }
 
 void LineFile::makeRoom() {
   if (mBegin > 0) {
@@ -66,8 +65,8 @@ void LineFile::hand(std::string_view text, std::string_view& line) {
   ++mLineNumber;
 }
 
-bool LineFile::next(std::string_view& line) {
-  if (!mBuffer) return false;
+bool LineFile::nextAcrossReads(std::string_view& line) {
+  if (!mFile.isOpen()) return false;
   std::size_t searched = 0;
   bool discarded = false;
   for (;;) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -25,7 +26,17 @@ class LineFile {
 
   /// Moves to the next line; false at the end. The text is good until the next call, without its
   /// line feed and the carriage return before that. Raises PlatformException on a read error.
-  bool next(std::string_view& line);
+  bool next(std::string_view& line) {
+    const char* start = mBuffer.get() + mBegin;
+    const auto* feed = static_cast<const char*>(std::memchr(start, '\n', mEnd - mBegin));
+    if (feed == nullptr || feed - start > mLongestWhole) return nextAcrossReads(line);
+    mBegin += static_cast<std::size_t>(feed - start) + 1;
+    ++mLineNumber;
+    mOverlong = false;
+    const bool hasReturn = feed > start && feed[-1] == '\r';
+    line = std::string_view(start, static_cast<std::size_t>(feed - start) - (hasReturn ? 1U : 0U));
+    return true;
+  }
 
   /// Of the line last handed out, from 1.
   std::uint64_t lineNumber() const { return mLineNumber; }
@@ -34,6 +45,8 @@ class LineFile {
   bool isOverlong() const { return mOverlong; }
 
  private:
+  bool nextAcrossReads(std::string_view& line);
+
   /// Reads more behind what is unread; false at the end of the file.
   bool fill();
   void makeRoom();
@@ -43,6 +56,7 @@ class LineFile {
   FileDescriptor mFile;
   int mOpenError;
   std::size_t mLongestLine;
+  std::ptrdiff_t mLongestWhole;
   std::unique_ptr<char[]> mBuffer;
   std::size_t mCapacity;
   std::size_t mBegin = 0;

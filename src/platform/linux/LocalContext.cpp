@@ -3,20 +3,21 @@
 namespace gatehall {
 
 const LoginShells& LocalContext::shells() {
-  std::call_once(mShellsRead, [this] { mShells.emplace(mHost->options); });
+  const std::lock_guard lock(mMutex);
+  if (!mShells) mShells.emplace(mHost->options);
   return *mShells;
 }
 
 const UserRecords& LocalContext::userRecords() {
-  std::call_once(mUserRecordsRead,
-                 [this] { mUserRecords = UserRecords(mHost->options, mHost->faults); });
-  return mUserRecords;
+  const std::lock_guard lock(mMutex);
+  if (!mUserRecords) mUserRecords.emplace(mHost->options, mHost->faults);
+  return *mUserRecords;
 }
 
 const LocalSettings& LocalContext::settings() {
-  std::call_once(mSettingsRead,
-                 [this] { mSettings = LocalSettings::read(mHost->options, mHost->faults); });
-  return mSettings;
+  const std::lock_guard lock(mMutex);
+  if (!mSettings) mSettings = LocalSettings::read(mHost->options, mHost->faults);
+  return *mSettings;
 }
 
 std::shared_ptr<const UserRecord> LocalContext::userRecordFor(const PasswdEntry& entry) {

@@ -52,12 +52,10 @@ class LocalContext {
 
  private:
   std::shared_ptr<LocalHost> mHost;
-  std::once_flag mShellsRead;
-  std::once_flag mUserRecordsRead;
-  std::once_flag mSettingsRead;
+  std::mutex mMutex;
   std::optional<LoginShells> mShells;
-  UserRecords mUserRecords;
-  LocalSettings mSettings;
+  std::optional<UserRecords> mUserRecords;
+  std::optional<LocalSettings> mSettings;
 };
 
 }  // namespace gatehall

@@ -39,7 +39,8 @@ bool refuseOf(DirectoryError& error) {
 
 LocalGroup::LocalGroup(std::shared_ptr<LocalContext> context, Identity identity,
                        std::vector<std::string> memberLines)
-    : mContext(std::move(context)),
+    : mHost(context->sharedHost()),
+      mContext(std::move(context)),
       mIdentity(std::move(identity)),
       mMemberLines(std::move(memberLines)) {}
 
@@ -72,7 +73,7 @@ Strings LocalGroup::values(std::string_view kind) {
     return {std::to_string(*mIdentity.groupID)};
   }
   if (kind == attribute::GUID) {
-    auto& guids = mContext->host().guids;
+    auto& guids = mHost->guids;
     return {uuidText(mIdentity.groupID ? guids.ofGroup(*mIdentity.groupID)
                                        : guids.ofGroupNamed(mIdentity.name))};
   }
@@ -232,7 +233,7 @@ bool LocalGroup::isMember(DirectoryRecord& member) {
   const bool isLocal = contains(nodes, kLocalNodeName);
   // A name in /etc/group means the local account of that name, if there is one.
   if (!isLocal && !names.empty()) {
-    const auto context = std::make_shared<LocalContext>(mContext->sharedHost());
+    const auto context = std::make_shared<LocalContext>(mHost);
     std::erase_if(
         names, [&](const std::string& name) { return localUserNamed(context, name) != nullptr; });
   }
@@ -265,7 +266,7 @@ bool LocalGroup::changePassword(std::string_view, std::string_view, DirectoryErr
 std::optional<Dictionary> LocalGroup::passwordPolicy() { return std::nullopt; }
 
 bool LocalGroup::synchronize() {
-  const auto context = std::make_shared<LocalContext>(mContext->sharedHost());
+  const auto context = std::make_shared<LocalContext>(mHost);
   std::string name;
   {
     const std::lock_guard lock(mMutex);

@@ -69,6 +69,7 @@ class LocalGroup final : public DirectoryRecord {
   static void collectMembers(LocalContext& context, std::span<LocalGroup* const> groups);
 
   mutable std::mutex mMutex;
+  const std::shared_ptr<LocalHost> mHost;
   std::shared_ptr<LocalContext> mContext;
   Identity mIdentity;
   std::vector<std::string> mMemberLines;

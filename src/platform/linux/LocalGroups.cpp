@@ -115,10 +115,12 @@ std::vector<std::shared_ptr<LocalGroup>> findLocalGroups(
   accountFiles::scanRequired(
       host.options, host.faults, accountFiles::kGroup,
       [&](std::string_view line, std::uint64_t number) {
+        const bool isWanted = selection.takes(line);
+        if (!isWanted && !mayWantAdmin) return true;
         const auto name = accountLine::name(line);
         const bool isAdmin = name == kAdminGroupName;
         const bool isOfAdmin = std::ranges::find(adminGroups, name) != adminGroups.end();
-        if (!isAdmin && !isOfAdmin && !selection.takes(line)) return true;
+        if (!isWanted && !isAdmin && !isOfAdmin) return true;
         std::string fault;
         const auto entry = parseGroupLine(line, fault);
         if (!entry) {
@@ -130,7 +132,7 @@ std::vector<std::shared_ptr<LocalGroup>> findLocalGroups(
           if (!admin.groupID) admin.groupID = entry->groupID;
           return true;
         }
-        if (isFull() || !selection.takes(line)) return true;
+        if (isFull() || !isWanted) return true;
         if (selection.isByExactName() && !namesFound.emplace(name).second) return true;
         found.push_back(std::make_shared<LocalGroup>(
             context, LocalGroup::Identity{std::string(name), entry->groupID},

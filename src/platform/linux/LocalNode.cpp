@@ -60,6 +60,7 @@ std::shared_ptr<DirectoryRecord> LocalNode::recordByTypeAndName(std::string_view
                                                                 const Strings&) {
   // What is listed to be fetched is read out of the record when it's asked for: one record's values
   // cost no more then.
+  if (name == attribute::AllRecords) return nullptr;
   const auto context = std::make_shared<LocalContext>(mHost);
   if (type == record::Users) return localUserNamed(context, name);
   if (type == record::Groups) return localGroupNamed(context, name);

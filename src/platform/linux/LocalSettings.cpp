@@ -11,8 +11,7 @@
 #define TOML_ENABLE_FORMATTERS 0
 #include <toml++/toml.h>
 
-#include "platform/linux/FileDescriptor.h"
-#include "platform/linux/SystemFile.h"
+#include "platform/linux/OwnedFile.h"
 
 namespace gatehall {
 
@@ -44,11 +43,12 @@ void readNames(const toml::table& local, std::string_view key, Strings& names, F
 LocalSettings LocalSettings::read(const HostOptions& options, FaultLog& faults) {
   LocalSettings settings;
   std::string fault;
-  const auto content = readSystemFile(options, kPath, kLargestFile, fault);
+  const auto content =
+      readOwnedFile(options.root + std::string(kPath), {systemOwner(options)}, kLargestFile, fault);
   if (!content && fault.empty()) return settings;
   const LocalSettings nobody{{}, {}};
   if (!content) {
-    faults.report(kPath, fault);
+    faults.report(kPath, "ignored: " + fault);
     return nobody;
   }
   const auto parsed = toml::parse(std::string_view(*content));

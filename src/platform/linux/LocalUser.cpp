@@ -52,11 +52,15 @@ std::string passwdLineOf(const UserRecord& record) {
 
 LocalUser::LocalUser(std::shared_ptr<LocalContext> context, std::string_view passwdLine,
                      std::shared_ptr<const UserRecord> userRecord)
-    : mContext(std::move(context)), mPasswdLine(passwdLine), mUserRecord(std::move(userRecord)) {}
+    : mHost(context->sharedHost()),
+      mContext(std::move(context)),
+      mPasswdLine(passwdLine),
+      mUserRecord(std::move(userRecord)) {}
 
 LocalUser::LocalUser(std::shared_ptr<LocalContext> context,
                      std::shared_ptr<const UserRecord> userRecord)
-    : mContext(std::move(context)),
+    : mHost(context->sharedHost()),
+      mContext(std::move(context)),
       mPasswdLine(passwdLineOf(*userRecord)),
       mUserRecord(std::move(userRecord)),
       mStandsAlone(true) {}
@@ -138,7 +142,7 @@ Strings LocalUser::fullName() const {
 
 std::string LocalUser::guid() const {
   if (mUserRecord && mUserRecord->uuid) return uuidText(*mUserRecord->uuid);
-  return uuidText(mContext->host().guids.ofUser(entry().userID));
+  return uuidText(mHost->guids.ofUser(entry().userID));
 }
 
 Strings LocalUser::attributesOfUserRecord(std::string_view kind) const {
@@ -197,7 +201,7 @@ LocalUser::Password LocalUser::password() {
 }
 
 bool LocalUser::isExpired(const std::optional<ShadowEntry>& shadow) const {
-  const auto now = mContext->host().clock.now().time_since_epoch().count();
+  const auto now = mHost->clock.now().time_since_epoch().count();
   constexpr double kSecondsOfDay = 86400;
   if (shadow && shadow->expiryDay &&
       std::floor(now / kSecondsOfDay) >= static_cast<double>(*shadow->expiryDay)) {
@@ -222,7 +226,7 @@ void LocalUser::keepShadow(Fetched state, std::string_view line) {
 }
 
 void LocalUser::fetchShadowLine() {
-  auto& host = mContext->host();
+  auto& host = *mHost;
   const auto name = accountLine::name(mPasswdLine);
   keepShadow(Fetched::Nothing, {});
   const int error = accountFiles::scan(host.options, host.faults, accountFiles::kShadow,
@@ -278,7 +282,7 @@ void LocalUser::fetchShadow(LocalContext& context,
 
 void LocalUser::fetchPrivileged() {
   if (mShadow != Fetched::No) return;
-  auto& host = mContext->host();
+  auto& host = *mHost;
   auto read = PrivilegedHashes::read(host.options, host.faults, mUserRecord->userName);
   mShadow = read.isUnreadable ? Fetched::Unreadable : Fetched::Nothing;
   mPrivilegedHashes = std::move(read.hashes);
@@ -286,8 +290,7 @@ void LocalUser::fetchPrivileged() {
 
 const AccountsServiceFile& LocalUser::accountsService() {
   if (!mAccountsService) {
-    mAccountsService =
-        AccountsServiceFile::read(mContext->host().options, accountLine::name(mPasswdLine));
+    mAccountsService = AccountsServiceFile::read(mHost->options, accountLine::name(mPasswdLine));
   }
   return *mAccountsService;
 }
@@ -345,7 +348,7 @@ bool LocalUser::changePassword(std::string_view oldPassword, std::string_view ne
   // PAM asks a process of root's for no old password.
   if (getuid() == 0 && !verifyPassword(oldPassword, error)) return false;
   error.domain = kDirectoryErrorDomain;
-  switch (changePasswordThroughPam(mContext->host().options, name, oldPassword, newPassword)) {
+  switch (changePasswordThroughPam(mHost->options, name, oldPassword, newPassword)) {
     case PasswordChange::Done: {
       error = {};
       const std::lock_guard lock(mMutex);
@@ -393,7 +396,7 @@ std::optional<Dictionary> LocalUser::passwordPolicy() {
 }
 
 bool LocalUser::synchronize() {
-  const auto context = std::make_shared<LocalContext>(mContext->sharedHost());
+  const auto context = std::make_shared<LocalContext>(mHost);
   const auto present = localUserNamed(context, loginName());
   if (!present) return false;
   const std::scoped_lock lock(mMutex, present->mMutex);

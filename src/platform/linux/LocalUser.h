@@ -86,6 +86,7 @@ class LocalUser final : public DirectoryRecord {
   void keepShadow(Fetched state, std::string_view line);
 
   mutable std::mutex mMutex;
+  const std::shared_ptr<LocalHost> mHost;
   std::shared_ptr<LocalContext> mContext;
   std::string mPasswdLine;
   std::shared_ptr<const UserRecord> mUserRecord;

@@ -1,18 +1,28 @@
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <cstring>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "platform/linux/FaultLog.h"
 #include "platform/linux/HostOptions.h"
 #include "platform/portable/NameBasedUUID.h"
 
 namespace gatehall {
+
+struct GUIDHash {
+  /// A name-based UUID is a hash already.
+  std::size_t operator()(const UUIDBytes& guid) const {
+    std::size_t part = 0;
+    std::memcpy(&part, guid.data(), sizeof part);
+    return part;
+  }
+};
 
 /// The GUIDs of this machine's accounts and groups: name-based UUIDs of the machine id
 /// (machine-id(5)) and the user or group id, so that nothing has to be stored for them to stay the
@@ -33,22 +43,14 @@ class MachineGUIDs {
   std::optional<std::uint32_t> rememberedUserID(const UUIDBytes& guid);
 
  private:
-  struct Remembered {
-    UUIDBytes guid{};
-    std::uint32_t userID = 0;
-    bool isUsed = false;
-  };
-  static constexpr std::size_t kRemembered = 4096;
-
-  const UUIDBytes& machineID();
-  static std::size_t placeOf(const UUIDBytes& guid);
+  UUIDBytes machineID();
+  UUIDBytes readMachineID();
 
   const HostOptions& mOptions;
   FaultLog& mFaults;
-  std::once_flag mMachineIDRead;
-  UUIDBytes mMachineID{};
   std::mutex mMutex;
-  std::unique_ptr<std::array<Remembered, kRemembered>> mRemembered;
+  std::optional<UUIDBytes> mMachineID;
+  std::unordered_map<UUIDBytes, std::uint32_t, GUIDHash> mRemembered;
 };
 
 }  // namespace gatehall

@@ -20,7 +20,7 @@ MatchValues::MatchValues(MatchType match, const Strings& values)
 
 bool MatchValues::matches(std::string_view value) const {
   if (!mContains && !mIgnoresCase) {
-    return mDistinct.size() == 1 ? *mDistinct.begin() == value : mDistinct.contains(value);
+    return mDistinct.size() == 1 ? mValues.front() == value : mDistinct.contains(value);
   }
   const auto folded = mIgnoresCase ? foldedCase(value) : std::string(value);
   if (!mContains) return mDistinct.contains(folded);

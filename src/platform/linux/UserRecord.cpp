@@ -9,7 +9,7 @@
 
 #include "platform/AttributeKinds.h"
 #include "platform/linux/AccountLine.h"
-#include "platform/linux/SystemFile.h"
+#include "platform/linux/OwnedFile.h"
 
 namespace gatehall {
 
@@ -198,7 +198,7 @@ PrivilegedHashes PrivilegedHashes::read(const HostOptions& options, FaultLog& fa
   const auto path = std::string(kFolder) + "/" + std::string(userName) + ".user-privileged";
   PrivilegedHashes result;
   std::string fault;
-  auto content = readSystemFile(options, path, kLargestFile, fault);
+  auto content = readOwnedFile(options.root + path, {systemOwner(options)}, kLargestFile, fault);
   if (!content) {
     result.isUnreadable = !fault.empty();
     return result;
@@ -252,9 +252,10 @@ UserRecords::UserRecords(const HostOptions& options, FaultLog& faults) {
     }
     const auto path = std::string(kFolder) + "/" + std::string(file);
     std::string fault;
-    const auto content = readSystemFile(options, path, kLargestFile, fault);
+    const auto content =
+        readOwnedFile(options.root + path, {systemOwner(options)}, kLargestFile, fault);
     if (!content) {
-      if (!fault.empty()) faults.report(path, fault);
+      if (!fault.empty()) faults.report(path, "ignored: " + fault);
       continue;
     }
     auto record = parseUserRecord(*content, fault);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/AttributeKinds.h"
+#include "platform/PlatformException.h"
 #include "platform/linux/LinuxDirectory.h"
 
 namespace gatehall {
