@@ -188,7 +188,7 @@ TEST_F(LocalPasswords, OfGroupsDoNotExist) {
   EXPECT_FALSE(machine.group("staff")->passwordPolicy());
 }
 
-TEST_F(LocalPasswords, AreChangedThroughPamWithTheOldOneGivenFirst) {
+TEST_F(LocalPasswords, AreChangedThroughPamWhichMayRefuse) {
   const auto user = carol("x", kSecret);
   DirectoryError error;
   const auto configure = [&](std::string_view module) {
