@@ -60,34 +60,33 @@ class Parts {
 }  // namespace
 
 std::optional<Date> dateFromText(std::string_view text) {
-  using namespace std::chrono;
   Parts parts(text);
-  const year inYear(parts.number(4, 9999));
+  const std::chrono::year inYear(parts.number(4, 9999));
   parts.mark("-");
-  const month inMonth(static_cast<unsigned>(parts.number(2, 12)));
+  const std::chrono::month inMonth(static_cast<unsigned>(parts.number(2, 12)));
   parts.mark("-");
-  const day onDay(static_cast<unsigned>(parts.number(2, 31)));
+  const std::chrono::day onDay(static_cast<unsigned>(parts.number(2, 31)));
   parts.mark("Tt");
-  const hours hour(parts.number(2, 23));
+  const std::chrono::hours hour(parts.number(2, 23));
   parts.mark(":");
-  const minutes minute(parts.number(2, 59));
+  const std::chrono::minutes minute(parts.number(2, 59));
   parts.mark(":");
-  duration<double> second(parts.number(2, 59));
-  if (parts.startsWith('.')) second += duration<double>(parts.fraction());
+  std::chrono::duration<double> second(parts.number(2, 59));
+  if (parts.startsWith('.')) second += std::chrono::duration<double>(parts.fraction());
 
-  minutes ahead(0);
+  std::chrono::minutes ahead(0);
   if (parts.startsWith('+') || parts.startsWith('-')) {
     const int sign = parts.startsWith('-') ? -1 : 1;
     parts.mark("+-");
-    ahead = hours(sign * parts.number(2, 23));
+    ahead = std::chrono::hours(sign * parts.number(2, 23));
     parts.mark(":");
-    ahead += minutes(sign * parts.number(2, 59));
+    ahead += std::chrono::minutes(sign * parts.number(2, 59));
   } else {
     parts.mark("Zz");
   }
-  const year_month_day calendarDay(inYear, inMonth, onDay);
+  const std::chrono::year_month_day calendarDay(inYear, inMonth, onDay);
   if (!parts.done() || !calendarDay.ok()) return std::nullopt;
-  return Date(sys_days(calendarDay)) + hour + minute + second - ahead;
+  return Date(std::chrono::sys_days(calendarDay)) + hour + minute + second - ahead;
 }
 
 }  // namespace gatehall

@@ -23,7 +23,8 @@ bool wantsAllRecords(const QueryDescription& query) {
 
 std::shared_ptr<StoredRecord> RecordTable::add(std::shared_ptr<const RecordContents> contents) {
   auto& section = mSections[contents->type];
-  auto record = std::make_shared<StoredRecord>(this, mNextPosition++, std::move(contents));
+  auto record =
+      std::make_shared<StoredRecord>(StoredRecord{this, mNextPosition++, std::move(contents)});
   section.records.emplace_hint(section.records.end(), record->position, record);
   for (auto& [kind, index] : section.indexes) enter(index, kind, record);
   return record;
@@ -52,8 +53,7 @@ void RecordTable::find(const QueryDescription& query, Found& found) const {
   }
   // Several types, or several values, may have found a record twice or out of order.
   std::ranges::sort(here, {}, byPosition);
-  const auto repeated = std::ranges::unique(here);
-  here.erase(repeated.begin(), repeated.end());
+  here.erase(std::unique(here.begin(), here.end()), here.end());
   for (auto& record : here) {
     if (query.maximumResults != 0 && found.size() >= query.maximumResults) return;
     found.push_back(std::move(record));

@@ -52,10 +52,10 @@ RecordDescription readRecord(const JsonCursor& at) {
   at.object({"type", "attributes", "password", "policy"});
   RecordDescription description;
   const auto type = at.find("type");
-  if (!type) at.fail("a record needs a \"type\"");
+  if (!type) at.fail(R"(a record needs a "type")");
   description.type = type->string();
   if (description.type != record::Users && description.type != record::Groups) {
-    type->fail("expected \"Users\" or \"Groups\"");
+    type->fail(R"(expected "Users" or "Groups")");
   }
   if (const auto attributes = at.find("attributes")) {
     attributes->forEachMember([&](const std::string& name, const JsonCursor& values) {
@@ -75,7 +75,7 @@ RecordDescription readRecord(const JsonCursor& at) {
 void readNode(const JsonCursor& at, WorldDirectory& directory) {
   at.object({"name", "records"});
   const auto name = at.find("name");
-  if (!name) at.fail("a node needs a \"name\"");
+  if (!name) at.fail(R"(a node needs a "name")");
   std::shared_ptr<WorldNode> node;
   try {
     node = directory.addNode(name->nonEmptyString());
@@ -90,7 +90,7 @@ void readNode(const JsonCursor& at, WorldDirectory& directory) {
 void readSearchNode(const JsonCursor& at, WorldDirectory& directory) {
   at.object({"name", "covers", "unreachable"});
   const auto name = at.find("name");
-  if (!name) at.fail("the search node needs a \"name\"");
+  if (!name) at.fail(R"(the search node needs a "name")");
   const auto covers = at.find("covers");
   directory.setSearchNode(name->nonEmptyString(), covers ? readStrings(*covers) : Strings());
   const auto unreachable = at.find("unreachable");

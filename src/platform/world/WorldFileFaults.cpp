@@ -22,7 +22,7 @@ Fault::Kind readKind(const JsonCursor& at) {
   const auto raise = at.find("raise");
   const auto absent = at.find("absent");
   if (raise.has_value() == absent.has_value()) {
-    at.fail("a fault needs either \"raise\" or \"absent\"");
+    at.fail(R"(a fault needs either "raise" or "absent")");
   }
   if (absent) {
     if (!absent->boolean()) absent->fail("expected true");
@@ -30,13 +30,13 @@ Fault::Kind readKind(const JsonCursor& at) {
   }
   if (raise->string() == "platform") return Fault::Kind::PlatformException;
   if (raise->string() == "other") return Fault::Kind::OtherException;
-  raise->fail("expected \"platform\" or \"other\"");
+  raise->fail(R"(expected "platform" or "other")");
 }
 
 Fault readFault(const JsonCursor& at) {
   at.object({"operation", "call", "raise", "absent", "where"});
   const auto operation = at.find("operation");
-  if (!operation) at.fail("a fault needs an \"operation\"");
+  if (!operation) at.fail(R"(a fault needs an "operation")");
   Fault fault;
   fault.operation = operation->string();
   // Opening the local node, the one node that every rule needs, has a name of its own.
@@ -50,7 +50,7 @@ Fault readFault(const JsonCursor& at) {
   }
   if (const auto where = at.find("where")) fault.where = readWhere(*where);
   if (ofLocalNode && std::exchange(fault.where.node, "local")) {
-    at.fail("the fault \"localNode\" needs no \"node\"");
+    at.fail(R"(the fault "localNode" needs no "node")");
   }
   return fault;
 }

@@ -142,9 +142,9 @@ bool WorldRecord::change(Change change) {
 }
 
 template <class Change>
-void WorldRecord::edit(Change edited) {
+void WorldRecord::edit(Change change) {
   const std::scoped_lock lock(mState->mutex);
-  change(std::move(edited));
+  this->change(std::move(change));
 }
 
 bool WorldRecord::isLive() const {
