@@ -75,5 +75,26 @@ TEST_F(SwitchFailure, OfAnotherKindEndsTheRunWhereverItIsRaised) {
   EXPECT_TRUE(errors().empty());
 }
 
+TEST_F(SwitchFailure, ToReadTheSwitchForLocalUsersLeavesItOn) {
+  mWorld->preferences().setValue(WorldPreferences::Scope::System, "com.orvane.gatehall",
+                                 "LocalUserLoginEnabled", false);
+  run({"-switchToUserID", "1002"});
+  EXPECT_TRUE(switches().empty());
+  fail({{"applicationBoolean", Fault::Kind::Absent, {}, {}}});
+  run({"-switchToUserID", "1002"});
+  EXPECT_EQ(switches(), Strings{"carol"});
+}
+
+TEST_F(SwitchFailure, ToLearnWhichNodesAreUnreachableMeansThatTheNetworkIsThere) {
+  mWorld->preferences().setValue(WorldPreferences::Scope::System, "com.orvane.gatehall", "DenyList",
+                                 Array{std::string(cast::kBobGUID)});
+  mWorld->directory().setReachable(cast::kUnixNode, false);
+  run({"-switchToUserID", "2001"});
+  EXPECT_TRUE(switches().empty());
+  fail({{"unreachableSubnodeNames", Fault::Kind::Absent, {}, {}}});
+  run({"-switchToUserID", "2001"});
+  EXPECT_EQ(switches(), Strings{"dana"});
+}
+
 }  // namespace
 }  // namespace gatehall
