@@ -10,7 +10,7 @@
 namespace gatehall {
 namespace {
 
-constexpr int kRounds = 200;
+constexpr int kRounds = 100;
 
 class UserAccessThreads : public LoginWorld {
  protected:
@@ -33,7 +33,10 @@ class UserAccessThreads : public LoginWorld {
     };
     std::thread one(ask);
     std::thread another(ask);
-    for (int round = 0; asking > 0; ++round) change(round);
+    for (int round = 0; asking > 0; ++round) {
+      change(round);
+      std::this_thread::yield();
+    }
     one.join();
     another.join();
     EXPECT_EQ(surprises, 0);
