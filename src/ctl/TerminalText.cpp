@@ -1,9 +1,9 @@
 #include "ctl/TerminalText.h"
 
 #include <array>
+#include <clocale>
 #include <cstdio>
 #include <cwchar>
-#include <locale.h>
 
 namespace gatehall::ctl {
 
