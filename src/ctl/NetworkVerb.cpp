@@ -9,11 +9,11 @@ namespace {
 std::string meaning(std::int32_t networkStatus) {
   switch (networkStatus) {
     case 0:
-      return "0: no network directory answers";
+      return "0: two nodes or fewer answer";
     case 1:
-      return "1: some network directories don't answer";
+      return "1: some nodes don't answer";
     default:
-      return "2: everything that is configured answers";
+      return "2: all nodes answer, or there is no network directory";
   }
 }
 
@@ -22,14 +22,15 @@ Answer run(const Host&, const Request&) {
   SubnodeCounts counts;
   subnodeCounts(&counts);
 
+  const auto networkStatus = status->networkStatus();
   Answer answer;
-  answer.json["networkStatus"] = status->networkStatus();
+  answer.json["networkStatus"] = networkStatus;
   answer.json["hasParentNetwork"] = status->hasParentNetwork();
   answer.json["parentNetworkExists"] = status->parentNetworkExists();
   answer.json["total"] = counts.total;
   answer.json["reachable"] = counts.reachable;
   answer.tables = {
-      {.rows = {{{"network status"}, {meaning(status->networkStatus())}},
+      {.rows = {{{"network status"}, {meaning(networkStatus)}},
                 {{"belongs to a network"}, {cellText(answer.json["hasParentNetwork"])}},
                 {{"network answers"}, {cellText(answer.json["parentNetworkExists"])}},
                 {{"nodes covered"}, {cellText(answer.json["total"])}},
@@ -44,9 +45,13 @@ Verb networkVerb() {
       .name = "network",
       .summary = "Whether the network directories can be reached",
       .description =
-          "Shows whether this machine belongs to a network directory and whether that "
-          "answers. The\nnetwork status is 2 when all nodes answer or there is no "
-          "network directory, 1 when some don't,\nand 0 when no network directory does.",
+          "Shows whether this machine belongs to a network directory and whether that answers, "
+          "from\n"
+          "the nodes that the search node covers: with two or fewer there is no network directory. "
+          "The\n"
+          "network status is 2 when all nodes answer or there is no network directory, 1 when "
+          "some\n"
+          "don't, and 0 when two or fewer answer.",
       .example = "--world examples/lab.world.json network",
       .run = run,
   };
