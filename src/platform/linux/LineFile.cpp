@@ -19,7 +19,6 @@ constexpr std::size_t kInitialCapacity = 65536;
 
 LineFile::LineFile(const std::string& path, std::size_t longestLine)
     : mPath(path),
-      mOpenError(0),
       mLongestLine(longestLine),
       mLongestWhole(static_cast<std::ptrdiff_t>(longestLine)),
       mCapacity(std::min(kInitialCapacity, longestLine + 2)) {

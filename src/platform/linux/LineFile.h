@@ -54,7 +54,7 @@ class LineFile {
 
   std::string mPath;
   FileDescriptor mFile;
-  int mOpenError;
+  int mOpenError = 0;
   std::size_t mLongestLine;
   std::ptrdiff_t mLongestWhole;
   std::unique_ptr<char[]> mBuffer;

@@ -35,7 +35,7 @@ struct UserRecord {
 };
 
 /// Reads a record; nullptr when it can't be read, with the reason and place in fault.
-std::shared_ptr<const UserRecord> parseUserRecord(std::string_view json, std::string& fault);
+std::shared_ptr<const UserRecord> parseUserRecord(std::string_view text, std::string& fault);
 
 /// The password hashes of a user record, from the file that keeps its privileged section. No
 /// file: no hashes.
