@@ -11,6 +11,11 @@ class Process {
 
   /// The effective user id (geteuid(2)). From any thread.
   virtual std::uint32_t effectiveUserID() = 0;
+
+  /// Gives up for good what rights the process has beyond its caller's, such as that to read
+  /// passwords. Whoever acts for the caller calls it once nothing more needs them; what does then
+  /// is refused. A process without such rights has nothing to give up.
+  virtual void giveUpRights() {}
 };
 
 }  // namespace gatehall

@@ -4,6 +4,8 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 
@@ -47,10 +49,15 @@ std::int64_t truncated(double number) {
   return static_cast<std::int64_t>(number);
 }
 
+/// The shortest of the usual two precisions that reads back as the same number. (std::to_chars would
+/// bring a hundred kilobytes of tables into every program.)
 std::string realText(double number) {
   std::array<char, 32> text{};
-  const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), number);
-  return std::string(text.data(), end);
+  std::snprintf(text.data(), text.size(), "%.15g", number);
+  if (std::strtod(text.data(), nullptr) != number) {
+    std::snprintf(text.data(), text.size(), "%.17g", number);
+  }
+  return text.data();
 }
 
 std::string hexadecimal(const Data& bytes) {

@@ -1,5 +1,6 @@
 #include "switcher/SwitchFlow.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -41,11 +42,14 @@ Dictionary switchAttributes(const CachedUser& user) {
   return std::move(*attributes);
 }
 
-void switchToUserID(std::int32_t userID) {
+/// Asks the login service for the switch, if the rules admit the user.
+void switchToUserID(std::int32_t userID, bool isLastUser) {
   const auto user = cachedUserForUID(userID);
   if (!user || !UserAccess::sharedUserAccess()->canUserLogIn(*user)) return;
   try {
-    platform().loginService().switchToUser(switchAttributes(*user));
+    const auto attributes = switchAttributes(*user);
+    if (isLastUser) platform().process().giveUpRights();
+    platform().loginService().switchToUser(attributes);
   } catch (const PlatformException&) {
     platform().log().error("Unable to Fast User Switch: unable to switch to the selected user.");
   }
@@ -57,12 +61,15 @@ void runSwitch(std::span<const std::string_view> words) {
   if (!callerMaySwitch()) return;
   for (auto word = words.begin(); word != words.end(); ++word) {
     if (word->starts_with(kSuspend)) {
+      platform().process().giveUpRights();
       platform().loginService().switchToLoginScreen();
       return;
     }
     if (!word->starts_with(kSwitchToUserID)) continue;
     if (++word == words.end()) return;
-    switchToUserID(static_cast<std::int32_t>(integerPrefix(*word)));
+    const bool isLastUser = std::none_of(
+        word + 1, words.end(), [](auto later) { return later.starts_with(kSwitchToUserID); });
+    switchToUserID(static_cast<std::int32_t>(integerPrefix(*word)), isLastUser);
   }
 }
 

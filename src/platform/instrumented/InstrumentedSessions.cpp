@@ -16,6 +16,7 @@ class InstrumentedProcess : public Process {
     if (mInstruments->answersNothing("effectiveUserID")) return kNobody;
     return mHost.process().effectiveUserID();
   }
+  void giveUpRights() override { mHost.process().giveUpRights(); }
 
  private:
   Platform& mHost;

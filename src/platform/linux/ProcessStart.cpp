@@ -1,0 +1,43 @@
+#include "platform/linux/ProcessStart.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <initializer_list>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/ExtraGroup.h"
+
+namespace gatehall {
+
+namespace {
+
+/// open(2) takes the lowest number that is free, so going upwards fills the gaps.
+void openStandardDescriptors() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (fcntl(descriptor, F_GETFD) != -1) continue;
+    if (open("/dev/null", O_RDWR) != descriptor) std::abort();
+  }
+}
+
+/// A closed log socket raises SIGPIPE, which stays ignored; ignored and blocked ones are inherited.
+void resetSignals() {
+  for (const int signal : {SIGCHLD, SIGALRM, SIGTERM, SIGINT, SIGHUP}) std::signal(signal, SIG_DFL);
+  std::signal(SIGPIPE, SIG_IGN);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+}  // namespace
+
+void distrustCaller() {
+  clearenv();
+  openStandardDescriptors();
+  resetSignals();
+  umask(S_IWGRP | S_IRWXO);
+  extraGroup::putAside();
+}
+
+}  // namespace gatehall

@@ -1,0 +1,11 @@
+#pragma once
+
+namespace gatehall {
+
+/// For a privileged program, first thing in main: forgets the environment, makes sure that standard
+/// input, output and error are open (to /dev/null where the caller closed them), so that no file
+/// takes their place, resets the file mode mask and the signals that the caller had ignored, and
+/// puts the extra group aside. Ends the process when that fails.
+void distrustCaller();
+
+}  // namespace gatehall
