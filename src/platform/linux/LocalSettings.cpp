@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #define TOML_EXCEPTIONS 0
 #define TOML_ENABLE_FORMATTERS 0
+// The other way of reading numbers brings all of iostreams into every program.
+#define TOML_FLOAT_CHARCONV 1
 #include <toml++/toml.h>
 
 #include "platform/linux/OwnedFile.h"
