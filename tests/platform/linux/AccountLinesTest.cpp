@@ -13,6 +13,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using namespace std::string_view_literals;
 
 }  // namespace
 
@@ -31,7 +32,6 @@ TEST(PasswdLine, IsReadFieldByField) {
 }
 
 TEST(PasswdLine, IsRefusedWithTheReason) {
-  using namespace std::string_view_literals;
   const std::pair<std::string_view, const char*> cases[] = {
       {"a:x:4294967296:0:::", "user id 4294967296 is out of range"},
       {"a:x:4294967295:0:::", "user id 4294967295 is out of range"},
@@ -110,7 +110,7 @@ TEST(GroupLine, IsReadFieldByField) {
 }
 
 TEST(AccountLines, OfAnyBytesAreReadOrRefusedWithAReason) {
-  constexpr std::string_view kBytes("::::::,,aZ0019-+#!*$&\0\r\n \x1b\xff\xc3\xa9", 31);
+  constexpr std::string_view kBytes = "::::::,,aZ0019-+#!*$&\0\r\n \x1b\xff\xc3\xa9"sv;
   std::mt19937 random(20241004);
   for (int time = 0; time < 200000; ++time) {
     std::string line;
@@ -138,7 +138,6 @@ TEST(AccountLines, OfAnyBytesAreReadOrRefusedWithAReason) {
 }
 
 TEST(AccountFiles, AreReadAroundWhatIsWrongInThem) {
-  using namespace std::string_view_literals;
   Machine machine;
   machine.write("/etc/passwd",
                 "# a comment\n"
@@ -204,7 +203,7 @@ TEST(AccountFiles, ThatAreNoFilesRaiseAndDoNotHang) {
 }
 
 TEST(AccountFiles, OfAnyBytesAreReadWithoutHarm) {
-  constexpr std::string_view kBytes("::::::,,\n\n\r\0ab01-+#!*$", 23);
+  constexpr std::string_view kBytes = "::::::,,\n\n\r\0ab01-+#!*$"sv;
   std::mt19937 random(19700101);
   Machine machine;
   for (int time = 0; time < 60; ++time) {
