@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <gtest/gtest.h>
 #include <memory>
+#include <ostream>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -12,6 +13,11 @@
 #include "platform/world/World.h"
 
 namespace gatehall {
+
+/// How a failed expectation shows a call.
+inline void PrintTo(const Call& call, std::ostream* out) {
+  *out << call.operation << " " << description(call.arguments);
+}
 
 /// A case whose host is a world: an empty one at first. The layer sees it through an
 /// InstrumentedPlatform, which records what is asked of it. After the case no host is installed.
