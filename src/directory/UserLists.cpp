@@ -31,13 +31,13 @@ std::shared_ptr<CachedUserList> cachedUserListForName(const std::optional<std::s
   QueryDescription description =
       equalTo({record::Users}, attribute::RecordName, {*name}, CachedUser::desiredAttributes());
   description.match = kMatchKinds[matchKindIndex < kMatchKinds.size() ? matchKindIndex : 0];
-  const auto users = loggingFailure(
-      "Unable to create user list", std::optional<std::shared_ptr<CachedUserList>>(), [&] {
-        const auto query = node->query(std::move(description));
-        return std::optional(query ? cachedUserListForRecords(query->results(false), userIDFilter)
-                                   : nullptr);
-      });
-  return users ? *users : CachedUserList::cachedUserList();
+  try {
+    const auto query = node->query(std::move(description));
+    return query ? cachedUserListForRecords(query->results(false), userIDFilter) : nullptr;
+  } catch (const PlatformException&) {
+    platform().log().error("Unable to create user list");
+    return CachedUserList::cachedUserList();
+  }
 }
 
 std::shared_ptr<CachedUserList> searchNodeUsersForName(const std::optional<std::string>& name,

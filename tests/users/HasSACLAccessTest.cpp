@@ -9,9 +9,9 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class ServiceAccess : public Machine {
+class HasSACLAccess : public Machine {
  protected:
-  ServiceAccess() {
+  HasSACLAccess() {
     install(cast::machineOfAll());
     addUser({{"RecordName", {"noguid"}}, {"UniqueID", {"3001"}}});
     addUser({{"RecordName", {"badguid"}}, {"UniqueID", {"3002"}}, {"GUID", {"no identifier"}}});
@@ -33,18 +33,18 @@ class ServiceAccess : public Machine {
   }
 };
 
-TEST_F(ServiceAccess, IsEveryonesWithoutAnAccessList) {
+TEST_F(HasSACLAccess, IsEveryonesWithoutAnAccessList) {
   EXPECT_TRUE(userNamed("ann")->hasSACLAccess());
   EXPECT_TRUE(userNamed("noguid")->hasSACLAccess());
 }
 
-TEST_F(ServiceAccess, IsThatOfTheListsMembersByGUID) {
+TEST_F(HasSACLAccess, IsThatOfTheListsMembersByGUID) {
   admit({std::string(cast::kAnnGUID)});
   EXPECT_TRUE(userNamed("ann")->hasSACLAccess());
   EXPECT_FALSE(userNamed("bob")->hasSACLAccess());
 }
 
-TEST_F(ServiceAccess, AsksTheServiceGatehallByTheGUIDsIdentifier) {
+TEST_F(HasSACLAccess, AsksTheServiceGatehallByTheGUIDsIdentifier) {
   admit({});
   const auto ann = userNamed("ann");
   forgetCalls();
@@ -56,7 +56,7 @@ TEST_F(ServiceAccess, AsksTheServiceGatehallByTheGUIDsIdentifier) {
                   {{"service", "gatehall"}, {"identifier", "6c6b2f1e000040008000000000001000"}}}));
 }
 
-TEST_F(ServiceAccess, GoesByTheUserIDOfAUserWithoutAGUID) {
+TEST_F(HasSACLAccess, GoesByTheUserIDOfAUserWithoutAGUID) {
   admit({3001U});
   const auto user = userNamed("noguid");
   forgetCalls();
@@ -67,7 +67,7 @@ TEST_F(ServiceAccess, GoesByTheUserIDOfAUserWithoutAGUID) {
   EXPECT_FALSE(user->hasSACLAccess());
 }
 
-TEST_F(ServiceAccess, GoesByTheUserIDWhenTheGUIDCannotBeConverted) {
+TEST_F(HasSACLAccess, GoesByTheUserIDWhenTheGUIDCannotBeConverted) {
   admit({3002U});
   const auto user = userNamed("badguid");
   forgetCalls();
@@ -75,7 +75,7 @@ TEST_F(ServiceAccess, GoesByTheUserIDWhenTheGUIDCannotBeConverted) {
   EXPECT_THAT(conversions(), ElementsAre("guidToIdentifier", "userIDToIdentifier"));
 }
 
-TEST_F(ServiceAccess, GoesByTheUserIDWhenTheGUIDIsAllZeros) {
+TEST_F(HasSACLAccess, GoesByTheUserIDWhenTheGUIDIsAllZeros) {
   admit({});
   const auto user = userNamed("zero");
   forgetCalls();
@@ -83,7 +83,7 @@ TEST_F(ServiceAccess, GoesByTheUserIDWhenTheGUIDIsAllZeros) {
   EXPECT_THAT(conversions(), ElementsAre("guidToIdentifier", "userIDToIdentifier"));
 }
 
-TEST_F(ServiceAccess, IsRefusedWhenTheUserIDCannotBeConverted) {
+TEST_F(HasSACLAccess, IsRefusedWhenTheUserIDCannotBeConverted) {
   fail({{"userIDToIdentifier", Fault::Kind::Absent}});
   const auto user = userNamed("noguid");
   EXPECT_FALSE(user->hasSACLAccess());
@@ -91,7 +91,7 @@ TEST_F(ServiceAccess, IsRefusedWhenTheUserIDCannotBeConverted) {
   EXPECT_TRUE(userNamed("ann")->hasSACLAccess());
 }
 
-TEST_F(ServiceAccess, IsRefusedByAnyOtherStatus) {
+TEST_F(HasSACLAccess, IsRefusedByAnyOtherStatus) {
   for (const int status : {1, 3, -1, 22}) {
     mWorld->membership().setAccessList("gatehall", {{std::string(cast::kAnnGUID)}, status});
     EXPECT_FALSE(userNamed("ann")->hasSACLAccess()) << status;
@@ -100,7 +100,7 @@ TEST_F(ServiceAccess, IsRefusedByAnyOtherStatus) {
   EXPECT_TRUE(userNamed("ann")->hasSACLAccess());
 }
 
-TEST_F(ServiceAccess, OfAnotherServiceIsOfNoConcern) {
+TEST_F(HasSACLAccess, OfAnotherServiceIsOfNoConcern) {
   mWorld->membership().setAccessList("ssh", {});
   EXPECT_TRUE(userNamed("ann")->hasSACLAccess());
 }
@@ -128,7 +128,7 @@ class ZeroHost final : public InstrumentedPlatform {
   ZeroMembership mMembership;
 };
 
-TEST_F(ServiceAccess, IsGivenWithoutAskingWhenTheIdentifierStaysAllZeros) {
+TEST_F(HasSACLAccess, IsGivenWithoutAskingWhenTheIdentifierStaysAllZeros) {
   Platform::install(std::make_shared<ZeroHost>(mWorld));
   EXPECT_TRUE(userNamed("badguid")->hasSACLAccess()) << "what a failed conversion left is dropped";
   EXPECT_TRUE(userNamed("noguid")->hasSACLAccess());
