@@ -2,11 +2,13 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "platform/PlatformException.h"
 #include "platform/linux/AccountLine.h"
+#include "platform/linux/ExtraGroup.h"
 #include "platform/linux/FaultLog.h"
 #include "platform/linux/HostOptions.h"
 #include "platform/linux/LineFile.h"
@@ -27,8 +29,12 @@ inline constexpr std::size_t kLongestGroupLine = std::size_t{16} << 20U;
 /// can't be read to its end.
 template <class Visit>
 int scan(const HostOptions& options, FaultLog& faults, std::string_view path, Visit visit) {
+  // What a set-group-id program has its group for: to open this one file.
+  std::optional<extraGroup::TakenUp> shadowGroup;
+  if (path == kShadow) shadowGroup.emplace();
   LineFile file(options.root + std::string(path),
                 path == kGroup ? kLongestGroupLine : kLongestAccountLine);
+  shadowGroup.reset();
   std::string_view line;
   while (file.next(line)) {
     if (file.isOverlong()) {

@@ -1,0 +1,188 @@
+// The real gatehall-switch, as it is installed, on a machine of its own.
+
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <unistd.h>
+
+#include "tests/tool/Machine.h"
+
+namespace gatehall {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+constexpr uid_t kAnn = 1000;
+constexpr uid_t kCarol = 1002;
+
+constexpr const char* kSession = "session=2,1000,ann,seat0,x11,user,active";
+constexpr const char* kBobRunning = "session=c3,1001,bob,seat0,x11,user,online";
+constexpr const char* kCarolRunning = "session=4,1002,carol,seat0,x11,user,online";
+
+constexpr const char* kRoot = "User is root user.";
+constexpr const char* kNotTheOwner =
+    "Unable to Fast User Switch: User must be the current console user or root.";
+
+const std::string kSeat = "/org/freedesktop/DisplayManager/Seat0 ";
+const std::string kLogin1 = "/org/freedesktop/login1 ";
+
+class SwitchTool : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (getuid() != 0) GTEST_SKIP() << "making a machine of its own needs root";
+    machine = std::make_unique<Machine>();
+  }
+
+  void start(std::vector<std::string> words) {
+    words.insert(words.end(), {kSession, "active=2"});
+    machine->bus.start(std::move(words));
+  }
+
+  /// Runs the tool, which is silent and ends well whatever happens.
+  ToolRun run(const std::vector<std::string>& words, const Caller& caller = {},
+              const std::function<void(pid_t)>& watch = {}) {
+    auto result = machine->run(words, caller, watch);
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.output, "");
+    return result;
+  }
+
+  std::unique_ptr<Machine> machine;
+};
+
+TEST_F(SwitchTool, HasLightDMSwitchToAUserWithoutPasswordForTheConsolesOwner) {
+  start({"lightdm", "logind"});
+  EXPECT_THAT(run({"-switchToUserID", "1001"}, {.userID = kAnn}).log, IsEmpty());
+  EXPECT_EQ(machine->bus.calls(), kSeat + "SwitchToUser 'bob' ''\n");
+}
+
+TEST_F(SwitchTool, ActivatesARunningSessionOfAUserWithoutPasswordAsItReadsTheHashAsAnn) {
+  start({"lightdm", "logind", kBobRunning});
+  EXPECT_THAT(run({"-switchToUserID", "1001"}, {.userID = kAnn}).log, IsEmpty());
+  EXPECT_EQ(machine->bus.calls(),
+            kLogin1 + "LockSession '2'\n" + kLogin1 + "ActivateSessionOnSeat 'c3' 'seat0'\n");
+}
+
+TEST_F(SwitchTool, NeverActivatesARunningSessionOfAUserWithAPassword) {
+  start({"lightdm", "logind", kCarolRunning});
+  EXPECT_THAT(run({"-switchToUserID", "1002"}, {.userID = kAnn}).log, IsEmpty());
+  EXPECT_EQ(machine->bus.calls(), kSeat + "SwitchToUser 'carol' ''\n");
+}
+
+TEST_F(SwitchTool, BringsUpTheLoginScreen) {
+  start({"lightdm", "logind"});
+  EXPECT_THAT(run({"-suspend", "-switchToUserID", "1001"}, {.userID = kAnn}).log, IsEmpty());
+  EXPECT_EQ(machine->bus.calls(), kLogin1 + "LockSession '2'\n" + kSeat + "SwitchToGreeter\n");
+}
+
+TEST_F(SwitchTool, SwitchesForRootToSeveralUsersInTurn) {
+  start({"lightdm", "logind"});
+  const auto result = run({"-switchToUserID", "1001", "-x", "-switchToUserID", "1002", "-suspend"});
+  EXPECT_THAT(result.log, ElementsAre(kRoot));
+  EXPECT_EQ(machine->bus.calls(), kSeat + "SwitchToUser 'bob' ''\n" + kSeat +
+                                      "SwitchToUser 'carol' ''\n" + kLogin1 + "LockSession '2'\n" +
+                                      kSeat + "SwitchToGreeter\n");
+}
+
+TEST_F(SwitchTool, ReadsTheHashOfEachOfSeveralUsers) {
+  start({"sddm", "logind", kBobRunning});
+  run({"-switchToUserID", "1002", "-switchToUserID", "1001"}, {.userID = kAnn});
+  EXPECT_THAT(machine->bus.calls(), HasSubstr("ActivateSessionOnSeat 'c3'"));
+}
+
+TEST_F(SwitchTool, RefusesWhoDoesNotOwnTheConsole) {
+  start({"lightdm", "logind"});
+  EXPECT_THAT(run({"-switchToUserID", "1001"}, {.userID = kCarol}).log, ElementsAre(kNotTheOwner));
+  EXPECT_EQ(machine->bus.calls(), "");
+}
+
+TEST_F(SwitchTool, DoesNothingForAnIdThatNobodyHasAndForAUserWhomTheAccessGroupLeavesOut) {
+  start({"lightdm", "logind"});
+  EXPECT_THAT(run({"-switchToUserID", "4711"}, {.userID = kAnn}).log, IsEmpty());
+  machine->write("group", "root:x:0:\nshadow:x:42:\ngatehall-access:x:900:carol\n");
+  EXPECT_THAT(run({"-switchToUserID", "1001"}, {.userID = kAnn}).log, IsEmpty());
+  EXPECT_EQ(machine->bus.calls(), "");
+}
+
+TEST_F(SwitchTool, SaysWhyWithoutABus) {
+  machine->hasBus = false;
+  EXPECT_THAT(run({"-switchToUserID", "1001"}).log,
+              ElementsAre(kRoot, StartsWith("Unable to connect to the system bus")));
+}
+
+TEST_F(SwitchTool, SaysWhyWithoutADisplayManager) {
+  start({"logind"});
+  EXPECT_THAT(
+      run({"-suspend"}).log,
+      ElementsAre(kRoot, "Unable to switch: there is no display manager on the system bus."));
+}
+
+TEST_F(SwitchTool, SaysWhatAServiceRefused) {
+  start({"lightdm=refusing", "logind"});
+  EXPECT_THAT(run({"-switchToUserID", "1001"}).log,
+              ElementsAre(kRoot, StartsWith("Unable to ask org.freedesktop.DisplayManager for "
+                                            "SwitchToUser: ")));
+}
+
+TEST_F(SwitchTool, EndsInTimeAndSaysWhyWhenAServiceNeverAnswers) {
+  start({"lightdm=silent", "logind"});
+  const auto result = run({"-switchToUserID", "1001"});
+  EXPECT_THAT(result.log, ElementsAre(kRoot, StartsWith("Unable to ask ")));
+  EXPECT_LT(result.taken, std::chrono::seconds(8));
+}
+
+TEST_F(SwitchTool, HasGivenUpTheShadowGroupBeforeItAsksForASwitch) {
+  start({"lightdm=silent", "logind"});
+  bool gaveUp = false;
+  std::string users;
+  run({"-switchToUserID", "1001"}, {.userID = kAnn}, [&](pid_t tool) {
+    std::ifstream status("/proc/" + std::to_string(tool) + "/status");
+    for (std::string line; std::getline(status, line);) {
+      if (line.starts_with("Uid:")) users = line;
+      if (line == "Gid:\t1000\t1000\t1000\t1000") gaveUp = true;
+    }
+  });
+  EXPECT_TRUE(gaveUp);
+  EXPECT_EQ(users, "Uid:\t1000\t1000\t1000\t1000");
+}
+
+TEST_F(SwitchTool, TakesNothingFromItsEnvironment) {
+  start({"lightdm", "logind"});
+  const Caller hostile{
+      .userID = kAnn,
+      .environment = {"DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nowhere", "LD_PRELOAD=/nowhere.so",
+                      "LD_LIBRARY_PATH=/tmp", "HOME=/nowhere", "XDG_SEAT=seat9", "LANG=tlh_QO",
+                      "LC_ALL=tlh_QO", "TZ=:/etc/shadow", "ICU_DATA=/tmp",
+                      "SYSTEMD_LOG_LEVEL=debug", "SYSTEMD_LOG_TARGET=console", "MALLOC_PERTURB_=7",
+                      "NO_EQUALS_SIGN"}};
+  EXPECT_THAT(run({"-switchToUserID", "1001"}, hostile).log, IsEmpty());
+  const Caller hostileRoot{.environment = hostile.environment};
+  EXPECT_THAT(run({"-switchToUserID", "1001"}, hostileRoot).log.back(), kRoot);
+  EXPECT_EQ(machine->bus.calls(),
+            kSeat + "SwitchToUser 'bob' ''\n" + kSeat + "SwitchToUser 'bob' ''\n");
+}
+
+TEST_F(SwitchTool, WorksWithClosedStandardDescriptors) {
+  start({"lightdm", "logind"});
+  for (const uid_t caller : {uid_t{0}, kAnn}) {
+    run({"-switchToUserID", "1001"}, {.userID = caller, .closesStandardDescriptors = true});
+  }
+  EXPECT_EQ(machine->bus.calls(),
+            kSeat + "SwitchToUser 'bob' ''\n" + kSeat + "SwitchToUser 'bob' ''\n");
+}
+
+TEST_F(SwitchTool, IgnoresWhatItIsCalledAndAnEmptyArgumentVector) {
+  start({"lightdm", "logind"});
+  EXPECT_THAT(run({}, {.userID = kAnn, .name = {}}).log, IsEmpty());
+  const Caller oddlyNamed{.userID = kAnn, .name = {std::string(100000, '%') + "s\n"}};
+  EXPECT_THAT(run({"-switchToUserID", "1001"}, oddlyNamed).log, IsEmpty());
+  EXPECT_EQ(machine->bus.calls(), kSeat + "SwitchToUser 'bob' ''\n");
+}
+
+}  // namespace
+}  // namespace gatehall
