@@ -8,6 +8,7 @@
 #include "directory/GroupMembership.h"
 #include "directory/UserLists.h"
 #include "directory/UserLookup.h"
+#include "platform/Platform.h"
 #include "platform/ProcessWide.h"
 
 namespace gatehall {
@@ -43,7 +44,14 @@ bool LoginList::holds(const std::optional<std::string>& guid) const {
 
 std::shared_ptr<UserAccess> UserAccess::sharedUserAccess() {
   if (auto access = sharedAccess.get()) return access;
-  return sharedAccess.keep(std::make_shared<UserAccess>());
+  const auto made = std::make_shared<UserAccess>();
+  auto kept = sharedAccess.keep(made);
+  if (kept == made) made->registerForNotifications();
+  return kept;
+}
+
+UserAccess::~UserAccess() {
+  if (Platform::isInstalled()) unregisterForNotifications();
 }
 
 LoginDecision UserAccess::decideLogin(const CachedUser& user) {
@@ -102,12 +110,18 @@ std::shared_ptr<CachedUserList> UserAccess::allowedUsers() {
   return candidates;
 }
 
+bool UserAccess::checkSACLs() {
+  const auto access = sharedUserAccess();
+  const auto list = access->visibleUsersList();
+  return list && access->checkSACLs(*list);
+}
+
 bool UserAccess::checkSACLs(CachedUserList& list) {
-  std::vector<std::shared_ptr<CachedUser>> refused;
+  CachedUserList::Users refused;
   std::copy_if(list.begin(), list.end(), std::back_inserter(refused),
                [](const auto& user) { return !user->hasSACLAccess(); });
   const auto before = list.count();
-  for (const auto& user : refused) list.removeObject(user);
+  list.removeObjects(refused);
   return list.count() != before;
 }
 

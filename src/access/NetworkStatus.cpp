@@ -1,6 +1,8 @@
 #include "access/NetworkStatus.h"
 
+#include <algorithm>
 #include <chrono>
+#include <utility>
 
 #include "directory/SubnodeCounts.h"
 #include "platform/Platform.h"
@@ -11,6 +13,7 @@ namespace gatehall {
 namespace {
 
 constexpr std::uint64_t kNodesWithoutNetwork = 2;
+constexpr double kMeasureInterval = 1.0;
 
 ProcessWide<NetworkStatus> sharedStatus;
 
@@ -39,6 +42,7 @@ bool NetworkStatus::networkStatusUpdate() {
 }
 
 void NetworkStatus::refreshIfNeeded() {
+  if (mUpdateNetworkStatus) return;
   const auto last = mLastUpdate.load();
   if (!last) return;
   // A stamp ahead of the clock means that the clock was set back. A stamp in the past, however old,
@@ -47,6 +51,39 @@ void NetworkStatus::refreshIfNeeded() {
   if (ahead <= std::chrono::seconds(1)) return;
   networkStatusUpdate();
   mLastUpdate = std::make_shared<const Date>(platform().clock().now());
+}
+
+void NetworkStatus::addTarget(std::shared_ptr<NetworkStatusTarget> target) {
+  if (!target || std::find(mTargets.begin(), mTargets.end(), target) != mTargets.end()) return;
+  mTargets.push_back(std::move(target));
+  if (mUpdateNetworkStatus.exchange(true)) return;
+  platform().runLoop().detachNewThread(
+      [measured = weak_from_this()] { networkStatusUpdateThread(measured); });
+}
+
+void NetworkStatus::removeTarget(const std::shared_ptr<NetworkStatusTarget>& target) {
+  std::erase(mTargets, target);
+  if (mTargets.empty()) mUpdateNetworkStatus = false;
+}
+
+void NetworkStatus::networkStatusNotifyTargets() {
+  for (const auto& target : std::vector(mTargets)) target->networkStatusChanged();
+}
+
+bool NetworkStatus::measureAndTell() {
+  if (!mUpdateNetworkStatus) return false;
+  if (networkStatusUpdate() && mUpdateNetworkStatus) {
+    platform().runLoop().performOnMainThreadAndWait([this] { networkStatusNotifyTargets(); });
+  }
+  return true;
+}
+
+/// The thread holds the object only while it measures, so that it ends with it.
+void NetworkStatus::networkStatusUpdateThread(const std::weak_ptr<NetworkStatus>& measured) {
+  while (true) {
+    if (const auto status = measured.lock(); !status || !status->measureAndTell()) return;
+    platform().runLoop().sleep(kMeasureInterval);
+  }
 }
 
 bool NetworkStatus::hasParentNetwork() {

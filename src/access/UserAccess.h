@@ -2,19 +2,31 @@
 
 #include <atomic>
 #include <memory>
+#include <vector>
 
 #include "access/LoginDecision.h"
 #include "access/LoginList.h"
+#include "access/NetworkStatusTarget.h"
+#include "access/UserAccessTarget.h"
+#include "platform/NotificationCenter.h"
 #include "users/CachedUserList.h"
 
 namespace gatehall {
 
-/// Who may log in here. Of the operations that read preferences or the directory, what the
-/// directory raises reaches the caller. From any thread.
-class UserAccess {
+/// Who may log in here, and the list of users that a login screen shows, kept current.
+///
+/// The rules may be asked on any thread. The list is handed out and changed on the main thread, and
+/// rebuilt on a thread of its own. Of the operations that read preferences or the directory, what
+/// the directory raises reaches the caller.
+class UserAccess : public NetworkStatusTarget, public std::enable_shared_from_this<UserAccess> {
  public:
-  /// The process's one instance.
+  /// The process's one instance. Observes account, session, group, settings and locale changes from
+  /// its first use on; they are delivered while the main thread runs its run loop.
   static std::shared_ptr<UserAccess> sharedUserAccess();
+
+  ~UserAccess() override;
+
+  // Permission
 
   /// Whether the user may log in here: the first rule that applies decides.
   LoginDecision decideLogin(const CachedUser& user);
@@ -33,9 +45,75 @@ class UserAccess {
   /// Removes the users without service access from the list; true when one was removed.
   bool checkSACLs(CachedUserList& list);
 
+  /// checkSACLs on the visible users list; false without one.
+  static bool checkSACLs();
+
+  // The visible users list
+
+  /// The list, built now on the calling thread if there is none; nullptr when that fails.
+  std::shared_ptr<CachedUserList> visibleUsersList();
+
+  /// Rebuilds the list on a thread of its own, then tells the targets. Does nothing while such a
+  /// build runs.
+  void buildVisibleUsersList();
+
+  /// A new list: local users, if asked for also network users, and everybody who is logged in; less
+  /// those whom the preferences hide, unless they are logged in. Sorted by long name.
+  std::shared_ptr<CachedUserList> buildVisibleUsersListWithNetworkUsers(bool networkUsers);
+
+  /// Marks the list's users who are logged in, and adds those who are and are not in it.
+  void addAndMarkLoggedInUsers(CachedUserList& list);
+
+  /// Drops the list and rebuilds it a second later; does nothing without a list.
+  void updateLoggedInUsers();
+
+  // Changes. The handlers run on the main thread.
+
+  void registerForNotifications();
+  void registerForRosterdChanges();
+
+  /// Ends some of the observations: those of user-interface sessions, locale and groups go on.
+  void unregisterForNotifications();
+
+  /// A changed full name: that user's attributes are read again and the targets told. Any other
+  /// change: the list is dropped and rebuilt a second later.
+  void handleUserChangeNotification(const Notification& notification);
+
+  /// Changed managed settings, changed groups: the allow and deny lists are dropped, and so is the
+  /// visible list, if there is one, to be rebuilt a second later.
+  void handleTavloNotification(const Notification& notification);
+  void handleRosterdChangeNoficiation();
+
+  /// The list is sorted anew and the targets told.
+  void handleLocaleChange(const Notification& notification);
+
+  /// For hosts that register this object with NetworkStatus: as updateLoggedInUsers.
+  void networkStatusChanged() override;
+
+  /// Adds the target (nullptr is ignored) unless it is there already; it is held until removed.
+  void addTarget(std::shared_ptr<UserAccessTarget> target);
+  void removeTarget(const std::shared_ptr<UserAccessTarget>& target);
+
+  /// Tells every target, one after another, on the main thread.
+  void notifyTargets();
+
  private:
+  using Targets = std::vector<std::shared_ptr<UserAccessTarget>>;
+
+  void buildVisibleUsersListThreadController();
+  void observe(NotificationCenter& center, std::string_view name,
+               void (UserAccess::*handler)(const Notification&));
+  void dropListAndRebuildLater();
+  void rebuildLater();
+  void dropLoginLists();
+
+  std::atomic<std::shared_ptr<CachedUserList>> mVisibleUsersList;
   std::atomic<std::shared_ptr<const LoginList>> mAllowList;
   std::atomic<std::shared_ptr<const LoginList>> mDenyList;
+  /// Replaced whole, because the build thread walks it while the main thread may change it.
+  std::atomic<std::shared_ptr<const Targets>> mTargets;
+  std::shared_ptr<RunLoopSource> mRunloopSourceSession;
+  std::atomic<bool> mBuildingVisibleUsersList = false;
 };
 
 }  // namespace gatehall

@@ -40,6 +40,8 @@ void Platform::install(std::shared_ptr<Platform> platform) {
   installed = std::move(platform);
 }
 
+bool Platform::isInstalled() { return installed != nullptr; }
+
 Platform& platform() {
   if (!installed) std::abort();
   return *installed;

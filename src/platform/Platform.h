@@ -54,6 +54,9 @@ class Platform {
   /// process-wide caches, which belong to the host before it; nothing else may use the layer
   /// meanwhile.
   static void install(std::shared_ptr<Platform> platform);
+
+  /// Whether this process has a host.
+  static bool isInstalled();
 };
 
 /// The installed host. Calling it without one is a programming error and ends the process.

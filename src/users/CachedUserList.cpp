@@ -1,6 +1,7 @@
 #include "users/CachedUserList.h"
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 #include "access/KinwatchMonitor.h"
@@ -108,24 +109,36 @@ void CachedUserList::addCachedUserList(const CachedUserList& other) {
   for (const auto& user : Users(other.mUserList)) addObject(user);
 }
 
-void CachedUserList::removeObject(const std::shared_ptr<CachedUser>& user) {
-  if (!user) return;
-  const auto guid = user->getGUID();
-  if (!guid) return;
+/// The entry that removeObject takes out, or nullptr; its keys, as far as they are the user's, are
+/// gone from the indexes.
+std::shared_ptr<CachedUser> CachedUserList::takeFromIndexes(
+    const std::shared_ptr<CachedUser>& user) {
+  const auto guid = user ? user->getGUID() : std::nullopt;
+  if (!guid) return nullptr;
   const auto name = user->shortName();
   const auto uid = userIDText(*user);
   auto entry = find(mGUIDs, guid);
   if (!entry) entry = find(mShortNames, name);
   if (!entry) entry = find(mUIDs, uid);
-  if (!entry) return;
-
-  {
-    const auto held = mMonitor->lock();
-    std::erase(mUserList, entry);
-  }
+  if (!entry) return nullptr;
   eraseKey(mGUIDs, guid);
   eraseKey(mShortNames, name);
   eraseKey(mUIDs, uid);
+  return entry;
+}
+
+void CachedUserList::removeObject(const std::shared_ptr<CachedUser>& user) {
+  removeObjects({user});
+}
+
+void CachedUserList::removeObjects(const Users& users) {
+  std::unordered_set<std::shared_ptr<CachedUser>> entries;
+  for (const auto& user : users) {
+    if (auto entry = takeFromIndexes(user)) entries.insert(std::move(entry));
+  }
+  if (entries.empty()) return;
+  const auto held = mMonitor->lock();
+  std::erase_if(mUserList, [&](const auto& user) { return entries.contains(user); });
 }
 
 std::shared_ptr<CachedUser> CachedUserList::findUserByGUID(std::string_view guid) const {

@@ -57,6 +57,9 @@ class CachedUserList final : public KinwatchTarget {
   /// user without a GUID removes nothing.
   void removeObject(const std::shared_ptr<CachedUser>& user);
 
+  /// removeObject for each of the users, in one pass over the list.
+  void removeObjects(const Users& users);
+
   /// The user with that GUID, or nullptr.
   std::shared_ptr<CachedUser> findUserByGUID(std::string_view guid) const;
 
@@ -94,6 +97,7 @@ class CachedUserList final : public KinwatchTarget {
   static std::shared_ptr<CachedUser> find(const Index& index,
                                           const std::optional<std::string>& key);
   void append(const std::shared_ptr<CachedUser>& user);
+  std::shared_ptr<CachedUser> takeFromIndexes(const std::shared_ptr<CachedUser>& user);
 
   std::shared_ptr<KinwatchMonitor> mMonitor;
   Users mUserList;
