@@ -1,0 +1,86 @@
+"""Our programs: where they are, and running one as someone, in a session."""
+import os
+import pwd
+import resource
+import shutil
+import subprocess
+import time
+from pathlib import Path
+
+SWITCH = "/usr/bin/gatehall-switch"
+LONGEST_RUN_SECONDS = 15
+
+
+def install(programs):
+    """Puts our programs where a package puts them."""
+    for program, mode, group in (("gatehall-switch", 0o2755, "shadow"), ("gatehallctl", 0o755, "root")):
+        target = Path("/usr/bin") / program
+        shutil.copyfile(Path(programs) / program, target)
+        shutil.chown(target, "root", group)
+        target.chmod(mode)
+
+
+class Run:
+    """What came of one run of a program of ours."""
+
+    def __init__(self, status, output, seconds, log):
+        self.status = status
+        self.output = output
+        self.seconds = seconds
+        self.log = log
+
+    def __repr__(self):
+        return f"<status {self.status}, {self.seconds:.2f} s, output {self.output!r}, log {self.log}>"
+
+
+def run_as(command, user, session=None, environment=None, limits=(), **options):
+    """Runs a program inside a session, or outside of any; its status, output and seconds."""
+    account = pwd.getpwnam(user)
+    groups = session_groups(session)
+    if environment is None:
+        environment = session_environment(session) if session else {"PATH": os.environ["PATH"]}
+
+    def prepare():
+        for group in groups:
+            Path(group).write_text(str(os.getpid()))
+        for limit, value in limits:
+            resource.setrlimit(limit, (value, value))
+        os.initgroups(account.pw_name, account.pw_gid)
+        os.setgid(account.pw_gid)
+        os.setuid(account.pw_uid)
+
+    start = time.monotonic()
+    process = subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, cwd="/",
+                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                               preexec_fn=prepare, **options)
+    try:
+        output, _ = process.communicate(timeout=LONGEST_RUN_SECONDS)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.communicate()
+        raise AssertionError(f"{command} did not end within {LONGEST_RUN_SECONDS} s") from None
+    return process.returncode, output.decode(), time.monotonic() - start
+
+
+def session_groups(session):
+    """The control groups that make a process one of the session's, for each hierarchy."""
+    if session is None:
+        return []
+    files = []
+    for line in Path(f"/proc/{session.leader}/cgroup").read_text().splitlines():
+        _, controllers, path = line.split(":", 2)
+        if controllers == "name=systemd":
+            files.append(f"/sys/fs/cgroup/systemd{path}/cgroup.procs")
+        elif controllers == "":
+            for top in ("/sys/fs/cgroup/unified", "/sys/fs/cgroup"):
+                if Path(f"{top}{path}/cgroup.procs").exists():
+                    files.append(f"{top}{path}/cgroup.procs")
+                    break
+    return files
+
+
+def session_environment(session):
+    """The environment of the session's last program, which is the desktop itself."""
+    pids = Path(session_groups(session)[0]).read_text().split()
+    block = Path(f"/proc/{pids[-1]}/environ").read_bytes()
+    return dict(entry.split(b"=", 1) for entry in block.split(b"\0") if b"=" in entry)
