@@ -12,7 +12,8 @@ std::int32_t RecordingLoginService::switchToLoginScreen() {
 std::int32_t RecordingLoginService::switchToUser(const Dictionary& attributes) {
   Dictionary kept;
   for (const auto& [kind, value] : attributes) {
-    const bool secret = kind == kUserPasswordKey && value != Value("");
+    const auto* text = value.string();
+    const bool secret = kind == kUserPasswordKey && (text == nullptr || !text->empty());
     kept.emplace(kind, secret ? Value("(not recorded)") : value);
   }
   append({"switchToUser", std::move(kept)});
