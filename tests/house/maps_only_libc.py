@@ -13,6 +13,6 @@ dynamic = subprocess.run(
 ).stdout
 needed = re.findall(r"\(NEEDED\).*\[(.*)\]", dynamic)
 print(f"{sys.argv[1]} needs {' '.join(needed)}")
-# The loader maps itself, whether it is named or not; libm is the C library's other half.
-others = [name for name in needed if not re.match(r"(libc|libm|ld-linux[\w-]*)\.so\.", name)]
+# The loader maps itself, whether it is named or not.
+others = [name for name in needed if not re.match(r"(libc|ld-linux[\w-]*)\.so\.", name)]
 sys.exit(bool(others))
