@@ -49,8 +49,8 @@ std::int64_t truncated(double number) {
   return static_cast<std::int64_t>(number);
 }
 
-/// The shortest of the usual two precisions that reads back as the same number. (std::to_chars would
-/// bring a hundred kilobytes of tables into every program.)
+/// The shortest of the usual two precisions that reads back as the same number. (std::to_chars
+/// would bring a hundred kilobytes of tables into every program.)
 std::string realText(double number) {
   std::array<char, 32> text{};
   std::snprintf(text.data(), text.size(), "%.15g", number);
