@@ -10,6 +10,7 @@ namespace gatehall::ctl {
 // Each in its own file.
 Verb switchVerb();
 Verb canLogInVerb();
+Verb usersVerb();
 Verb networkUsersVerb();
 Verb userVerb();
 Verb expandVerb();
