@@ -16,11 +16,23 @@ bool asksFor(const QueryDescription& description, std::string_view type) {
   return std::ranges::find(description.recordTypes, type) != description.recordTypes.end();
 }
 
+/// A GUID is the same in either case (RFC 9562), so that a deny list written in lower case denies.
+/// Records spell theirs in upper case.
+QueryDescription withGUIDsAsSpelled(QueryDescription description) {
+  if (attribute::canonical(description.attribute) != attribute::GUID) return description;
+  for (auto& value : description.values) {
+    std::ranges::transform(value, value.begin(), [](char c) {
+      return c >= 'a' && c <= 'f' ? static_cast<char>(c - 'a' + 'A') : c;
+    });
+  }
+  return description;
+}
+
 /// The users that match, then the groups.
 class LocalQuery final : public DirectoryQuery {
  public:
   LocalQuery(std::shared_ptr<LocalHost> host, QueryDescription description)
-      : mHost(std::move(host)), mDescription(std::move(description)) {}
+      : mHost(std::move(host)), mDescription(withGUIDsAsSpelled(std::move(description))) {}
 
   std::optional<Records> results(bool) override {
     const auto context = std::make_shared<LocalContext>(mHost);

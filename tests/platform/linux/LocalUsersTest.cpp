@@ -94,11 +94,16 @@ TEST_F(LocalUsers, AreFoundByGUIDWhetherItWasHandedOutBeforeOrNot) {
 }
 
 TEST_F(LocalUsers, AreNotFoundByAGUIDThatNoLocalAccountCanHave) {
+  EXPECT_THAT(machine.names(record::Users, "GUID", MatchType::EqualTo,
+                            {"6C6B2F1E-0000-4000-8000-000000001001", "", "not a GUID"}),
+              IsEmpty());
+}
+
+TEST_F(LocalUsers, AreFoundByAGUIDInLowerCaseWhichTheyHandOutInUpperCase) {
   auto lower = values(machine.user("ann"), "GUID").front();
   for (auto& c : lower) c = static_cast<char>(std::tolower(c));
-  EXPECT_THAT(machine.names(record::Users, "GUID", MatchType::EqualTo,
-                            {"6C6B2F1E-0000-4000-8000-000000001001", "", "not a GUID", lower}),
-              IsEmpty());
+  EXPECT_THAT(machine.names(record::Users, "GUID", MatchType::EqualTo, {lower}),
+              ElementsAre("ann"));
 }
 
 TEST_F(LocalUsers, AreAtMostAsManyAsAskedFor) {
