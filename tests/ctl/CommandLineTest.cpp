@@ -73,7 +73,6 @@ TEST_P(WrongCommandLine, EndsWithStatus2AndSaysWhatIsWrong) {
 INSTANTIATE_TEST_SUITE_P(
     Words, WrongCommandLine,
     testing::Values(Wrong{{}, "a verb is missing"}, Wrong{{"frob"}, "unknown verb 'frob'"},
-                    Wrong{{"users"}, "unknown verb 'users'"},
                     Wrong{{"--help", "frob"}, "unknown verb 'frob'"},
                     Wrong{{"--frob", "prefs"}, "unknown option '--frob'"},
                     Wrong{{"prefs", "--frob"}, "--frob"},
