@@ -137,9 +137,10 @@ std::shared_ptr<CachedUserList> UserAccess::buildVisibleUsersListWithNetworkUser
     if (!user->isSuspended() && hidden.hides(*user)) removals.push_back(user);
   }
   if (!USPrefs::showAdminUsers()) {
-    const auto admins = loggingFailure("Unable to find the administrators.",
-                                       std::shared_ptr<CachedUserList>(), adminGroupUsers);
-    for (const auto& admin : admins ? *admins : *CachedUserList::cachedUserList()) {
+    auto admins = loggingFailure("Unable to find the administrators.",
+                                 std::shared_ptr<CachedUserList>(), adminGroupUsers);
+    if (!admins) admins = CachedUserList::cachedUserList();
+    for (const auto& admin : *admins) {
       const auto guid = admin->getGUID();
       const auto user = guid ? list->findUserByGUID(*guid) : nullptr;
       if (user && !user->isSuspended()) removals.push_back(user);
