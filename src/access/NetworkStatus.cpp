@@ -55,10 +55,10 @@ void NetworkStatus::refreshIfNeeded() {
 
 void NetworkStatus::addTarget(std::shared_ptr<NetworkStatusTarget> target) {
   if (!target || std::find(mTargets.begin(), mTargets.end(), target) != mTargets.end()) return;
+  auto& runLoop = platform().runLoop();
   mTargets.push_back(std::move(target));
   if (mUpdateNetworkStatus.exchange(true)) return;
-  platform().runLoop().detachNewThread(
-      [measured = weak_from_this()] { networkStatusUpdateThread(measured); });
+  runLoop.detachNewThread([measured = weak_from_this()] { networkStatusUpdateThread(measured); });
 }
 
 void NetworkStatus::removeTarget(const std::shared_ptr<NetworkStatusTarget>& target) {

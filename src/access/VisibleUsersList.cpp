@@ -20,13 +20,6 @@ constexpr std::uint32_t kFirstPersonUID = 501;
 /// cachedUserListForName's index for equal, case-sensitive.
 constexpr MatchKindIndex kEqual = 1;
 
-/// A finished login of the session list.
-struct LoggedInUser {
-  std::string name;
-  std::int32_t userID;
-  bool isCurrent;
-};
-
 std::int64_t integerOf(const Dictionary& session, std::string_view key) {
   const auto entry = session.find(key);
   return entry != session.end() ? entry->second.integerValue().value_or(0) : 0;
@@ -162,8 +155,9 @@ std::shared_ptr<CachedUserList> UserAccess::visibleUsersList() {
 }
 
 void UserAccess::buildVisibleUsersList() {
+  auto& runLoop = platform().runLoop();
   if (mBuildingVisibleUsersList.exchange(true)) return;
-  platform().runLoop().detachNewThread(
+  runLoop.detachNewThread(
       [self = shared_from_this()] { self->buildVisibleUsersListThreadController(); });
 }
 

@@ -3,7 +3,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <initializer_list>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,9 +20,9 @@ void openStandardDescriptors() {
   }
 }
 
-/// A closed log socket raises SIGPIPE, which stays ignored; ignored and blocked ones are inherited.
+/// Ignored and blocked signals are inherited. A closed log socket raises SIGPIPE, which is ignored.
 void resetSignals() {
-  for (const int signal : {SIGCHLD, SIGALRM, SIGTERM, SIGINT, SIGHUP}) std::signal(signal, SIG_DFL);
+  for (int signal = 1; signal < NSIG; ++signal) std::signal(signal, SIG_DFL);
   std::signal(SIGPIPE, SIG_IGN);
   sigset_t none;
   sigemptyset(&none);

@@ -17,7 +17,8 @@ bool readDays(std::string_view text, std::string_view what, std::optional<std::i
   const auto* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
   if (error != std::errc() || stop != end) {
-    fault = std::string(what) + " \"" + accountLine::printable(text) + "\" is not a number of days";
+    // Not quoted: in a line with a colon too few, the field is a password's hash.
+    fault = std::string(what) + " is not a number of days";
     return false;
   }
   days = number;

@@ -28,11 +28,12 @@ struct Fault {
   std::string text;
 };
 
-/// Kinds that the account's identity and password give, whatever the section says.
+/// Kinds that the account's identity, its password and parental controls give, whatever the section
+/// says.
 bool isReserved(std::string_view kind) {
   return kind == attribute::RecordName || kind == attribute::UniqueID || kind == attribute::GUID ||
          kind == attribute::PrimaryGroupID || kind == attribute::MetaNodeLocation ||
-         kind == attribute::Password;
+         kind == attribute::Password || kind == attribute::TavloSettings;
 }
 
 Json parse(std::string_view text) {

@@ -87,9 +87,15 @@ TEST(ShadowLine, IsRefusedWithTheReason) {
   EXPECT_FALSE(parseShadowLine("ann:x", fault));
   EXPECT_EQ(fault, "the line has 2 fields instead of 9");
   EXPECT_FALSE(parseShadowLine("ann:x:19000:0:99999:7::soon:", fault));
-  EXPECT_EQ(fault, "expiry date \"soon\" is not a number of days");
+  EXPECT_EQ(fault, "expiry date is not a number of days");
   EXPECT_FALSE(parseShadowLine("ann:x:-3:0:99999:7:::", fault));
   EXPECT_FALSE(parseShadowLine("ann:x:1:0:4294967296:7:::", fault));
+}
+
+TEST(ShadowLine, IsRefusedWithoutAWordOfItsFieldsOneOfWhichMayBeAHash) {
+  std::string fault;
+  EXPECT_FALSE(parseShadowLine("ann:x:$6$salt$hash::::::", fault));
+  EXPECT_EQ(fault, "last change is not a number of days");
 }
 
 TEST(GroupLine, IsReadFieldByField) {

@@ -199,6 +199,8 @@ TEST_F(UserRecordFiles, ThatCanNotBeReadAreSkippedAndTheLogSaysWhy) {
       {R"({"userName": "zoe", "com.orvane.gatehall": 1})", "com.orvane.gatehall is not an object"},
       {R"({"userName": "zoe", "com.orvane.gatehall": {"UniqueID": "0"}})",
        "com.orvane.gatehall.UniqueID can't be set here"},
+      {R"({"userName": "zoe", "com.orvane.gatehall": {"TavloSettings": "x"}})",
+       "com.orvane.gatehall.TavloSettings can't be set here"},
       {deep, "not JSON at byte 100001"},
       {"{\"a\":" + deep.substr(0, 50) + std::string(50, ']') + "}", "nested too deep"},
       {std::string(1100000, ' '), "ignored: it is too long"},
