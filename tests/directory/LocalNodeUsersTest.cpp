@@ -30,6 +30,20 @@ TEST_F(LocalNodeUsers, AreAskedForIgnoringCase) {
   EXPECT_THAT(calls("query"), ElementsAre(expected));
 }
 
+TEST_F(LocalNodeUsers, TakeOneQueryAndOneFetchOfTheNodesNameHoweverManyTheyAre) {
+  for (int number = 1; number <= 300; ++number) {
+    const auto text = std::to_string(10'000 + number);
+    addUser({{"RecordName", {"u" + text}}, {"UniqueID", {text}}});
+  }
+  forgetCalls();
+  EXPECT_EQ(localNodeUsers()->count(), 304U);
+  EXPECT_EQ(calls("query").size(), 1U);
+  EXPECT_EQ(calls("queryResults").size(), 1U);
+  EXPECT_EQ(calls("nodeName").size(), 1U);
+  EXPECT_EQ(calls("recordDetails").size(), 305U) << "the refused one's are read too";
+  EXPECT_EQ(calls("checkServiceMembership").size(), 304U);
+}
+
 TEST_F(LocalNodeUsers, AreNoneWithoutALocalNode) {
   mWorld->directory().setLocalNode(std::nullopt);
   EXPECT_EQ(localNodeUsers(), nullptr);
