@@ -134,7 +134,7 @@ void UserAccess::addTarget(std::shared_ptr<UserAccessTarget> target) {
   auto targets = present ? *present : Targets();
   if (std::find(targets.begin(), targets.end(), target) != targets.end()) return;
   targets.push_back(std::move(target));
-  mTargets = std::make_shared<const Targets>(std::move(targets));
+  mTargets.store(std::make_shared<const Targets>(std::move(targets)));
 }
 
 void UserAccess::removeTarget(const std::shared_ptr<UserAccessTarget>& target) {
@@ -142,7 +142,7 @@ void UserAccess::removeTarget(const std::shared_ptr<UserAccessTarget>& target) {
   if (!present) return;
   auto targets = *present;
   std::erase(targets, target);
-  mTargets = std::make_shared<const Targets>(std::move(targets));
+  mTargets.store(std::make_shared<const Targets>(std::move(targets)));
 }
 
 void UserAccess::notifyTargets() {

@@ -35,7 +35,7 @@ GHUIManagedPrefs::GHUIManagedPrefs() { synchronize(); }
 void GHUIManagedPrefs::synchronize() {
   mManagedPreferences.store(nullptr);
   if (auto entries = readDictionary(kLoginScreenFile)) {
-    mManagedPreferences = std::make_shared<const Dictionary>(std::move(*entries));
+    mManagedPreferences.store(std::make_shared<const Dictionary>(std::move(*entries)));
   }
   mergeTavloPrefs();
 }
@@ -60,7 +60,7 @@ void GHUIManagedPrefs::setObject(std::optional<Value> value,
   const auto present = mManagedPreferences.load();
   auto changed = present ? *present : Dictionary();
   changed.insert_or_assign(std::string(*forKey), std::move(*value));
-  mManagedPreferences = std::make_shared<const Dictionary>(std::move(changed));
+  mManagedPreferences.store(std::make_shared<const Dictionary>(std::move(changed)));
 }
 
 }  // namespace gatehall

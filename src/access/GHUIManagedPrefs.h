@@ -1,10 +1,10 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <optional>
 #include <string_view>
 
+#include "platform/AtomicSharedPtr.h"
 #include "platform/Value.h"
 
 namespace gatehall {
@@ -34,7 +34,7 @@ class GHUIManagedPrefs {
   void mergeTavloPrefs();
 
   /// nullptr: no managed values.
-  std::atomic<std::shared_ptr<const Dictionary>> mManagedPreferences;
+  AtomicSharedPtr<const Dictionary> mManagedPreferences;
 };
 
 }  // namespace gatehall

@@ -83,7 +83,7 @@ std::shared_ptr<const LoginList> UserAccess::allowList() {
   PreferenceSource source{};
   const auto preference = USPrefs::allowedList(&source);
   auto list = expanded(preference, source);
-  mAllowList = list;
+  mAllowList.store(list);
   return list;
 }
 
@@ -92,7 +92,7 @@ std::shared_ptr<const LoginList> UserAccess::denyList() {
   PreferenceSource source{};
   const auto preference = USPrefs::deniedList(&source);
   auto list = expanded(preference, source);
-  mDenyList = list;
+  mDenyList.store(list);
   return list;
 }
 

@@ -50,7 +50,7 @@ void NetworkStatus::refreshIfNeeded() {
   const auto ahead = *last - platform().clock().now();
   if (ahead <= std::chrono::seconds(1)) return;
   networkStatusUpdate();
-  mLastUpdate = std::make_shared<const Date>(platform().clock().now());
+  mLastUpdate.store(std::make_shared<const Date>(platform().clock().now()));
 }
 
 void NetworkStatus::addTarget(std::shared_ptr<NetworkStatusTarget> target) {

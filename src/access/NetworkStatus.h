@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "access/NetworkStatusTarget.h"
+#include "platform/AtomicSharedPtr.h"
 #include "platform/Value.h"
 
 namespace gatehall {
@@ -58,7 +59,7 @@ class NetworkStatus : public std::enable_shared_from_this<NetworkStatus> {
   std::atomic<bool> mParentNetworkExists = false;
   std::atomic<bool> mHasParentNetwork = false;
   std::atomic<bool> mUpdateNetworkStatus = false;
-  std::atomic<std::shared_ptr<const Date>> mLastUpdate;
+  AtomicSharedPtr<const Date> mLastUpdate;
 };
 
 }  // namespace gatehall

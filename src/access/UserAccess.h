@@ -8,6 +8,7 @@
 #include "access/LoginList.h"
 #include "access/NetworkStatusTarget.h"
 #include "access/UserAccessTarget.h"
+#include "platform/AtomicSharedPtr.h"
 #include "platform/NotificationCenter.h"
 #include "users/CachedUserList.h"
 
@@ -107,11 +108,11 @@ class UserAccess : public NetworkStatusTarget, public std::enable_shared_from_th
   void rebuildLater();
   void dropLoginLists();
 
-  std::atomic<std::shared_ptr<CachedUserList>> mVisibleUsersList;
-  std::atomic<std::shared_ptr<const LoginList>> mAllowList;
-  std::atomic<std::shared_ptr<const LoginList>> mDenyList;
+  AtomicSharedPtr<CachedUserList> mVisibleUsersList;
+  AtomicSharedPtr<const LoginList> mAllowList;
+  AtomicSharedPtr<const LoginList> mDenyList;
   /// Replaced whole, because the build thread walks it while the main thread may change it.
-  std::atomic<std::shared_ptr<const Targets>> mTargets;
+  AtomicSharedPtr<const Targets> mTargets;
   std::shared_ptr<RunLoopSource> mRunloopSourceSession;
   std::atomic<bool> mBuildingVisibleUsersList = false;
 };

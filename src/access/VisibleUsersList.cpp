@@ -147,7 +147,7 @@ std::shared_ptr<CachedUserList> UserAccess::buildVisibleUsersListWithNetworkUser
 std::shared_ptr<CachedUserList> UserAccess::visibleUsersList() {
   if (auto list = mVisibleUsersList.load()) return list;
   auto list = buildVisibleUsersListWithNetworkUsers(false);
-  if (list) mVisibleUsersList = list;
+  if (list) mVisibleUsersList.store(list);
   if (NetworkStatus::sharedNetworkStatus()->parentNetworkExists() && USPrefs::showNetworkUsers()) {
     buildVisibleUsersList();
   }
@@ -168,7 +168,7 @@ void UserAccess::buildVisibleUsersListThreadController() {
   } catch (const PlatformException& failure) {
     platform().log().error(std::string("Unable to create user list: ") + failure.what());
   }
-  if (list) mVisibleUsersList = std::move(list);
+  if (list) mVisibleUsersList.store(std::move(list));
   notifyTargets();
   mBuildingVisibleUsersList = false;
 }

@@ -1,7 +1,9 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
+#include <utility>
+
+#include "platform/AtomicSharedPtr.h"
 
 namespace gatehall {
 
@@ -33,14 +35,13 @@ class ProcessWide final : public DroppedOnInstall {
 
   /// Stores the object unless there is one; answers the one that is stored then.
   std::shared_ptr<T> keep(std::shared_ptr<T> object) {
-    std::shared_ptr<T> present;
-    return mObject.compare_exchange_strong(present, object) ? object : present;
+    return mObject.storeIfEmpty(std::move(object));
   }
 
  private:
   void drop() override { clear(); }
 
-  std::atomic<std::shared_ptr<T>> mObject;
+  AtomicSharedPtr<T> mObject;
 };
 
 }  // namespace gatehall

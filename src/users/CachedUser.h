@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/AtomicSharedPtr.h"
 #include "platform/DirectoryService.h"
 #include "platform/Value.h"
 
@@ -215,7 +216,7 @@ class CachedUser {
   std::optional<Dictionary> mAttributes;
   std::atomic<std::uint32_t> mFlags = 0;
   std::atomic<std::int32_t> mKWResult = 0;
-  std::atomic<std::shared_ptr<const Date>> mKWDate;
+  AtomicSharedPtr<const Date> mKWDate;
   /// The encoded account picture; for hosts that fill it.
   std::shared_ptr<const Data> mPicture;
 };

@@ -12,7 +12,7 @@ void CachedUser::setKinwatchStatus(bool limit, std::int32_t result,
                                    std::optional<Date> nextCurfew) {
   setFlag(kKinwatchLimit, limit);
   mKWResult = result;
-  mKWDate = nextCurfew ? std::make_shared<const Date>(*nextCurfew) : nullptr;
+  mKWDate.store(nextCurfew ? std::make_shared<const Date>(*nextCurfew) : nullptr);
 }
 
 void CachedUser::kinwatchStatusUpdated() {

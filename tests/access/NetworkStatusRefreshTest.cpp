@@ -1,14 +1,14 @@
-#include <atomic>
 #include <chrono>
 #include <gtest/gtest.h>
 
 #include "access/NetworkStatus.h"
+#include "platform/AtomicSharedPtr.h"
 #include "tests/InstalledWorld.h"
 
 namespace gatehall {
 namespace {
 
-using Stamp = std::atomic<std::shared_ptr<const Date>>;
+using Stamp = AtomicSharedPtr<const Date>;
 
 /// Nothing stamps an instance but its own refresh, which only a stamped one makes; so the stamp is
 /// put there from outside. An explicit instantiation may name a private member.
@@ -27,7 +27,8 @@ class NetworkStatusRefresh : public InstalledWorld {
   }
 
   void stamp(NetworkStatus& status, double secondsFromNow) {
-    stampOf(status) = std::make_shared<const Date>(mWorld->clock().now() + seconds(secondsFromNow));
+    stampOf(status).store(
+        std::make_shared<const Date>(mWorld->clock().now() + seconds(secondsFromNow)));
   }
 
   static std::chrono::duration<double> seconds(double count) {
