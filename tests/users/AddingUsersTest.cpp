@@ -277,6 +277,22 @@ TEST_F(RemovingUsers, LetsAStaleAliasRefuseANetworkUserOfThatName) {
   EXPECT_THAT(list(), IsEmpty());
 }
 
+TEST_F(RemovingUsers, OfSeveralAtOnceIsThatOfEachInTurn) {
+  const auto first = local("first", {"G1", {"a", "alias"}, "1"});
+  const auto third = local("third", {"G3", {"c"}, "3"});
+  mList->addObject(first);
+  mList->addObject(local("second", {"G2", {"b"}, "2"}));
+  mList->addObject(third);
+  mList->addObject(CachedUser::cachedOtherUser("Jane"));
+  mList->removeObjects({third, nullptr, first, first, mList->lastObject()});
+  EXPECT_THAT(list(), ElementsAre("second", "Jane"));
+  EXPECT_EQ(byGUID("G3"), "nobody");
+  EXPECT_EQ(byShortName("a"), "nobody");
+  EXPECT_EQ(byShortName("alias"), "first");
+  mList->removeObjects({});
+  EXPECT_THAT(list(), ElementsAre("second", "Jane"));
+}
+
 TEST_F(RemovingUsers, IgnoresNobodyAndAStranger) {
   mList->addObject(local("L", {"G", {"name"}, "1"}));
   mList->removeObject(nullptr);
