@@ -1,4 +1,3 @@
-#include <cmath>
 #include <initializer_list>
 
 #include "directory/NodeConvenience.h"
@@ -26,7 +25,7 @@ bool isYes(const Dictionary& policy, std::string_view key) {
 std::uint64_t unsignedFromDouble(double number) {
   constexpr double half = 9223372036854775808.0;
   if (number >= half) {
-    const double rest = std::trunc(number - half);
+    const double rest = number - half;
     const auto low = rest < half ? static_cast<std::uint64_t>(rest) : 0;
     return low ^ (std::uint64_t{1} << 63U);
   }

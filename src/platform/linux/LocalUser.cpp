@@ -1,7 +1,6 @@
 #include "platform/linux/LocalUser.h"
 
 #include <array>
-#include <cmath>
 #include <unistd.h>
 #include <unordered_map>
 
@@ -204,7 +203,7 @@ bool LocalUser::isExpired(const std::optional<ShadowEntry>& shadow) const {
   const auto now = mHost->clock.now().time_since_epoch().count();
   constexpr double kSecondsOfDay = 86400;
   if (shadow && shadow->expiryDay &&
-      std::floor(now / kSecondsOfDay) >= static_cast<double>(*shadow->expiryDay)) {
+      now / kSecondsOfDay >= static_cast<double>(*shadow->expiryDay)) {
     return true;
   }
   if (!mUserRecord) return false;
