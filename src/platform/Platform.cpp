@@ -9,9 +9,14 @@ namespace gatehall {
 
 namespace {
 
-// Both are constant-initialised, so that registrations during static initialisation find them.
+// Constant-initialised, so that registrations during static initialisation find it.
 constinit DroppedOnInstall* firstDropped = nullptr;
-constinit std::shared_ptr<Platform> installed;
+
+/// Not destroyed when the process exits: others' static objects may still ask for it then.
+std::shared_ptr<Platform>& installed() {
+  static auto& platform = *new std::shared_ptr<Platform>;
+  return platform;
+}
 
 }  // namespace
 
@@ -37,14 +42,15 @@ Markup& Platform::markup() { throw PlatformException("This host has no markup re
 
 void Platform::install(std::shared_ptr<Platform> platform) {
   DroppedOnInstall::dropAll();
-  installed = std::move(platform);
+  installed() = std::move(platform);
 }
 
-bool Platform::isInstalled() { return installed != nullptr; }
+bool Platform::isInstalled() { return installed() != nullptr; }
 
 Platform& platform() {
-  if (!installed) std::abort();
-  return *installed;
+  const auto& host = installed();
+  if (!host) std::abort();
+  return *host;
 }
 
 }  // namespace gatehall

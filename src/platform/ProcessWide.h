@@ -30,18 +30,20 @@ class DroppedOnInstall {
 template <class T>
 class ProcessWide final : public DroppedOnInstall {
  public:
-  std::shared_ptr<T> get() const { return mObject.load(); }
-  void clear() { mObject.store(nullptr); }
+  std::shared_ptr<T> get() const { return mObject->load(); }
+  void clear() { mObject->store(nullptr); }
 
   /// Stores the object unless there is one; answers the one that is stored then.
   std::shared_ptr<T> keep(std::shared_ptr<T> object) {
-    return mObject.storeIfEmpty(std::move(object));
+    return mObject->storeIfEmpty(std::move(object));
   }
 
  private:
   void drop() override { clear(); }
 
-  AtomicSharedPtr<T> mObject;
+  /// Not destroyed when the process exits, in whatever order static objects are: what an object
+  /// undoes at its end it undoes at its host, and other threads may still run.
+  AtomicSharedPtr<T>* mObject = new AtomicSharedPtr<T>;
 };
 
 }  // namespace gatehall

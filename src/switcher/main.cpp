@@ -6,6 +6,7 @@
 #include "platform/Platform.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/ProcessStart.h"
+#include "platform/linux/ResourceLimits.h"
 #include "switcher/SwitchFlow.h"
 
 /// An exception that nobody catches ends the process without a word on standard error.
@@ -16,6 +17,12 @@ int main(int argc, char** argv) {
   const std::vector<std::string_view> words(argv + (argc > 0 ? 1 : 0), argv + argc);
   gatehall::Platform::install(
       std::make_shared<gatehall::LinuxPlatform>(gatehall::HostOptions(), "gatehall-switch"));
+  if (!gatehall::raiseResourceLimits()) {
+    gatehall::platform().log().error(
+        "Unable to Fast User Switch: The caller's limits on memory or open files are too low.");
+    return 0;
+  }
   gatehall::runSwitch(words);
+  gatehall::Platform::install(nullptr);
   return 0;
 }

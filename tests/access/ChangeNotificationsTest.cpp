@@ -1,3 +1,4 @@
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include "tests/access/VisibleListWorld.h"
@@ -309,6 +310,15 @@ TEST_F(ChangeNotifications, ANameThatCanNotBeRegisteredLeavesTheOthersObserved) 
   postSystem(kGroups);
   advance(1.0);
   EXPECT_EQ(mTarget->told, 1);
+}
+
+TEST_F(ChangeNotifications, LetTheProcessEndWhileTheHostIsInstalled) {
+  EXPECT_EXIT(
+      {
+        UserAccess::sharedUserAccess();
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <sched.h>
 #include <stdexcept>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -70,6 +71,7 @@ Machine::Machine() {
   mFolder = name.data();
   require(chmod(mFolder.c_str(), 0755) == 0, "chmod");
   std::filesystem::create_directories(mFolder / "etc");
+  std::filesystem::create_directories(mFolder / "host");
 
   write("passwd",
         "root:x:0:0:root:/root:/bin/sh\n"
@@ -111,13 +113,17 @@ void Machine::write(const std::string& name, const std::string& content) const {
 void Machine::enter() const {
   must(unshare(CLONE_NEWNS) == 0);
   must(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0);
-  for (const auto& file : std::filesystem::directory_iterator(mFolder / "etc")) {
-    const auto target = "/etc" / file.path().filename();
-    if (!std::filesystem::exists(target)) continue;
-    must(mount(file.path().c_str(), target.c_str(), nullptr, MS_BIND, nullptr) == 0);
+  umask(0);
+  const auto host = mFolder / "host";
+  must(mount("/etc", host.c_str(), nullptr, MS_BIND, nullptr) == 0);
+  must(mount("tmpfs", "/etc", "tmpfs", 0, "mode=0755") == 0);
+  for (const auto& folder : {mFolder / "etc", host}) {
+    for (const auto& file : std::filesystem::directory_iterator(folder)) {
+      const auto target = "/etc" / file.path().filename();
+      must(symlink(file.path().c_str(), target.c_str()) == 0 || errno == EEXIST);
+    }
   }
 
-  umask(0);
   must(mount("tmpfs", "/dev", "tmpfs", 0, "mode=0755") == 0);
   must(mknod("/dev/null", S_IFCHR | 0666, makedev(1, 3)) == 0);
   must(mknod("/dev/full", S_IFCHR | 0666, makedev(1, 7)) == 0);
@@ -166,6 +172,10 @@ ToolRun Machine::run(const std::vector<std::string>& words, const Caller& caller
     must(dup2(output[1], STDOUT_FILENO) >= 0 && dup2(output[1], STDERR_FILENO) >= 0);
     if (caller.closesStandardDescriptors) {
       for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) close(descriptor);
+    }
+    for (const auto& [resource, limit] : caller.limits) {
+      const rlimit both{limit, limit};
+      must(setrlimit(static_cast<__rlimit_resource>(resource), &both) == 0);
     }
     must(setgroups(0, nullptr) == 0);
     must(setresgid(caller.userID, caller.userID, caller.userID) == 0);

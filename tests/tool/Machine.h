@@ -1,10 +1,12 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <sys/types.h>
+#include <utility>
 #include <vector>
 
 #include "tests/platform/bus/fixture/PrivateBus.h"
@@ -26,6 +28,8 @@ struct Caller {
   std::vector<std::string> name{"gatehall-switch"};
   std::vector<std::string> environment{};
   bool closesStandardDescriptors = false;
+  /// Soft and hard limit each, by resource (getrlimit(2)).
+  std::vector<std::pair<int, std::uint64_t>> limits{};
 };
 
 /// A machine for the real gatehall-switch, made of a mount namespace of its own: accounts ann

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "tests/tool/Machine.h"
@@ -27,6 +28,10 @@ constexpr const char* kCarolRunning = "session=4,1002,carol,seat0,x11,user,onlin
 constexpr const char* kRoot = "User is root user.";
 constexpr const char* kNotTheOwner =
     "Unable to Fast User Switch: User must be the current console user or root.";
+
+constexpr const char* kDenyEverybody =
+    "<plist "
+    "version=\"1.0\"><dict><key>DenyList</key><array><string>*</string></array></dict></plist>";
 
 const std::string kSeat = "/org/freedesktop/DisplayManager/Seat0 ";
 const std::string kLogin1 = "/org/freedesktop/login1 ";
@@ -174,6 +179,44 @@ TEST_F(SwitchTool, WorksWithClosedStandardDescriptors) {
   }
   EXPECT_EQ(machine->bus.calls(),
             kSeat + "SwitchToUser 'bob' ''\n" + kSeat + "SwitchToUser 'bob' ''\n");
+}
+
+/// An administrator's list must not go away because a caller leaves the tool too little to read it.
+TEST_F(SwitchTool, NeverSwitchesAgainstTheDenyListHoweverLittleItsCallerLeavesIt) {
+  machine->write("gatehall/com.orvane.gatehall.plist", kDenyEverybody);
+  start({"lightdm", "logind"});
+  const auto sweep = [&](int resource, const std::vector<std::uint64_t>& limits) {
+    for (const auto limit : limits) {
+      machine->run({"-switchToUserID", "1001"}, {.userID = kAnn, .limits = {{resource, limit}}});
+      ASSERT_EQ(machine->bus.calls(), "") << resource << ' ' << limit;
+    }
+  };
+  std::vector<std::uint64_t> sizes;
+  for (std::uint64_t size = 1U << 20U; size < 512U << 20U; size += size / 4) sizes.push_back(size);
+  sweep(RLIMIT_AS, sizes);
+  sweep(RLIMIT_DATA, sizes);
+  std::vector<std::uint64_t> counts;
+  for (std::uint64_t count = 0; count < 24; ++count) counts.push_back(count);
+  sweep(RLIMIT_NOFILE, counts);
+}
+
+TEST_F(SwitchTool, SaysThatItsCallersLimitsAreTooLow) {
+  start({"lightdm", "logind"});
+  const auto* tooLow =
+      "Unable to Fast User Switch: The caller's limits on memory or open files are too low.";
+  for (const auto& limit : std::vector<std::pair<int, std::uint64_t>>{
+           {RLIMIT_AS, 200U << 20U}, {RLIMIT_DATA, 200U << 20U}, {RLIMIT_NOFILE, 8}}) {
+    EXPECT_THAT(run({"-switchToUserID", "1001"}, {.userID = kAnn, .limits = {limit}}).log,
+                ElementsAre(tooLow));
+  }
+  EXPECT_EQ(machine->bus.calls(), "");
+}
+
+TEST_F(SwitchTool, RefusesWhenTheAccessGroupCanNotBeRead) {
+  machine->write("group", "root:x:0:\nshadow:x:42:\ngatehall-access:x:many:carol\n");
+  start({"lightdm", "logind"});
+  run({"-switchToUserID", "1001"}, {.userID = kAnn});
+  EXPECT_EQ(machine->bus.calls(), "");
 }
 
 TEST_F(SwitchTool, IgnoresWhatItIsCalledAndAnEmptyArgumentVector) {

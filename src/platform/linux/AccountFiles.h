@@ -26,7 +26,8 @@ inline constexpr std::size_t kLongestGroupLine = std::size_t{16} << 20U;
 
 /// Calls visit(line, lineNumber) with each line that stands for an account, until it answers false.
 /// Answers 0, or the errno(3) for which the file can't be opened. Raises PlatformException when it
-/// can't be read to its end.
+/// can't be read to its end, and for a group's line beyond the limit: which group that is, and so
+/// whether a list that admits or refuses users is missing, can't be told.
 template <class Visit>
 int scan(const HostOptions& options, FaultLog& faults, std::string_view path, Visit visit) {
   // What a set-group-id program has its group for: to open this one file.
@@ -39,6 +40,7 @@ int scan(const HostOptions& options, FaultLog& faults, std::string_view path, Vi
   while (file.next(line)) {
     if (file.isOverlong()) {
       faults.report(path, file.lineNumber(), "the line is too long");
+      if (path == kGroup) throw PlatformException(std::string(path) + ": a line is too long");
     } else if (!accountLine::isNoAccount(line) && !visit(line, file.lineNumber())) {
       break;
     }

@@ -20,24 +20,42 @@ using switchDecision::Target;
 
 constexpr std::chrono::seconds kLongestOperation{5};
 
-/// The user's running session; also absent when logind can't tell, which the log then says: a
-/// display manager has its own way.
-std::optional<std::string> runningSession(SystemBus& bus, Log& log, const Target& target) {
-  if (!target.userID) return std::nullopt;
+/// Answers what the operation does, or the alternative when a service refuses, which the log then
+/// says: there is another way.
+template <class Operation, class Alternative>
+Alternative orElse(Log& log, Alternative alternative, Operation operation) {
   try {
-    return Login1(bus).runningSession(*target.userID);
+    return operation();
   } catch (const BusError& error) {
     log.error(error.what());
-    return std::nullopt;
+    return alternative;
   }
 }
 
-/// Brings the session to the front, which asks nobody for a password.
-void activate(SystemBus& bus, const std::string& session) {
+bool isLightDM(SystemBus& bus) {
+  return displayManagerCalls::find(bus) == switchDecision::DisplayManager::LightDM;
+}
+
+/// Brings a running session of the user to the front, which asks nobody for a password. False when
+/// there is none, or that is better left to the display manager.
+bool activateRunningSession(SystemBus& bus, Log& log, std::uint32_t userID) {
   Login1 login1(bus);
-  if (login1.activeSession() == session) return;
-  login1.lockActiveSession();
-  login1.activate(session);
+  const auto running = orElse(log, std::optional<Login1::RunningSession>(),
+                              [&] { return login1.runningSession(userID); });
+  if (!running) return false;
+  // A session that its user left by a switch is locked. LightDM may unlock it, others than root
+  // can't.
+  if (running->isLocked && orElse(log, false, [&] { return isLightDM(bus); })) return false;
+  const bool isInFront = orElse(log, false, [&] {
+    if (login1.activeSession() == running->name) return true;
+    login1.lockActiveSession();
+    login1.activate(running->name);
+    return true;
+  });
+  if (isInFront && running->isLocked) {
+    orElse(log, false, [&] { return login1.unlock(running->name), true; });
+  }
+  return isInFront;
 }
 
 /// LightDM locks the session that it leaves behind when it switches to a user; what only brings up
@@ -50,11 +68,7 @@ void performStep(SystemBus& bus, Log& log, Step step, const Target& target) {
   }
   if (!locksByItself(step)) {
     // A session that can't be locked is better left behind a login screen than in front.
-    try {
-      Login1(bus).lockActiveSession();
-    } catch (const BusError& error) {
-      log.error(error.what());
-    }
+    orElse(log, false, [&] { return Login1(bus).lockActiveSession(), true; });
   }
   displayManagerCalls::perform(bus, step, target);
 }
@@ -74,8 +88,9 @@ std::int32_t LinuxLoginService::switchToUser(const Dictionary& attributes) {
   const auto target = switchDecision::target(attributes);
   return perform([this, &target](SystemBus& bus) {
     if (target.name.empty()) throw PlatformException("Unable to switch to a user without a name.");
-    if (switchDecision::mayActivate(target)) {
-      if (const auto session = runningSession(bus, mLog, target)) return activate(bus, *session);
+    if (switchDecision::mayActivate(target) && target.userID &&
+        activateRunningSession(bus, mLog, *target.userID)) {
+      return;
     }
     const auto step = switchDecision::userSwitch(displayManagerCalls::find(bus), target);
     performStep(bus, mLog, step, target);

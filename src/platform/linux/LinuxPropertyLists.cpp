@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "platform/PlatformException.h"
 #include "platform/linux/OwnedFile.h"
 #include "platform/portable/PropertyList.h"
 
@@ -19,7 +18,7 @@ std::optional<Value> readOwnedPropertyList(const std::string& path,
   if (!bytes) return fault.empty() ? std::nullopt : ignore(fault);
   try {
     return parsePropertyList(*bytes);
-  } catch (const PlatformException& error) {
+  } catch (const MalformedPropertyList& error) {
     return ignore(error.what());
   }
 }

@@ -1,6 +1,7 @@
 #include "platform/linux/LocalGroups.h"
 
 #include <algorithm>
+#include <map>
 #include <unordered_set>
 
 #include "platform/AttributeKinds.h"
@@ -112,6 +113,7 @@ std::vector<std::shared_ptr<LocalGroup>> findLocalGroups(
   LocalGroup::Identity admin{std::string(kAdminGroupName), std::nullopt};
   std::vector<std::string> adminLines;
   std::unordered_set<std::string> namesFound;
+  std::map<std::string, std::string, std::less<>> unreadable;
   accountFiles::scanRequired(
       host.options, host.faults, accountFiles::kGroup,
       [&](std::string_view line, std::uint64_t number) {
@@ -125,6 +127,7 @@ std::vector<std::shared_ptr<LocalGroup>> findLocalGroups(
         const auto entry = parseGroupLine(line, fault);
         if (!entry) {
           host.faults.report(accountFiles::kGroup, number, fault);
+          if (isWanted && selection.isByExactName()) unreadable.emplace(name, fault);
           return true;
         }
         if (isOfAdmin) adminLines.emplace_back(line);
@@ -142,6 +145,14 @@ std::vector<std::shared_ptr<LocalGroup>> findLocalGroups(
   if (mayWantAdmin && !isFull()) {
     auto group = std::make_shared<LocalGroup>(context, std::move(admin), std::move(adminLines));
     if (selection.isByValue() || selection.takes(*group)) found.push_back(std::move(group));
+  }
+  for (const auto& [name, fault] : unreadable) {
+    // Who is asked whether a group exists must not hear that it doesn't: an access list that can't
+    // be read would let everybody in.
+    if (!namesFound.contains(name) && name != kAdminGroupName) {
+      throw PlatformException(std::string(accountFiles::kGroup) + ": group " +
+                              accountLine::printable(name) + ": " + fault);
+    }
   }
   if (needsMembers(description)) LocalGroup::fetchMembers(*context, found);
   if (selection.isByValue()) {

@@ -13,7 +13,8 @@ namespace gatehall {
 /// The groups that the query asks for: those of /etc/group in the file's order, then "admin". A
 /// group of that name in the file lends it its group id. Each account file is read at most once,
 /// and /etc/passwd only where members are asked for. Two lines of one name are one group to a
-/// query by name, the first as for getgrnam(3). May raise PlatformException.
+/// query by name, the first as for getgrnam(3). Raises PlatformException when a file can't be read,
+/// and when all that stands under a name that was asked for can't be.
 std::vector<std::shared_ptr<LocalGroup>> findLocalGroups(
     const std::shared_ptr<LocalContext>& context, const QueryDescription& description);
 

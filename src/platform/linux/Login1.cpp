@@ -1,6 +1,7 @@
 #include "platform/linux/Login1.h"
 
 #include <string_view>
+#include <utility>
 
 #include "platform/linux/GraphicalSession.h"
 
@@ -23,6 +24,11 @@ std::string_view textOf(const Dictionary& properties, std::string_view name) {
   const auto found = properties.find(name);
   const auto* text = found == properties.end() ? nullptr : found->second.string();
   return text == nullptr ? std::string_view() : std::string_view(*text);
+}
+
+bool isSet(const Dictionary& properties, std::string_view name) {
+  const auto found = properties.find(name);
+  return found != properties.end() && found->second == Value(true);
 }
 
 /// One of ListSessions' entries: name, user id, user name, seat, object.
@@ -60,10 +66,10 @@ std::optional<Dictionary> Login1::properties(const std::string& path) {
   }
 }
 
-std::optional<std::string> Login1::runningSession(std::uint32_t userID) {
+std::optional<Login1::RunningSession> Login1::runningSession(std::uint32_t userID) {
   const auto values = mBus.call({kService, kPath, kManager, "ListSessions"});
   const auto* list = values.size() == 1 ? values.front().array() : nullptr;
-  std::optional<std::string> running;
+  std::optional<RunningSession> running;
   for (const auto& each : list == nullptr ? Array() : *list) {
     const auto* entry = each.array();
     if (entry == nullptr || !isOnSeat(*entry, userID)) continue;
@@ -73,8 +79,9 @@ std::optional<std::string> Login1::runningSession(std::uint32_t userID) {
       continue;
     }
     const auto state = textOf(*session, "State");
-    if (state == "active") return std::string(textAt(*entry, 0));
-    if (!running && graphicalSession::isLoggedIn(state)) running = textAt(*entry, 0);
+    RunningSession found{std::string(textAt(*entry, 0)), isSet(*session, "LockedHint")};
+    if (state == "active") return found;
+    if (!running && graphicalSession::isLoggedIn(state)) running = std::move(found);
   }
   return running;
 }
@@ -90,6 +97,10 @@ void Login1::lockActiveSession() {
 void Login1::activate(const std::string& session) {
   mBus.call({kService, kPath, kManager, "ActivateSessionOnSeat"},
             {session, graphicalSession::kSeat});
+}
+
+void Login1::unlock(const std::string& session) {
+  mBus.call({kService, kPath, kManager, "UnlockSession"}, {session});
 }
 
 }  // namespace gatehall

@@ -17,14 +17,22 @@ class Login1 {
   /// The name of the seat's active session; absent when there is none.
   std::optional<std::string> activeSession();
 
-  /// The name of a session on the seat, graphical and logged in, that belongs to the user: the
-  /// active one before others. Absent when there is none.
-  std::optional<std::string> runningSession(std::uint32_t userID);
+  struct RunningSession {
+    std::string name;
+    bool isLocked = false;
+  };
+
+  /// A session on the seat, graphical and logged in, that belongs to the user: the active one
+  /// before others. Absent when there is none.
+  std::optional<RunningSession> runningSession(std::uint32_t userID);
 
   /// Locks the seat's active session if it is a user's (a login screen can't be locked).
   void lockActiveSession();
 
   void activate(const std::string& session);
+
+  /// Takes a session's lock away.
+  void unlock(const std::string& session);
 
  private:
   struct Reference {

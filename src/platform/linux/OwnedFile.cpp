@@ -5,13 +5,17 @@
 #include <sys/stat.h>
 #include <system_error>
 
+#include "platform/PlatformException.h"
 #include "platform/linux/FileDescriptor.h"
 
 namespace gatehall {
 
 namespace {
 
-std::string reason(int error) {
+/// What the error says about the file. One that speaks of the host instead (too many open files, no
+/// memory, a broken disk) is raised: a caller who brings it about must not make a file go away.
+std::string reason(const std::string& path, int error) {
+  const auto text = std::generic_category().message(error);
   switch (error) {
     case EINVAL:
       return "it is no regular file";
@@ -19,8 +23,12 @@ std::string reason(int error) {
       return "it is a symbolic link";
     case EFBIG:
       return "it is too long";
+    case EACCES:
+    case ENAMETOOLONG:
+    case ENXIO:
+      return text;
     default:
-      return std::generic_category().message(error);
+      throw PlatformException(path + ": " + text);
   }
 }
 
@@ -54,7 +62,7 @@ std::optional<std::string> readOwnedFile(const std::string& path,
     if (!fault.empty()) return std::nullopt;
     if (auto content = readWhole(file, limit, error)) return content;
   }
-  fault = reason(error);
+  fault = reason(path, error);
   return std::nullopt;
 }
 

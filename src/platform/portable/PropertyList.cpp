@@ -8,7 +8,6 @@
 #include <plist/plist.h>
 #include <string>
 
-#include "platform/PlatformException.h"
 #include "platform/portable/LazyLibrary.h"
 #include "platform/portable/PropertyListLimits.h"
 #include "platform/portable/Utf8.h"
@@ -56,7 +55,7 @@ const PlistLibrary& libplist() {
 }
 
 std::string text(std::string_view bytes) {
-  if (!isUtf8(bytes)) throw PlatformException("text that is not UTF-8");
+  if (!isUtf8(bytes)) throw MalformedPropertyList("text that is not UTF-8");
   return std::string(bytes);
 }
 
@@ -76,7 +75,7 @@ BinaryNumber binaryNumber(plist_t node) {
   const auto at = kBinaryPropertyListMagic.size();
   const auto length = bytes.size() > at ? std::size_t{1} << (bytes[at] & 0xF) : 0;
   if (length == 0 || bytes.size() < at + 1 + length) {
-    throw PlatformException("a number that can't be read");
+    throw MalformedPropertyList("a number that can't be read");
   }
   std::uint64_t bits = 0;
   for (const char byte : bytes.substr(at + 1, length)) {
@@ -169,14 +168,14 @@ Value value(plist_t node) {
     case PLIST_DICT:
       return dictionary(node);
     default:
-      throw PlatformException("a value of a kind that property lists don't have");
+      throw MalformedPropertyList("a value of a kind that property lists don't have");
   }
 }
 
 }  // namespace
 
 Value parsePropertyList(std::string_view bytes) {
-  if (bytes.size() > kLargestPropertyList) throw PlatformException("more than 8 MiB");
+  if (bytes.size() > kLargestPropertyList) throw MalformedPropertyList("more than 8 MiB");
   checkPropertyListLimits(bytes);
 
   const auto& plist = libplist();
@@ -186,7 +185,7 @@ Value parsePropertyList(std::string_view bytes) {
                                                static_cast<std::uint32_t>(bytes.size()), &raw);
   const std::unique_ptr<void, decltype(plist.free)> node(raw, plist.free);
   if (node == nullptr) {
-    throw PlatformException(isBinary ? "no binary property list" : "no XML property list");
+    throw MalformedPropertyList(isBinary ? "no binary property list" : "no XML property list");
   }
   return value(node.get());
 }

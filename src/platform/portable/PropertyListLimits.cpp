@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/PlatformException.h"
+#include "platform/portable/PropertyList.h"
 
 namespace gatehall {
 
@@ -16,8 +16,8 @@ constexpr std::uint64_t kLargestUnfolded = std::uint64_t{64} << 20U;
 constexpr std::uint64_t kValueCost = 64;
 
 [[noreturn]] void tooDeep(const std::string& where) {
-  throw PlatformException(where + "more than " + std::to_string(kDeepest) +
-                          " collections within one another");
+  throw MalformedPropertyList(where + "more than " + std::to_string(kDeepest) +
+                              " collections within one another");
 }
 
 /// Goes from tag to tag.
@@ -51,7 +51,7 @@ class XMLNesting {
 
   void moveTo(std::size_t found, std::size_t length, std::string_view missing) {
     if (found == std::string_view::npos) {
-      throw PlatformException(line() + "no " + std::string(missing) + " up to the end");
+      throw MalformedPropertyList(line() + "no " + std::string(missing) + " up to the end");
     }
     mAt = found + length;
   }
@@ -118,7 +118,7 @@ class BinaryNesting {
 
  private:
   [[noreturn]] static void damaged(std::uint64_t at) {
-    throw PlatformException("byte " + std::to_string(at) + ": no binary property list");
+    throw MalformedPropertyList("byte " + std::to_string(at) + ": no binary property list");
   }
 
   std::uint64_t number(std::uint64_t at, std::uint64_t size) const {
@@ -171,7 +171,7 @@ class BinaryNesting {
 
   void spend(std::uint64_t cost) {
     mUnfolded += cost;
-    if (mUnfolded > kLargestUnfolded) throw PlatformException("more than 64 MiB when unfolded");
+    if (mUnfolded > kLargestUnfolded) throw MalformedPropertyList("more than 64 MiB when unfolded");
   }
 
   std::string_view mBytes;

@@ -5,7 +5,7 @@
 namespace gatehall {
 
 /// Reads a property list as far as its nesting and its size once unfolded, before a library that
-/// recurses into it and copies shared parts does. Raises PlatformException when it nests deeper
+/// recurses into it and copies shared parts does. Raises MalformedPropertyList when it nests deeper
 /// than 100 collections, when a binary list contains itself or unfolds beyond 64 MiB, and when it
 /// is too damaged to tell.
 void checkPropertyListLimits(std::string_view bytes);

@@ -34,6 +34,11 @@ constexpr const char* kAnnActive = "session=2,1000,ann,seat0,x11,user,active";
 constexpr const char* kBobRunning = "session=c3,1001,bob,seat0,wayland,user,online";
 
 constexpr const char* kLockAnn = "/org/freedesktop/login1 LockSession '2'\n";
+constexpr const char* kBobLocked = "session=c3,1001,bob,seat0,wayland,user,online,locked";
+constexpr const char* kActivateBob = "/org/freedesktop/login1 ActivateSessionOnSeat 'c3' 'seat0'\n";
+constexpr const char* kUnlockBob = "/org/freedesktop/login1 UnlockSession 'c3'\n";
+constexpr const char* kSwitchToBob =
+    "/org/freedesktop/DisplayManager/Seat0 SwitchToUser 'bob' ''\n";
 constexpr const char* kGreeter = "/org/freedesktop/DisplayManager/Seat0 SwitchToGreeter\n";
 constexpr const char* kTransient =
     "/org/gnome/DisplayManager/LocalDisplayFactory CreateTransientDisplay\n";
@@ -226,12 +231,46 @@ TEST_F(LinuxLoginServiceTest, SaysWhatADisplayManagerRefusedAndWhy) {
                                       "SwitchToUser: Not?today"));
 }
 
-TEST_F(LinuxLoginServiceTest, ActivatesNothingWhenItCanNotLock) {
-  start({"lightdm", "logind=refusing", kBobRunning});
-  EXPECT_EQ(service().switchToUser(bob), 1);
+TEST_F(LinuxLoginServiceTest, LeavesItToLightDMWhenItCanNotLock) {
+  start({"lightdm", "logind=LockSession", kBobRunning});
+  EXPECT_EQ(service().switchToUser(bob), 0);
   EXPECT_THAT(log.errors,
               ElementsAre("Unable to ask org.freedesktop.login1 for LockSession: Not?today"));
-  EXPECT_EQ(bus.calls(), kLockAnn);
+  EXPECT_EQ(bus.calls(), std::string(kLockAnn) + kSwitchToBob);
+}
+
+TEST_F(LinuxLoginServiceTest, LeavesItToTheDisplayManagerWhenItMayNotActivate) {
+  const std::string refused =
+      "Unable to ask org.freedesktop.login1 for ActivateSessionOnSeat: Not?today";
+  start({"lightdm", "logind=ActivateSessionOnSeat", kBobRunning});
+  EXPECT_EQ(service().switchToUser(bob), 0);
+  EXPECT_EQ(bus.calls(), std::string(kLockAnn) + kActivateBob + kSwitchToBob);
+  start({"sddm", "logind=ActivateSessionOnSeat", kBobRunning});
+  EXPECT_EQ(service().switchToUser(bob), 0);
+  EXPECT_EQ(bus.calls(), std::string(kLockAnn) + kActivateBob + kLockAnn + kGreeter);
+  EXPECT_THAT(log.errors, ElementsAre(refused, refused));
+}
+
+TEST_F(LinuxLoginServiceTest, LeavesALockedSessionToLightDMWhichUnlocksIt) {
+  start({"lightdm", "logind", kBobLocked});
+  EXPECT_EQ(service().switchToUser(bob), 0);
+  EXPECT_EQ(callsWithoutTrouble(), kSwitchToBob);
+}
+
+TEST_F(LinuxLoginServiceTest, UnlocksALockedSessionThatItActivates) {
+  for (const auto* displayManager : {"sddm", "gdm"}) {
+    start({displayManager, "logind", kBobLocked});
+    EXPECT_EQ(service().switchToUser(bob), 0);
+    EXPECT_EQ(callsWithoutTrouble(), std::string(kLockAnn) + kActivateBob + kUnlockBob);
+  }
+}
+
+TEST_F(LinuxLoginServiceTest, HasSwitchedEvenWhenItMayNotUnlock) {
+  start({"sddm", "logind=UnlockSession", kBobLocked});
+  EXPECT_EQ(service().switchToUser(bob), 0);
+  EXPECT_EQ(bus.calls(), std::string(kLockAnn) + kActivateBob + kUnlockBob);
+  EXPECT_THAT(log.errors,
+              ElementsAre("Unable to ask org.freedesktop.login1 for UnlockSession: Not?today"));
 }
 
 TEST_F(LinuxLoginServiceTest, ShowsTheLoginScreenEvenWhenItCanNotLock) {

@@ -172,6 +172,27 @@ TEST_F(LocalGroups, AreReadAgainWhenSynchronized) {
   EXPECT_TRUE(machine.group("admin")->synchronize());
 }
 
+TEST_F(LocalGroups, AreNotDeniedToExistWhenTheirLineCanNotBeRead) {
+  const auto named = [&](const std::string& name) {
+    return machine.names("Groups", "RecordName", MatchType::EqualTo, {name});
+  };
+  machine.write("/etc/group",
+                "torn:x:900\nfine:x:901:ann\nhuge:x:4294967295:ann\n"
+                "twice:x:one:\ntwice:x:902:\nadmin:x:no:\n");
+  EXPECT_THROW(named("torn"), PlatformException);
+  EXPECT_THROW(named("huge"), PlatformException);
+  EXPECT_THAT(named("fine"), ElementsAre("fine"));
+  EXPECT_THAT(named("twice"), ElementsAre("twice")) << "as for getgrnam(3)";
+  EXPECT_THAT(named("admin"), ElementsAre("admin"));
+  EXPECT_THAT(named("none"), IsEmpty());
+}
+
+TEST_F(LocalGroups, AreAFailureWhenALineIsTooLongToTellWhichGroupItIs) {
+  machine.write("/etc/group", "first:x:1:\nlong:x:2:" + std::string(17U << 20U, 'a') + "\n");
+  EXPECT_THROW(machine.names("Groups", "RecordName", MatchType::EqualTo, {"long"}),
+               PlatformException);
+}
+
 TEST_F(LocalGroups, AreFoundTogetherWithUsersAfterThem) {
   Strings guids = values(machine.group("empty"), "GUID");
   guids.push_back(values(machine.user("bob"), "GUID").front());

@@ -3,11 +3,12 @@
 //   seat-stand-in ADDRESS WORD...
 //
 // Words: lightdm, sddm, gdm, logind, each of them plain or with how it behaves
-// (lightdm=refusing: the calls that change something are answered with an error; =nonsense: every
-// call is answered with a number; =silent: none is answered);
+// (lightdm=refusing: the calls that change something are answered with an error; =MEMBER: those of
+// this method are; =nonsense: every call is answered with a number; =silent: none is answered);
 // seat=PATH, a seat of the display manager in place of .../Seat0;
-// session=NAME,UID,USER,SEAT,TYPE,CLASS,STATE and gone=NAME,UID,USER,SEAT (listed, but gone when
-// asked about), in logind's list; active=NAME, the seat's active session.
+// session=NAME,UID,USER,SEAT,TYPE,CLASS,STATE, a locked one with ",locked" behind it, and
+// gone=NAME,UID,USER,SEAT (listed, but gone when asked about), in logind's list; active=NAME, the
+// seat's active session.
 //
 // Prints "ready" once it is on the bus, then every call that would change something, as
 // "OBJECT-PATH MEMBER ARGUMENT...", until its standard input ends.
@@ -38,6 +39,7 @@ struct Session {
   std::string type;
   std::string kind;
   std::string state;
+  bool isLocked = false;
   bool isGone = false;
 
   std::string path() const { return "/org/freedesktop/login1/session/_" + name; }
@@ -122,9 +124,9 @@ int sessionProperties(const Host& host, sd_bus_message* message) {
   for (const auto& session : host.sessions) {
     if (session.path() != path || session.isGone) continue;
     return sd_bus_reply_method_return(
-        message, "a{sv}", 5, "Name", "s", session.user.c_str(), "Type", "s", session.type.c_str(),
+        message, "a{sv}", 6, "Name", "s", session.user.c_str(), "Type", "s", session.type.c_str(),
         "Class", "s", session.kind.c_str(), "State", "s", session.state.c_str(), "User", "(uo)",
-        session.userID, "/org/freedesktop/login1/user");
+        session.userID, "/org/freedesktop/login1/user", "LockedHint", "b", session.isLocked);
   }
   return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_UNKNOWN_OBJECT, "No such session");
 }
@@ -155,7 +157,7 @@ int onMessage(sd_bus_message* message, void* data, sd_bus_error* /*error*/) {
   if (behaviour == "nonsense") return sd_bus_reply_method_return(message, "u", 7U) < 0 ? -1 : 1;
   if (answerQuestion(host, message) > 0) return 1;
   record(message);
-  if (behaviour == "refusing") {
+  if (behaviour == "refusing" || behaviour == sd_bus_message_get_member(message)) {
     require(sd_bus_reply_method_errorf(message, SD_BUS_ERROR_ACCESS_DENIED, "Not\ntoday"), "error");
   } else if (service->first == "org.gnome.DisplayManager") {
     require(sd_bus_reply_method_return(message, "o", "/org/gnome/DisplayManager/Displays/1"),
@@ -170,7 +172,7 @@ std::vector<std::string> fields(const std::string& text) {
   std::vector<std::string> found;
   std::istringstream stream(text);
   for (std::string field; std::getline(stream, field, ',');) found.push_back(field);
-  found.resize(7);
+  found.resize(8);
   return found;
 }
 
@@ -179,7 +181,8 @@ Session readSession(const std::string& text, bool isGone) {
   return {part[0], static_cast<std::uint32_t>(std::stoul(part[1])),
           part[2], part[3],
           part[4], part[5],
-          part[6], isGone};
+          part[6], part[7] == "locked",
+          isGone};
 }
 
 void readWord(Host& host, const std::string& word) {
