@@ -4,24 +4,12 @@
 #include <utility>
 
 #include "access/UserAccess.h"
+#include "platform/NotificationNames.h"
 #include "platform/Platform.h"
 
 namespace gatehall {
 
 namespace {
-
-constexpr std::string_view kRefreshUserList = "com.orvane.gatehall.refreshuserlist";
-constexpr std::string_view kUserWasRemoved = "com.orvane.UserWasRemovedNotification";
-constexpr std::string_view kUserWasAdded = "com.orvane.UserWasAddedNotification";
-constexpr std::string_view kFullUserNameDidChange = "com.orvane.FullUserNameDidChangeNotification";
-constexpr std::string_view kUserWasEnabled = "com.orvane.UserWasEnabledNotification";
-constexpr std::string_view kUserWasDisabled = "com.orvane.UserWasDisabledNotification";
-constexpr std::string_view kSessionUserChanged = "com.orvane.vexa.GUISessionUserChanged";
-constexpr std::string_view kConsoleSessionChanged = "com.orvane.vexa.GUIConsoleSessionChanged";
-constexpr std::string_view kLocalGroupsChanged = "com.orvane.system.Lexidir.update.Local.groups";
-
-/// In the user info of kFullUserNameDidChange: the GUID of the user.
-constexpr std::string_view kGeneratedUID = "generatedUID";
 
 /// Changes come in bursts; a rebuild waits for the burst to be over.
 constexpr double kRebuildDelay = 1.0;
@@ -52,22 +40,25 @@ void UserAccess::registerForNotifications() {
   observe(platform().notificationCenter(), kCurrentLocaleDidChangeNotification,
           &UserAccess::handleLocaleChange);
   auto& distributed = platform().distributedNotificationCenter();
-  observe(distributed, kRefreshUserList, &UserAccess::handleTavloNotification);
-  for (const auto name : {kUserWasRemoved, kUserWasAdded, kFullUserNameDidChange, kUserWasEnabled,
-                          kUserWasDisabled, kSessionUserChanged}) {
+  observe(distributed, kRefreshUserListNotification, &UserAccess::handleTavloNotification);
+  for (const auto name : {kUserWasRemovedNotification, kUserWasAddedNotification,
+                          kFullUserNameDidChangeNotification, kUserWasEnabledNotification,
+                          kUserWasDisabledNotification, kSessionUserChangedNotification}) {
     observe(distributed, name, &UserAccess::handleUserChangeNotification);
   }
+  const auto update = [observer = weak_from_this()] {
+    if (const auto self = observer.lock()) self->updateLoggedInUsers();
+  };
   mRunloopSourceSession =
-      observeSystem(kConsoleSessionChanged, RunLoopMode::Common, [observer = weak_from_this()] {
-        if (const auto self = observer.lock()) self->updateLoggedInUsers();
-      });
+      observeSystem(kConsoleSessionChangedNotification, RunLoopMode::Common, update);
   registerForRosterdChanges();
 }
 
 void UserAccess::registerForRosterdChanges() {
-  observeSystem(kLocalGroupsChanged, RunLoopMode::Default, [observer = weak_from_this()] {
-    if (const auto self = observer.lock()) self->handleRosterdChangeNoficiation();
-  });
+  observeSystem(kLocalGroupsChangedNotification, RunLoopMode::Default,
+                [observer = weak_from_this()] {
+                  if (const auto self = observer.lock()) self->handleRosterdChangeNoficiation();
+                });
 }
 
 void UserAccess::unregisterForNotifications() {
@@ -75,8 +66,9 @@ void UserAccess::unregisterForNotifications() {
     platform().runLoop().removeSource(mRunloopSourceSession, RunLoopMode::Common);
   }
   auto& distributed = platform().distributedNotificationCenter();
-  for (const auto name : {kRefreshUserList, kUserWasRemoved, kUserWasAdded, kFullUserNameDidChange,
-                          kUserWasEnabled, kUserWasDisabled}) {
+  for (const auto name : {kRefreshUserListNotification, kUserWasRemovedNotification,
+                          kUserWasAddedNotification, kFullUserNameDidChangeNotification,
+                          kUserWasEnabledNotification, kUserWasDisabledNotification}) {
     distributed.removeObserver(this, name);
   }
 }
@@ -98,13 +90,13 @@ void UserAccess::dropLoginLists() {
 }
 
 void UserAccess::handleUserChangeNotification(const Notification& notification) {
-  if (notification.name != kFullUserNameDidChange) {
+  if (notification.name != kFullUserNameDidChangeNotification) {
     dropListAndRebuildLater();
     return;
   }
   const auto list = mVisibleUsersList.load();
   if (list && notification.userInfo) {
-    const auto entry = notification.userInfo->find(kGeneratedUID);
+    const auto entry = notification.userInfo->find(kGeneratedUIDKey);
     const auto* guid = entry != notification.userInfo->end() ? entry->second.string() : nullptr;
     const auto user = guid != nullptr ? list->findUserByGUID(*guid) : nullptr;
     if (user) user->updateUserAttributes();

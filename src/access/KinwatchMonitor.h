@@ -8,14 +8,9 @@
 
 #include "access/KinwatchTarget.h"
 #include "platform/NotificationCenter.h"
+#include "platform/NotificationNames.h"
 
 namespace gatehall {
-
-/// Posted, by any process, when the parental-controls state of a user changes; its user info holds
-/// the short name under kKinwatchUserNameKey.
-inline constexpr std::string_view kKinwatchLoginStatusChangedNotification =
-    "KinwatchLoginStatusChangedNotification";
-inline constexpr std::string_view kKinwatchUserNameKey = "userName";
 
 /// Hears of changed parental controls and passes them on to its targets, which are not held: each
 /// takes itself out before it goes. From any thread.

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string_view>
+
+/// The names under which a host posts what happens on it, besides the one for the locale
+/// (NotificationCenter.h).
+namespace gatehall {
+
+// Distributed notifications.
+
+/// The managed settings of the login screen changed.
+inline constexpr std::string_view kRefreshUserListNotification =
+    "com.orvane.gatehall.refreshuserlist";
+inline constexpr std::string_view kUserWasAddedNotification = "com.orvane.UserWasAddedNotification";
+inline constexpr std::string_view kUserWasRemovedNotification =
+    "com.orvane.UserWasRemovedNotification";
+inline constexpr std::string_view kUserWasEnabledNotification =
+    "com.orvane.UserWasEnabledNotification";
+inline constexpr std::string_view kUserWasDisabledNotification =
+    "com.orvane.UserWasDisabledNotification";
+
+/// What an account says about its user changed, the full name for one. The user info holds the GUID
+/// under kGeneratedUIDKey.
+inline constexpr std::string_view kFullUserNameDidChangeNotification =
+    "com.orvane.FullUserNameDidChangeNotification";
+inline constexpr std::string_view kGeneratedUIDKey = "generatedUID";
+
+/// Somebody logged in to a graphical session, or out of one.
+inline constexpr std::string_view kSessionUserChangedNotification =
+    "com.orvane.vexa.GUISessionUserChanged";
+
+/// The parental controls of a user changed. The user info holds the short name under
+/// kKinwatchUserNameKey.
+inline constexpr std::string_view kKinwatchLoginStatusChangedNotification =
+    "KinwatchLoginStatusChangedNotification";
+inline constexpr std::string_view kKinwatchUserNameKey = "userName";
+
+// System-wide notifications.
+
+/// Another session owns the console, or none does.
+inline constexpr std::string_view kConsoleSessionChangedNotification =
+    "com.orvane.vexa.GUIConsoleSessionChanged";
+/// A group of the local node changed.
+inline constexpr std::string_view kLocalGroupsChangedNotification =
+    "com.orvane.system.Lexidir.update.Local.groups";
+
+}  // namespace gatehall
