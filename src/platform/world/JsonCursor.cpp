@@ -28,8 +28,11 @@ std::string escaped(std::string_view key) {
 void JsonCursor::fail(std::string_view what) const { failAt(mValue.offset, path(), what); }
 
 void JsonCursor::failAt(std::size_t offset, const std::string& path, std::string_view what) const {
-  const auto shown = path.empty() ? "" : path + ": ";
-  throw WorldError(mSource.place(offset) + ": " + shown + std::string(what));
+  throw WorldError(placeAt(offset, path) + ": " + std::string(what));
+}
+
+std::string JsonCursor::placeAt(std::size_t offset, const std::string& path) const {
+  return mSource.place(offset) + (path.empty() ? "" : ": " + path);
 }
 
 std::string JsonCursor::path() const {
@@ -65,7 +68,7 @@ std::int64_t JsonCursor::integer(std::int64_t least, std::int64_t most) const {
   return *number;
 }
 
-const JsonCursor& JsonCursor::object(std::initializer_list<std::string_view> keys) const {
+const JsonCursor& JsonCursor::object(std::span<const std::string_view> keys) const {
   for (const auto& member : members()) {
     if (std::ranges::find(keys, member.key) != keys.end()) continue;
     std::string known;

@@ -4,6 +4,7 @@
 #include <initializer_list>
 #include <limits>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,8 +20,11 @@ class JsonCursor {
  public:
   JsonCursor(const JsonSource& source, const JsonValue& root) : mSource(source), mValue(root) {}
 
-  /// Raises WorldError: file, line, column, path of keys, what is wrong.
+  /// Raises WorldError: where it is, what is wrong.
   [[noreturn]] void fail(std::string_view what) const;
+
+  /// File, line, column and path of keys, as an error names them.
+  std::string place() const { return placeAt(mValue.offset, path()); }
 
   bool isNull() const { return is<std::nullptr_t>(); }
   bool isBoolean() const { return is<bool>(); }
@@ -38,7 +42,10 @@ class JsonCursor {
                        std::int64_t most = std::numeric_limits<std::int64_t>::max()) const;
 
   /// The object itself, after a check that it has no other keys than these.
-  const JsonCursor& object(std::initializer_list<std::string_view> keys) const;
+  const JsonCursor& object(std::span<const std::string_view> keys) const;
+  const JsonCursor& object(std::initializer_list<std::string_view> keys) const {
+    return object(std::span(keys.begin(), keys.size()));
+  }
 
   /// The object's value of the key, if it has one.
   std::optional<JsonCursor> find(std::string_view key) const;
@@ -72,6 +79,7 @@ class JsonCursor {
   const JsonValue::Elements& elements() const;
   const JsonValue::Members& members() const;
   std::string path() const;
+  std::string placeAt(std::size_t offset, const std::string& path) const;
   [[noreturn]] void failAt(std::size_t offset, const std::string& path,
                            std::string_view what) const;
 

@@ -9,8 +9,8 @@
 #include "platform/Platform.h"
 #include "platform/instrumented/Fault.h"
 #include "platform/instrumented/RecordingLog.h"
-#include "platform/portable/IcuCollation.h"
 #include "platform/world/WorldClock.h"
+#include "platform/world/WorldCollation.h"
 #include "platform/world/WorldDirectory.h"
 #include "platform/world/WorldError.h"
 #include "platform/world/WorldLoginService.h"
@@ -59,7 +59,7 @@ class World final : public Platform {
   }
   WorldClock& clock() override { return mClock; }
   RecordingLog& log() override { return mLog; }
-  IcuCollation& collation() override { return mCollation; }
+  WorldCollation& collation() override { return mCollation; }
   WorldParentalControls& parentalControls() override { return mParentalControls; }
   WorldSystemNotifications& systemNotifications() override { return mSystemNotifications; }
   WorldRunLoop& runLoop() override { return mRunLoop; }
@@ -69,7 +69,7 @@ class World final : public Platform {
   WorldProcess mProcess;
   WorldClock mClock;
   RecordingLog mLog;
-  IcuCollation mCollation;
+  WorldCollation mCollation;
   WorldDirectory mDirectory;
   WorldSessions mSessions;
   WorldLoginService mLoginService{mDirectory, mSessions};

@@ -62,6 +62,11 @@ void WorldDirectory::setLocalNode(std::optional<std::string> name) {
   mState->localNode = std::move(name);
 }
 
+std::optional<std::string> WorldDirectory::localNodeName() {
+  const std::scoped_lock lock(mState->mutex);
+  return mState->localNode;
+}
+
 void WorldDirectory::setSearchNode(std::string_view name, Strings covers) {
   const std::scoped_lock lock(mState->mutex);
   if (mState->find(name) != nullptr) {
@@ -81,6 +86,11 @@ void WorldDirectory::setReachable(std::string_view node, bool reachable) {
   if (!reachable) mState->unreachable.emplace_back(node);
 }
 
+void WorldDirectory::setUnreachable(Strings nodes) {
+  const std::scoped_lock lock(mState->mutex);
+  mState->unreachable = std::move(nodes);
+}
+
 std::shared_ptr<WorldNode> WorldDirectory::addNode(std::string_view name) {
   const std::scoped_lock lock(mState->mutex);
   if (name.empty() || mState->isSearchNode(name) || mState->find(name) != nullptr) {
@@ -98,12 +108,21 @@ std::shared_ptr<WorldNode> WorldDirectory::node(std::string_view name) {
 }
 
 std::optional<std::string> WorldDirectory::guidOfUser(std::uint32_t userID) {
+  return firstValueOfUser(userID, attribute::GUID);
+}
+
+std::optional<std::string> WorldDirectory::nameOfUser(std::uint32_t userID) {
+  return firstValueOfUser(userID, attribute::RecordName);
+}
+
+std::optional<std::string> WorldDirectory::firstValueOfUser(std::uint32_t userID,
+                                                            std::string_view kind) {
   const std::scoped_lock lock(mState->mutex);
   for (const auto* table : mState->lookupTables()) {
     const auto found = table->withValue(record::Users, attribute::UniqueID, std::to_string(userID));
     if (found.empty()) continue;
-    const auto guids = valuesOf(*found.front()->contents, attribute::GUID);
-    return guids.empty() ? std::nullopt : std::optional(guids.front());
+    const auto values = valuesOf(*found.front()->contents, kind);
+    return values.empty() ? std::nullopt : std::optional(values.front());
   }
   return std::nullopt;
 }

@@ -28,12 +28,18 @@ class WorldDirectory final : public DirectoryService {
   /// Which node is the local one; nullopt: none can be opened.
   void setLocalNode(std::optional<std::string> name);
 
+  /// The name of the local node, whether it can be opened or not.
+  std::optional<std::string> localNodeName();
+
   /// The search node, and the names of the nodes it covers in their order, of which some may not
   /// exist. Raises std::invalid_argument when a node has its name.
   void setSearchNode(std::string_view name, Strings covers);
 
   /// From now on the search node can't be opened.
   void removeSearchNode();
+
+  /// Which nodes can't be reached from now on; every other one can.
+  void setUnreachable(Strings nodes);
 
   /// Whether the node can be reached. One that can't is not opened and contributes no record.
   void setReachable(std::string_view node, bool reachable);
@@ -48,10 +54,16 @@ class WorldDirectory final : public DirectoryService {
   /// none. The first one counts.
   std::optional<std::string> guidOfUser(std::uint32_t userID);
 
+  /// A short name of the account with that user id; absent when there is no such account. The first
+  /// one counts.
+  std::optional<std::string> nameOfUser(std::uint32_t userID);
+
   /// Whether the group of that GUID holds the account whose attribute has that value, at any depth.
   bool groupHoldsUser(std::string_view groupGUID, std::string_view kind, std::string_view value);
 
  private:
+  std::optional<std::string> firstValueOfUser(std::uint32_t userID, std::string_view kind);
+
   const std::shared_ptr<DirectoryState> mState;
 };
 

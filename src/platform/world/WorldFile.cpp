@@ -20,46 +20,15 @@ void readProcess(const JsonCursor& section, WorldProcess& process) {
   if (const auto at = section.find("effectiveUserID")) process.setEffectiveUserID(readID(*at));
 }
 
-AccessList readAccessList(const JsonCursor& at) {
-  at.object({"members", "status"});
-  AccessList list;
-  if (const auto status = at.find("status")) list.status = readInt32(*status);
-  const auto members = at.find("members");
-  if (!members) return list;
-  members->forEachElement([&](const JsonCursor& member) {
-    if (member.isInteger()) {
-      list.members.emplace_back(readID(member));
-    } else if (parseUUID(member.string())) {
-      list.members.emplace_back(member.string());
-    } else {
-      member.fail("expected a GUID or a user id");
-    }
-  });
-  return list;
-}
-
 void readMembership(const JsonCursor& section, WorldMembership& membership) {
   section.forEachMember([&](const std::string& service, const JsonCursor& list) {
     membership.setAccessList(service, readAccessList(list));
   });
 }
 
-LoginLimit readLimit(const JsonCursor& at) {
-  at.object({"allowed", "result", "nextCurfew"});
-  LoginLimit limit;
-  if (const auto allowed = at.find("allowed")) limit.allowed = allowed->boolean();
-  if (const auto result = at.find("result")) limit.result = readInt32(*result);
-  if (const auto curfew = at.find("nextCurfew"); curfew && !curfew->isNull()) {
-    limit.nextCurfew = readDate(*curfew);
-  }
-  return limit;
-}
-
 void readParentalControls(const JsonCursor& section, WorldParentalControls& controls) {
-  section.forEachMember([&](const std::string& key, const JsonCursor& limit) {
-    const auto userID = idFromText(key);
-    if (!userID || std::to_string(*userID) != key) limit.fail("\"" + key + "\" is no user id");
-    controls.setLimit(*userID, readLimit(limit));
+  forEachUserID(section, [&](std::uint32_t userID, const JsonCursor& limit) {
+    controls.setLimit(userID, readLimit(limit));
   });
 }
 
@@ -101,16 +70,55 @@ void readWorld(const JsonSource& source, World& world) {
   if (const auto at = root.find("faults")) world.setFaults(readFaults(*at));
 }
 
+WorldSession readSession(const JsonCursor& at) {
+  at.object({"id", "userID", "userName", "loginDone"});
+  WorldSession session;
+  if (const auto id = at.find("id")) session.id = id->integer();
+  if (const auto userID = at.find("userID")) session.userID = readInt32(*userID);
+  if (const auto name = at.find("userName")) session.userName = name->string();
+  if (const auto done = at.find("loginDone")) session.loginDone = done->boolean();
+  return session;
+}
+
+AccessList readAccessList(const JsonCursor& at) {
+  at.object({"members", "status"});
+  AccessList list;
+  if (const auto status = at.find("status")) list.status = readInt32(*status);
+  const auto members = at.find("members");
+  if (!members) return list;
+  members->forEachElement([&](const JsonCursor& member) {
+    if (member.isInteger()) {
+      list.members.emplace_back(readID(member));
+    } else if (parseUUID(member.string())) {
+      list.members.emplace_back(member.string());
+    } else {
+      member.fail("expected a GUID or a user id");
+    }
+  });
+  return list;
+}
+
+LoginLimit readLimit(const JsonCursor& at) {
+  at.object({"allowed", "result", "nextCurfew"});
+  LoginLimit limit;
+  if (const auto allowed = at.find("allowed")) limit.allowed = allowed->boolean();
+  if (const auto result = at.find("result")) limit.result = readInt32(*result);
+  if (const auto curfew = at.find("nextCurfew"); curfew && !curfew->isNull()) {
+    limit.nextCurfew = readDate(*curfew);
+  }
+  return limit;
+}
+
+void forEachUserID(const JsonCursor& section,
+                   const std::function<void(std::uint32_t, const JsonCursor&)>& function) {
+  section.forEachMember([&](const std::string& key, const JsonCursor& at) {
+    const auto userID = idFromText(key);
+    if (!userID || std::to_string(*userID) != key) at.fail("\"" + key + "\" is no user id");
+    function(*userID, at);
+  });
+}
+
 void readSessions(const JsonCursor& section, WorldSessions& sessions) {
-  const auto readSession = [](const JsonCursor& at) {
-    at.object({"id", "userID", "userName", "loginDone"});
-    WorldSession session;
-    if (const auto id = at.find("id")) session.id = id->integer();
-    if (const auto userID = at.find("userID")) session.userID = readInt32(*userID);
-    if (const auto name = at.find("userName")) session.userName = name->string();
-    if (const auto done = at.find("loginDone")) session.loginDone = done->boolean();
-    return session;
-  };
   section.object({"current", "list"});
   WorldSessions::List list;
   if (const auto at = section.find("list"); at && at->isNull()) {

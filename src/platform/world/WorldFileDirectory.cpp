@@ -21,33 +21,6 @@ std::string readAttributeValue(const JsonCursor& at) {
   return at.string();
 }
 
-Strings readAttributeValues(std::string_view kind, const JsonCursor& at) {
-  Strings values;
-  const auto read = [&](const JsonCursor& value) {
-    values.push_back(readAttributeValue(value));
-    const bool numeric = std::ranges::find(kNumericKinds, kind) != kNumericKinds.end();
-    if (numeric && !idFromText(values.back())) {
-      value.fail("expected a decimal number from 0 to 4294967295");
-    }
-  };
-  if (at.isArray()) {
-    at.forEachElement(read);
-  } else {
-    read(at);
-  }
-  return values;
-}
-
-Dictionary readPolicy(const JsonCursor& at) {
-  at.object({"newPasswordRequired", "usingExpirationDate", "usingHardExpirationDate",
-             "canModifyPasswordforSelf", "maxMinutesUntilChangePassword", "maxMinutesUntilDisabled",
-             "maxMinutesOfNonUse", "maxFailedLoginAttempts", "passwordLastSetTime"});
-  at.forEachMember([](const std::string&, const JsonCursor& rule) {
-    if (rule.isArray() || rule.isObject()) rule.fail("expected a number, true, false or a string");
-  });
-  return readDictionary(at);
-}
-
 RecordDescription readRecord(const JsonCursor& at) {
   at.object({"type", "attributes", "password", "policy"});
   RecordDescription description;
@@ -57,18 +30,7 @@ RecordDescription readRecord(const JsonCursor& at) {
   if (description.type != record::Users && description.type != record::Groups) {
     type->fail(R"(expected "Users" or "Groups")");
   }
-  if (const auto attributes = at.find("attributes")) {
-    attributes->forEachMember([&](const std::string& name, const JsonCursor& values) {
-      const std::string kind(attribute::canonical(name));
-      if (kind.empty()) values.fail("an attribute needs a name");
-      for (const auto& [present, ignored] : description.attributes) {
-        if (present == kind) values.fail("the attribute \"" + kind + "\" is given twice");
-      }
-      description.attributes.emplace_back(kind, readAttributeValues(kind, values));
-    });
-  }
-  if (const auto password = at.find("password")) description.password = password->string();
-  if (const auto policy = at.find("policy")) description.policy = readPolicy(*policy);
+  readRecordContents(at, description);
   return description;
 }
 
@@ -99,6 +61,57 @@ void readSearchNode(const JsonCursor& at, WorldDirectory& directory) {
 }
 
 }  // namespace
+
+void readRecordContents(const JsonCursor& record, RecordDescription& description) {
+  if (const auto attributes = record.find("attributes")) {
+    forEachAttribute(*attributes, [&](const std::string& kind, const JsonCursor& values) {
+      description.attributes.emplace_back(kind, readAttributeValues(kind, values));
+    });
+  }
+  if (const auto password = record.find("password")) description.password = password->string();
+  if (const auto policy = record.find("policy")) description.policy = readPolicy(*policy);
+}
+
+void forEachAttribute(const JsonCursor& attributes,
+                      const std::function<void(const std::string&, const JsonCursor&)>& function) {
+  Strings kinds;
+  attributes.forEachMember([&](const std::string& name, const JsonCursor& values) {
+    const std::string kind(attribute::canonical(name));
+    if (kind.empty()) values.fail("an attribute needs a name");
+    if (std::ranges::find(kinds, kind) != kinds.end()) {
+      values.fail("the attribute \"" + kind + "\" is given twice");
+    }
+    kinds.push_back(kind);
+    function(kind, values);
+  });
+}
+
+Strings readAttributeValues(std::string_view kind, const JsonCursor& at) {
+  Strings values;
+  const auto read = [&](const JsonCursor& value) {
+    values.push_back(readAttributeValue(value));
+    const bool numeric = std::ranges::find(kNumericKinds, kind) != kNumericKinds.end();
+    if (numeric && !idFromText(values.back())) {
+      value.fail("expected a decimal number from 0 to 4294967295");
+    }
+  };
+  if (at.isArray()) {
+    at.forEachElement(read);
+  } else {
+    read(at);
+  }
+  return values;
+}
+
+Dictionary readPolicy(const JsonCursor& at) {
+  at.object({"newPasswordRequired", "usingExpirationDate", "usingHardExpirationDate",
+             "canModifyPasswordforSelf", "maxMinutesUntilChangePassword", "maxMinutesUntilDisabled",
+             "maxMinutesOfNonUse", "maxFailedLoginAttempts", "passwordLastSetTime"});
+  at.forEachMember([](const std::string&, const JsonCursor& rule) {
+    if (rule.isArray() || rule.isObject()) rule.fail("expected a number, true, false or a string");
+  });
+  return readDictionary(at);
+}
 
 void readDirectory(const JsonCursor& section, WorldDirectory& directory) {
   section.object({"available", "localNode", "searchNode", "nodes"});

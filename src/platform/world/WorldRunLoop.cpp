@@ -85,16 +85,33 @@ void WorldRunLoop::pump(RunLoopMode mode) {
 }
 
 void WorldRunLoop::advance(double seconds) {
-  pump();
+  letPass(seconds, [this] { pump(); });
+}
+
+void WorldRunLoop::run(double seconds) {
+  letPass(seconds, [this] { pumpWithThreads(); });
+}
+
+template <class Moment>
+void WorldRunLoop::letPass(double seconds, Moment atEachMoment) {
+  atEachMoment();
   Lock lock(mMutex);
   const auto end = mElapsed + std::max(seconds, 0.0);
   while (!mDue.empty() && mDue.begin()->first.first <= end) {
     moveTo(std::max(mElapsed, mDue.begin()->first.first));
     lock.unlock();
-    pump();
+    atEachMoment();
     lock.lock();
   }
   moveTo(std::max(mElapsed, end));
+}
+
+void WorldRunLoop::pumpWithThreads() {
+  const auto hasThreadsToStart = [this] {
+    const std::scoped_lock lock(mMutex);
+    return !mNotStarted.empty();
+  };
+  for (pump(); hasThreadsToStart(); pump()) runDetachedThreads();
 }
 
 void WorldRunLoop::runDetachedThreads() {

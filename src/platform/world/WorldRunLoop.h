@@ -57,6 +57,10 @@ class WorldRunLoop final : public RunLoop {
   /// sleeping threads, in the order of their moments, then of their requests. Pumps at each.
   void advance(double seconds);
 
+  /// Lets time pass as advance does, with threads that are detached meanwhile: everything that
+  /// follows from one moment, on whatever thread, has happened before the next one comes.
+  void run(double seconds);
+
   /// Runs each detached thread that has not started until it ends or sleeps.
   void runDetachedThreads();
 
@@ -97,6 +101,9 @@ class WorldRunLoop final : public RunLoop {
   void runBody(std::function<void()> body, Thread& thread);
   void wait(Lock& lock, const std::shared_ptr<Waiting>& waiting);
   void moveTo(double moment);
+  template <class Moment>
+  void letPass(double seconds, Moment atEachMoment);
+  void pumpWithThreads();
   bool isInMode(const std::shared_ptr<RunLoopSource>& source, RunLoopMode mode) const;
   bool runNextTask(Lock& lock, RunLoopMode mode);
   bool runNextDue(Lock& lock);

@@ -49,10 +49,19 @@ void WorldSessions::open(WorldSession session) {
   mList->emplace_back(std::move(session));
 }
 
-void WorldSessions::close(std::int64_t id) {
+void WorldSessions::change(const WorldSession& session) {
   const std::scoped_lock lock(mMutex);
-  if (mList)
-    std::erase_if(*mList, [&](const auto& session) { return session && session->id == id; });
+  auto* present = session.id ? find(*session.id) : nullptr;
+  if (present == nullptr) throw std::invalid_argument("no such session");
+  if (session.userID) present->userID = session.userID;
+  if (session.userName) present->userName = session.userName;
+  if (session.loginDone) present->loginDone = session.loginDone;
+}
+
+bool WorldSessions::close(std::int64_t id) {
+  const std::scoped_lock lock(mMutex);
+  const auto hasID = [&](const auto& session) { return session && session->id == id; };
+  return mList && std::erase_if(*mList, hasID) != 0;
 }
 
 void WorldSessions::setCurrent(std::int64_t id) {
@@ -87,7 +96,7 @@ void WorldSessions::bringToFront(std::int32_t userID, std::string_view userName)
   mList->push_back(WorldSession{largestID + 1, userID, std::string(userName), true});
 }
 
-const WorldSession* WorldSessions::find(std::int64_t id) const {
+WorldSession* WorldSessions::find(std::int64_t id) {
   if (!mList) return nullptr;
   const auto found = std::ranges::find_if(
       *mList, [&](const auto& session) { return session && session->id == id; });

@@ -33,8 +33,12 @@ class WorldSessions final : public SessionService {
   void setList(std::optional<List> sessions);
   /// Adds a session at the end.
   void open(WorldSession session);
-  /// Takes the sessions with that id away; the one that owns the console leaves it.
-  void close(std::int64_t id);
+  /// Replaces what the given session states of the first session with its id. Raises
+  /// std::invalid_argument when there is none.
+  void change(const WorldSession& session);
+  /// Takes the sessions with that id away; the one that owns the console leaves it. False when
+  /// there was none.
+  bool close(std::int64_t id);
 
   /// Gives the console to the first session with that id. Raises std::invalid_argument when there
   /// is none.
@@ -48,7 +52,7 @@ class WorldSessions final : public SessionService {
   void bringToFront(std::int32_t userID, std::string_view userName);
 
  private:
-  const WorldSession* find(std::int64_t id) const;
+  WorldSession* find(std::int64_t id);
 
   std::mutex mMutex;
   std::optional<List> mList = List();
