@@ -18,7 +18,7 @@ def to_a_running_session_of_a_user_without_a_password_goes_straight_there(deskto
     desktop.until_locked("ann")
 
 
-def there_and_back_between_users_without_passwords_keeps_both_sessions(desktop):
+def there_and_back_between_users_without_passwords_keeps_both_sessions_and_unlocks_them(desktop):
     ann = desktop.session_of("ann")
     with desktop.without_password("ann"):
         desktop.switch("-switchToUserID", "1001")
@@ -28,6 +28,8 @@ def there_and_back_between_users_without_passwords_keeps_both_sessions(desktop):
         desktop.until_locked("bob")
         desktop.switch("-switchToUserID", "1001")
         assert desktop.until_in_front("bob").name == bob.name
+        desktop.until(lambda: not desktop.session_of("bob").is_locked, "bob's session unlocked")
+        desktop.until_locked("ann")
     assert sorted(s.user for s in desktop.sessions()) == ["ann", "bob"], desktop.describe()
 
 
