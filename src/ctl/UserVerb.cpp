@@ -48,6 +48,8 @@ Json propertiesJson(const CachedUser& user) {
   json["minutesUntilPasswordExpires"] = user.minutesUntilPasswordExpires();
   json["kinwatchAllowsLogin"] = user.kinwatchAllowsLogin();
   json["kinwatchNextCurfewTime"] = curfewJson(user);
+  json["isCryptwellUser"] = user.isCryptwellUser();
+  json["isExternalHomeUser"] = user.isExternalHomeUser();
   json["description"] = user.description();
   return json;
 }

@@ -189,6 +189,15 @@ class CachedUser {
   /// answers the negative number of minutes modulo 2^64. May raise PlatformException.
   std::uint64_t minutesUntilPasswordExpires() const;
 
+  // Home folder
+
+  /// Whether the home folder is an encrypted disk image: its URL is a file's, not a server's. May
+  /// raise PlatformException.
+  bool isCryptwellUser() const;
+
+  /// Whether the account is marked as having its home on an external volume.
+  bool isExternalHomeUser() const;
+
   // Parental controls, as last asked
 
   bool kinwatchAllowsLogin() const { return mKWResult == 0; }

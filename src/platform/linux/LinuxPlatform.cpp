@@ -16,6 +16,7 @@
 #include "platform/linux/MachineLocale.h"
 #include "platform/portable/IcuCollation.h"
 #include "platform/portable/LocalNotificationCenter.h"
+#include "platform/portable/PortableMarkup.h"
 
 namespace gatehall {
 
@@ -51,6 +52,7 @@ struct LinuxPlatform::Services {
   Lazy<LinuxPreferences> preferences;
   Lazy<LinuxPropertyLists> propertyLists;
   Lazy<IcuCollation> collation;
+  Lazy<PortableMarkup> markup;
 };
 
 LinuxPlatform::LinuxPlatform(HostOptions options, std::string identity)
@@ -90,6 +92,8 @@ NotificationCenter& LinuxPlatform::distributedNotificationCenter() {
 Clock& LinuxPlatform::clock() { return mServices->clock; }
 
 Log& LinuxPlatform::log() { return *mLog; }
+
+Markup& LinuxPlatform::markup() { return mServices->markup.get(); }
 
 Collation& LinuxPlatform::collation() { return mServices->collation.get(machineLocale(mOptions)); }
 

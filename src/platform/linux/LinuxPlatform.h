@@ -32,6 +32,7 @@ class LinuxPlatform final : public Platform {
   Clock& clock() override;
   Log& log() override;
   Collation& collation() override;
+  Markup& markup() override;
 
  private:
   struct Services;

@@ -9,6 +9,7 @@
 #include "platform/Platform.h"
 #include "platform/instrumented/Fault.h"
 #include "platform/instrumented/RecordingLog.h"
+#include "platform/portable/PortableMarkup.h"
 #include "platform/world/WorldClock.h"
 #include "platform/world/WorldCollation.h"
 #include "platform/world/WorldDirectory.h"
@@ -60,6 +61,7 @@ class World final : public Platform {
   WorldClock& clock() override { return mClock; }
   RecordingLog& log() override { return mLog; }
   WorldCollation& collation() override { return mCollation; }
+  PortableMarkup& markup() override { return mMarkup; }
   WorldParentalControls& parentalControls() override { return mParentalControls; }
   WorldSystemNotifications& systemNotifications() override { return mSystemNotifications; }
   WorldRunLoop& runLoop() override { return mRunLoop; }
@@ -70,6 +72,7 @@ class World final : public Platform {
   WorldClock mClock;
   RecordingLog mLog;
   WorldCollation mCollation;
+  PortableMarkup mMarkup;
   WorldDirectory mDirectory;
   WorldSessions mSessions;
   WorldLoginService mLoginService{mDirectory, mSessions};
