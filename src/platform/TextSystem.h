@@ -15,12 +15,14 @@ struct TextRun {
   const Dictionary& attributes;
 };
 
-/// How wide styled text is and where its characters end. From any thread.
+/// How wide styled text is and where its characters end. From any thread. May raise
+/// PlatformException when the host's text system can't be had.
 class TextSystem {
  public:
   virtual ~TextSystem() = default;
 
-  /// Points that the runs take, side by side on one line, drawn with their attributes.
+  /// Points that the runs take, side by side on one line, drawn with their attributes. A host says
+  /// which attributes it draws by, and passes over others.
   virtual double width(std::span<const TextRun> runs) = 0;
 
   /// Location and length, in UTF-16 units, of the composed character sequence that holds the unit

@@ -48,7 +48,15 @@ LIBRARIES = {
     "toml++": (r"toml\+\+/", set()),
     "CLI11": (r"CLI/", set()),
     "libplist": (r"plist/", set()),
-    "ICU": (r"unicode/", {"platform/portable/CaseFolding", "platform/portable/IcuCollation"}),
+    "ICU": (
+        r"unicode/",
+        {
+            "platform/portable/CaseFolding",
+            "platform/portable/IcuCharacters",
+            "platform/portable/IcuCollation",
+            "platform/portable/IcuSonames",
+        },
+    ),
     "libcrypt": (r"crypt\.h", set()),
     "PAM": (r"security/", set()),
     "libuuid": (r"uuid/", set()),

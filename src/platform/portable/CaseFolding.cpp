@@ -9,14 +9,12 @@
 #include <vector>
 
 #include "platform/PlatformException.h"
+#include "platform/portable/IcuSonames.h"
 #include "platform/portable/LazyLibrary.h"
 
 namespace gatehall {
 
 namespace {
-
-#define GATEHALL_TEXT_OF(macro) #macro
-#define GATEHALL_SONAME(library, version) library ".so." GATEHALL_TEXT_OF(version)
 
 constexpr UChar32 kReplacement = 0xFFFD;
 
@@ -25,7 +23,7 @@ constexpr UChar32 kReplacement = 0xFFFD;
 constexpr std::size_t kLongestText = std::numeric_limits<std::int32_t>::max() / 9;
 
 struct Unicode {
-  LazyLibrary library{GATEHALL_SONAME("libicuuc", U_ICU_VERSION_MAJOR_NUM)};
+  LazyLibrary library{kIcuuc};
   decltype(::u_strFromUTF8WithSub)* fromUTF8 = GATEHALL_FUNCTION(library, u_strFromUTF8WithSub);
   decltype(::u_strFoldCase)* foldCase = GATEHALL_FUNCTION(library, u_strFoldCase);
   decltype(::u_strToUTF8)* toUTF8 = GATEHALL_FUNCTION(library, u_strToUTF8);

@@ -10,14 +10,12 @@
 #include <vector>
 
 #include "platform/PlatformException.h"
+#include "platform/portable/IcuSonames.h"
 #include "platform/portable/LazyLibrary.h"
 
 namespace gatehall {
 
 namespace {
-
-#define GATEHALL_TEXT_OF(macro) #macro
-#define GATEHALL_SONAME(library, version) library ".so." GATEHALL_TEXT_OF(version)
 
 constexpr UChar32 kReplacement = 0xFFFD;
 
@@ -46,7 +44,7 @@ void check(UErrorCode status, const char* (*errorName)(UErrorCode)) {
 
 struct IcuCollation::Collator {
   // libicuuc comes along as the library that libicui18n itself needs.
-  LazyLibrary library{GATEHALL_SONAME("libicui18n", U_ICU_VERSION_MAJOR_NUM)};
+  LazyLibrary library{kIcui18n};
   decltype(::u_errorName)* errorName = GATEHALL_FUNCTION(library, u_errorName);
   decltype(::ucol_close)* close = GATEHALL_FUNCTION(library, ucol_close);
   decltype(::ucol_strcollUTF8)* strcollUTF8 = GATEHALL_FUNCTION(library, ucol_strcollUTF8);

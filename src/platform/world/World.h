@@ -22,6 +22,7 @@
 #include "platform/world/WorldProcess.h"
 #include "platform/world/WorldRunLoop.h"
 #include "platform/world/WorldSessions.h"
+#include "platform/world/WorldTextSystem.h"
 
 namespace gatehall {
 
@@ -61,6 +62,7 @@ class World final : public Platform {
   WorldClock& clock() override { return mClock; }
   RecordingLog& log() override { return mLog; }
   WorldCollation& collation() override { return mCollation; }
+  WorldTextSystem& text() override { return mText; }
   PortableMarkup& markup() override { return mMarkup; }
   WorldParentalControls& parentalControls() override { return mParentalControls; }
   WorldSystemNotifications& systemNotifications() override { return mSystemNotifications; }
@@ -72,6 +74,7 @@ class World final : public Platform {
   WorldClock mClock;
   RecordingLog mLog;
   WorldCollation mCollation;
+  WorldTextSystem mText;
   PortableMarkup mMarkup;
   WorldDirectory mDirectory;
   WorldSessions mSessions;
