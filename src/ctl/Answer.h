@@ -21,8 +21,9 @@ struct Answer {
   Json json = nullptr;
   std::vector<Table> tables{};
   ExitStatus status = ExitStatus::Done;
-  bool tellsLog = false;  ///< what was logged is part of it
-  Strings messages{};     ///< what there is to say besides, one line each
+  bool tellsLog = false;   ///< what was logged is part of it
+  bool isPrinted = false;  ///< all of it was printed on the way
+  Strings messages{};      ///< what there is to say besides, one line each
 };
 
 }  // namespace gatehall::ctl

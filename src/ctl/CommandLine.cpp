@@ -24,6 +24,7 @@ struct Options {
   bool json = false;
   bool trace = false;
   bool noLegend = false;
+  std::optional<std::string> ofVerb;  ///< the value of the verb's own option
 };
 
 /// CLI11's help with a usage line of our own.
@@ -64,6 +65,8 @@ std::string usage(const Verb& verb) {
       operands = " [--] [" + std::string(verb.operandName) + "...]";
       break;
   }
+  const auto& [option, value, help] = verb.option;
+  if (!option.empty()) operands += " [" + option + " " + value + "]";
   return std::string(kProgram) + " [OPTIONS] " + std::string(verb.name) + operands;
 }
 
@@ -81,6 +84,8 @@ std::string listOfVerbs() {
 std::unique_ptr<CLI::App> verbParser(const Verb& verb, Options& options) {
   auto parser = std::make_unique<CLI::App>(std::string(verb.description));
   addOptions(*parser, options);
+  const auto& [option, value, help] = verb.option;
+  if (!option.empty()) parser->add_option(option, options.ofVerb, help)->type_name(value);
   parser->formatter(std::make_shared<HelpFormatter>(usage(verb)));
   parser->footer("Example:\n  gatehallctl " + std::string(verb.example));
   return parser;
@@ -153,7 +158,9 @@ Table callsTable(const Trace& trace) {
 
 /// The answer, if there is one, and the trace, if it was asked for, as one document.
 std::string document(const Host& host, const Options& options, std::optional<Answer> answer) {
-  if (!options.trace) return answer ? documentText(answer->json) : std::string();
+  const bool isPrinted = answer && answer->isPrinted;
+  if (!options.trace) return answer && !isPrinted ? documentText(answer->json) : std::string();
+  if (isPrinted) return lineText({{"calls", callsJson(host.trace())}});
   // An answer that has no room for the calls stands beside them.
   Json json = answer ? std::move(answer->json) : Json();
   if (!json.is_object()) json = {{"answer", std::move(json)}};
@@ -162,28 +169,36 @@ std::string document(const Host& host, const Options& options, std::optional<Ans
 }
 
 /// The same as tables.
-std::string screen(const Host& host, const Options& options, bool colour,
-                   const std::optional<Answer>& answer) {
+std::string tablesText(const Host& host, const Options& options, TableStyle style,
+                       const std::optional<Answer>& answer) {
   auto tables = answer ? answer->tables : std::vector<Table>();
   if (options.trace) tables.push_back(callsTable(host.trace()));
   std::string text;
   for (const auto& table : tables) {
-    const auto rows = tableText(table, {.legend = !options.noLegend, .colour = colour});
+    const auto rows = tableText(table, style);
     if (!text.empty() && !rows.empty()) text += '\n';
     text += rows;
   }
   return text;
 }
 
-Outcome answerVerb(const Verb& verb, Strings operands, const Options& options, bool colour) {
-  const Host host(options.world);
+Outcome answerVerb(const Verb& verb, Strings operands, const Options& options,
+                   const Screen& screen) {
+  const TableStyle style{.legend = !options.noLegend, .colour = screen.colour};
+  const Host host(options.world, options.trace || !verb.goesOn);
   Outcome outcome;
   std::optional<Answer> answer;
   try {
-    answer = verb.run(host, {.operands = std::move(operands), .json = options.json});
+    answer = verb.run(host, {.operands = std::move(operands),
+                             .option = options.ofVerb,
+                             .json = options.json,
+                             .style = style,
+                             .screen = screen});
     outcome.status = answer->status;
     for (const auto& message : answer->messages) outcome.errors += line(message);
   } catch (const UsageError&) {
+    throw;
+  } catch (const WorldError&) {
     throw;
   } catch (const std::exception& failure) {
     outcome.status = ExitStatus::HostFailure;
@@ -195,13 +210,13 @@ Outcome answerVerb(const Verb& verb, Strings operands, const Options& options, b
     }
   }
   outcome.output = options.json ? document(host, options, std::move(answer))
-                                : screen(host, options, colour, answer);
+                                : tablesText(host, options, style, answer);
   return outcome;
 }
 
 }  // namespace
 
-Outcome runCommandLine(const Strings& words, bool colour) {
+Outcome runCommandLine(const Strings& words, const Screen& screen) {
   // The verb and what follows it are taken apart from the options before it, since after some
   // verbs no word is an option of this program.
   Options options;
@@ -217,7 +232,7 @@ Outcome runCommandLine(const Strings& words, bool colour) {
     auto rest = parser.remaining();
     verb = &verbOf(rest);
     rest.erase(rest.begin());
-    return answerVerb(*verb, operandsOf(*verb, std::move(rest), options), options, colour);
+    return answerVerb(*verb, operandsOf(*verb, std::move(rest), options), options, screen);
   } catch (const CLI::CallForHelp&) {
     if (verb != nullptr) return {ExitStatus::Done, helpFor(*verb), {}};
     const auto rest = parser.remaining();

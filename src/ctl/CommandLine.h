@@ -3,6 +3,7 @@
 #include <string>
 
 #include "ctl/Answer.h"
+#include "ctl/Screen.h"
 
 namespace gatehall::ctl {
 
@@ -13,7 +14,8 @@ struct Outcome {
   std::string errors;  ///< for standard error
 };
 
-/// Runs gatehallctl for the words after the program's name. Colours are used in tables only.
-Outcome runCommandLine(const Strings& words, bool colour);
+/// Runs gatehallctl for the words after the program's name. What goes on for long is printed on the
+/// screen meanwhile, before what the outcome says.
+Outcome runCommandLine(const Strings& words, const Screen& screen);
 
 }  // namespace gatehall::ctl

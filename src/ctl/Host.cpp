@@ -9,20 +9,20 @@
 
 namespace gatehall::ctl {
 
-Host::Host(const std::optional<std::string>& worldFile) {
+Host::Host(const std::optional<std::string>& worldFile, bool isTraced) {
   std::shared_ptr<Platform> platform;
   std::vector<Fault> faults;
   if (worldFile) {
-    const auto world = World::fromFile(*worldFile);
-    mLoginService = std::shared_ptr<RecordingLoginService>(world, &world->loginService());
-    faults = world->faults();
-    platform = world;
+    mWorld = World::fromFile(*worldFile);
+    mLoginService = std::shared_ptr<RecordingLoginService>(mWorld, &mWorld->loginService());
+    faults = mWorld->faults();
+    platform = mWorld;
   } else {
     mLoginService = std::make_shared<RecordingLoginService>();
     platform = std::make_shared<LinuxPlatform>(HostOptions(), mLog);
   }
   Platform::install(std::make_shared<InstrumentedPlatform>(
-      std::move(platform), std::move(faults), mTrace,
+      std::move(platform), std::move(faults), isTraced ? mTrace : nullptr,
       InstrumentedPlatform::Substitutes{.loginService = mLoginService, .log = mLog}));
 }
 

@@ -7,6 +7,7 @@
 #include "platform/instrumented/RecordingLog.h"
 #include "platform/instrumented/RecordingLoginService.h"
 #include "platform/instrumented/Trace.h"
+#include "platform/world/World.h"
 
 namespace gatehall::ctl {
 
@@ -16,17 +17,21 @@ namespace gatehall::ctl {
 class Host {
  public:
   /// The machine that the world file describes, with the faults that it asks for; without a file
-  /// this machine. Raises WorldError.
-  explicit Host(const std::optional<std::string>& worldFile);
+  /// this machine. What is asked of it is kept only if it is to be traced. Raises WorldError.
+  Host(const std::optional<std::string>& worldFile, bool isTraced);
   ~Host();
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
-  const RecordingLog& log() const { return *mLog; }
+  /// nullptr on this machine.
+  World* world() const { return mWorld.get(); }
+
+  RecordingLog& log() const { return *mLog; }
   const RecordingLoginService& loginService() const { return *mLoginService; }
   const Trace& trace() const { return *mTrace; }
 
  private:
+  std::shared_ptr<World> mWorld;
   std::shared_ptr<RecordingLog> mLog = std::make_shared<RecordingLog>();
   std::shared_ptr<RecordingLoginService> mLoginService;
   std::shared_ptr<Trace> mTrace = std::make_shared<Trace>();

@@ -84,8 +84,10 @@ std::string isoText(Date date) {
   return result + "Z";
 }
 
-std::string documentText(const Json& document) {
-  const auto plain = document.dump(2, ' ', false, Json::error_handler_t::replace);
+namespace {
+
+/// The serialized document, safe to show.
+std::string shownText(const std::string& plain) {
   std::string text;
   text.reserve(plain.size() + 1);
   // The serializer escapes only what JSON demands: not DEL, and not U+0080 to U+009F, to which
@@ -105,6 +107,16 @@ std::string documentText(const Json& document) {
     }
   }
   return text + "\n";
+}
+
+}  // namespace
+
+std::string documentText(const Json& document) {
+  return shownText(document.dump(2, ' ', false, Json::error_handler_t::replace));
+}
+
+std::string lineText(const Json& document) {
+  return shownText(document.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 }  // namespace gatehall::ctl

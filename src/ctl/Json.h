@@ -31,4 +31,7 @@ std::string isoText(Date date);
 /// malformed UTF-8 is replaced by U+FFFD, so that a terminal shows it as text.
 std::string documentText(const Json& document);
 
+/// The same on one line.
+std::string lineText(const Json& document);
+
 }  // namespace gatehall::ctl

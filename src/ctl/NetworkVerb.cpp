@@ -1,21 +1,11 @@
 #include "access/NetworkStatus.h"
+#include "ctl/NetworkText.h"
 #include "ctl/Verbs.h"
 #include "directory/SubnodeCounts.h"
 
 namespace gatehall::ctl {
 
 namespace {
-
-std::string meaning(std::int32_t networkStatus) {
-  switch (networkStatus) {
-    case 0:
-      return "0: two nodes or fewer answer";
-    case 1:
-      return "1: some nodes don't answer";
-    default:
-      return "2: all nodes answer, or there is no network directory";
-  }
-}
 
 Answer run(const Host&, const Request&) {
   const auto status = NetworkStatus::sharedNetworkStatus();
@@ -30,7 +20,7 @@ Answer run(const Host&, const Request&) {
   answer.json["total"] = counts.total;
   answer.json["reachable"] = counts.reachable;
   answer.tables = {
-      {.rows = {{{"network status"}, {meaning(networkStatus)}},
+      {.rows = {{{"network status"}, {networkStatusText(networkStatus)}},
                 {{"belongs to a network"}, {cellText(answer.json["hasParentNetwork"])}},
                 {{"network answers"}, {cellText(answer.json["parentNetworkExists"])}},
                 {{"nodes covered"}, {cellText(answer.json["total"])}},

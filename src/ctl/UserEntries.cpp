@@ -21,16 +21,6 @@ Json userJson(const CachedUser& user) {
   return entry;
 }
 
-std::string marks(const Json& user) {
-  std::string text;
-  for (const auto* mark : {"local", "mobile", "current", "suspended"}) {
-    if (!user.at(mark).get<bool>()) continue;
-    if (!text.empty()) text += ", ";
-    text += mark;
-  }
-  return text.empty() ? "-" : text;
-}
-
 }  // namespace
 
 Json usersJson(const std::shared_ptr<CachedUserList>& users) {
@@ -38,6 +28,16 @@ Json usersJson(const std::shared_ptr<CachedUserList>& users) {
   auto list = Json::array();
   for (const auto& user : *users) list.push_back(userJson(*user));
   return list;
+}
+
+std::string userMarks(const Json& user) {
+  std::string text;
+  for (const auto* mark : {"local", "mobile", "current", "suspended"}) {
+    if (!user.at(mark).get<bool>()) continue;
+    if (!text.empty()) text += ", ";
+    text += mark;
+  }
+  return text.empty() ? "-" : text;
 }
 
 Table usersTable(const Json& users, const std::string& withoutList) {
@@ -49,7 +49,7 @@ Table usersTable(const Json& users, const std::string& withoutList) {
                           {cellText(user.at("shortName"))},
                           {cellText(user.at("longName"))},
                           {cellText(user.at("node"))},
-                          {marks(user)},
+                          {userMarks(user)},
                           {cellText(user.at("guid"))}});
   }
   return table;

@@ -1,11 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "ctl/Answer.h"
 #include "ctl/Host.h"
+#include "ctl/Screen.h"
 #include "platform/Value.h"
 
 namespace gatehall::ctl {
@@ -19,7 +22,10 @@ class UsageError : public std::runtime_error {
 /// What a verb is asked.
 struct Request {
   Strings operands;
-  bool json = false;  ///< only Answer::json is wanted, else only the rest
+  std::optional<std::string> option{};  ///< the value of the verb's own option
+  bool json = false;                    ///< only Answer::json is wanted, else only the rest
+  TableStyle style{};
+  const Screen& screen;
 };
 
 /// One thing that gatehallctl does. A verb stands with its help in one file.
@@ -29,9 +35,16 @@ struct Verb {
   std::string_view name;
   Operands operands = Operands::None;
   std::string_view operandName{};  ///< of one
-  std::string_view summary;        ///< what it shows, on a line of the list of verbs
-  std::string_view description;    ///< paragraphs
-  std::string_view example{};      ///< the words of a command line after "gatehallctl "
+  /// An option of its own: "--name", what its value is called, and help on it.
+  struct Option {
+    std::string name{};
+    std::string valueName{};
+    std::string help{};
+  } option{};
+  std::string_view summary;      ///< what it shows, on a line of the list of verbs
+  std::string_view description;  ///< paragraphs
+  std::string_view example{};    ///< the words of a command line after "gatehallctl "
+  bool goesOn = false;  ///< prints while it runs, which may be for long: nothing grows meanwhile
 
   /// Runs on the installed host. May raise UsageError, and whatever the host raises.
   Answer (*run)(const Host& host, const Request& request) = nullptr;

@@ -11,6 +11,7 @@ namespace gatehall::ctl {
 Verb switchVerb();
 Verb canLogInVerb();
 Verb usersVerb();
+Verb watchVerb();
 Verb networkUsersVerb();
 Verb userVerb();
 Verb expandVerb();

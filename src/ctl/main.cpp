@@ -2,8 +2,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "ctl/CommandLine.h"
@@ -11,6 +13,7 @@
 namespace {
 
 using gatehall::ctl::ExitStatus;
+using gatehall::ctl::ScreenSize;
 
 /// Whether standard output is a terminal that wants colours (no-color.org).
 bool wantsColour() {
@@ -21,7 +24,14 @@ bool wantsColour() {
   return isatty(STDOUT_FILENO) == 1 && set("NO_COLOR").empty() && set("TERM") != "dumb";
 }
 
-bool write(std::FILE* file, const std::string& text) {
+/// The size of the terminal that standard output is; absent when it is none.
+std::optional<ScreenSize> terminalSize() {
+  winsize size{};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return std::nullopt;
+  return ScreenSize{.rows = size.ws_row, .columns = size.ws_col};
+}
+
+bool write(std::FILE* file, std::string_view text) {
   return std::fwrite(text.data(), 1, text.size(), file) == text.size() && std::fflush(file) == 0;
 }
 
@@ -29,9 +39,15 @@ bool write(std::FILE* file, const std::string& text) {
 
 int main(int argc, char** argv) {
   const gatehall::Strings words(argv + (argc > 0 ? 1 : 0), argv + argc);
-  auto outcome = gatehall::ctl::runCommandLine(words, wantsColour());
-  if (!write(stdout, outcome.output)) {
-    outcome.errors += std::string("gatehallctl: unable to write: ") + std::strerror(errno) + "\n";
+  int failure = 0;
+  const auto print = [&failure](std::string_view text) {
+    if (failure == 0 && !write(stdout, text)) failure = errno;
+    return failure == 0;
+  };
+  auto outcome = gatehall::ctl::runCommandLine(
+      words, {.write = print, .size = terminalSize, .colour = wantsColour()});
+  if (!print(outcome.output)) {
+    outcome.errors += std::string("gatehallctl: unable to write: ") + std::strerror(failure) + "\n";
     outcome.status = ExitStatus::HostFailure;
   }
   write(stderr, outcome.errors);

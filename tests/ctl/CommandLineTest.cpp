@@ -15,8 +15,6 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-ctl::Outcome run(const Strings& words) { return ctl::runCommandLine(words, false); }
-
 TEST(CommandLine, HelpListsEveryVerb) {
   const auto outcome = run({"--help"});
   EXPECT_EQ(outcome.status, ExitStatus::Done);

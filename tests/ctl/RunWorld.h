@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "ctl/CommandLine.h"
+#include "tests/ctl/Run.h"
 
 namespace gatehall {
 
@@ -34,7 +34,7 @@ class WorldFileOnDisk {
 inline ctl::Outcome runIn(std::string_view world, Strings words, bool colour = false) {
   const WorldFileOnDisk file(world);
   words.insert(words.begin(), {"--world", file.path()});
-  return ctl::runCommandLine(words, colour);
+  return run(words, colour);
 }
 
 /// The one JSON document that was printed.

@@ -78,7 +78,7 @@ TEST(HostileNames, DoNotDriveATerminal) {
 }
 
 TEST(HostileNames, DoNotDriveATerminalThroughMessages) {
-  const auto outcome = runCommandLine({"--world", "/\x1B[2J", "prefs"}, true);
+  const auto outcome = run({"--world", "/\x1B[2J", "prefs"}, true);
   EXPECT_THAT(outcome.errors, Not(HasSubstr("\x1B")));
   EXPECT_THAT(outcome.errors, HasSubstr("/\\x1B[2J"));
 }

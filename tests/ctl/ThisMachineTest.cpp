@@ -12,7 +12,7 @@ using ctl::ExitStatus;
 using Json = nlohmann::ordered_json;
 
 TEST(ThisMachine, SwitchIsARehearsal) {
-  const auto outcome = ctl::runCommandLine({"--json", "switch", "-suspend"}, false);
+  const auto outcome = run({"--json", "switch", "-suspend"});
   EXPECT_EQ(outcome.status, ExitStatus::Done) << outcome.errors;
   const auto document = documentOf(outcome);
   if (geteuid() == 0) {
@@ -26,12 +26,12 @@ TEST(ThisMachine, SwitchIsARehearsal) {
 }
 
 TEST(ThisMachine, ItsPreferencesAndItsNetworkAreShown) {
-  EXPECT_EQ(documentOf(ctl::runCommandLine({"--json", "prefs"}, false)).size(), 9U);
-  EXPECT_EQ(documentOf(ctl::runCommandLine({"--json", "network"}, false)).size(), 5U);
+  EXPECT_EQ(documentOf(run({"--json", "prefs"})).size(), 9U);
+  EXPECT_EQ(documentOf(run({"--json", "network"})).size(), 5U);
 }
 
 TEST(ThisMachine, FindsNobodyWithTheReservedUserID) {
-  const auto outcome = ctl::runCommandLine({"--json", "user", "4294967294"}, false);
+  const auto outcome = run({"--json", "user", "4294967294"});
   EXPECT_EQ(outcome.status, ExitStatus::No) << outcome.errors;
 }
 

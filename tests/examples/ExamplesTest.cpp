@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "ctl/CommandLine.h"
+#include "tests/ctl/Run.h"
 
 // Every run that examples/NAME.runs lists, in the world of that name: what gatehallctl prints is
 // compared whole with the file kept for it (scripts/update-expected writes them).
@@ -80,12 +80,13 @@ std::string nameOf(const testing::TestParamInfo<ExampleRun>& info) {
 class Examples : public testing::TestWithParam<ExampleRun> {};
 
 TEST_P(Examples, SayWhatIsKeptForThem) {
-  const auto& run = GetParam();
-  Strings words = {"--world", (examples() / (run.world + ".world.json")).string()};
-  words.insert(words.end(), run.words.begin(), run.words.end());
-  const auto outcome = ctl::runCommandLine(words, false);
-  EXPECT_EQ(outcome.output, contentOf(expectedFile(run))) << outcome.errors;
-  EXPECT_EQ(static_cast<int>(outcome.status), run.status) << outcome.errors;
+  const auto& example = GetParam();
+  fs::current_path(examples());  // where the words find their files
+  Strings words = {"--world", example.world + ".world.json"};
+  words.insert(words.end(), example.words.begin(), example.words.end());
+  const auto outcome = run(words);
+  EXPECT_EQ(outcome.output, contentOf(expectedFile(example))) << outcome.errors;
+  EXPECT_EQ(static_cast<int>(outcome.status), example.status) << outcome.errors;
 }
 
 INSTANTIATE_TEST_SUITE_P(World, Examples, testing::ValuesIn(allRuns()), nameOf);
@@ -97,6 +98,15 @@ TEST(ExampleFiles, EveryWorldIsRun) {
     EXPECT_TRUE(std::any_of(runs.begin(), runs.end(), [&](const ExampleRun& run) {
       return run.world == world;
     })) << world;
+  }
+}
+
+TEST(ExampleFiles, EveryScriptIsRun) {
+  const auto runs = allRuns();
+  for (const auto& path : filesNamed(".events.json")) {
+    EXPECT_TRUE(std::any_of(runs.begin(), runs.end(), [&](const ExampleRun& run) {
+      return std::find(run.words.begin(), run.words.end(), path.filename()) != run.words.end();
+    })) << path;
   }
 }
 

@@ -1,5 +1,7 @@
 #include "platform/instrumented/RecordingLog.h"
 
+#include <utility>
+
 namespace gatehall {
 
 void RecordingLog::error(std::string_view text) { append(Level::Error, text); }
@@ -9,6 +11,11 @@ void RecordingLog::diagnostic(std::string_view text) { append(Level::Diagnostic,
 std::vector<RecordingLog::Entry> RecordingLog::entries() const {
   const std::scoped_lock lock(mMutex);
   return mEntries;
+}
+
+std::vector<RecordingLog::Entry> RecordingLog::takeEntries() {
+  const std::scoped_lock lock(mMutex);
+  return std::exchange(mEntries, {});
 }
 
 void RecordingLog::append(Level level, std::string_view text) {

@@ -26,6 +26,9 @@ class RecordingLog : public Log {
   /// What was logged so far.
   std::vector<Entry> entries() const;
 
+  /// The same, which are forgotten then.
+  std::vector<Entry> takeEntries();
+
  private:
   void append(Level level, std::string_view text);
 

@@ -123,6 +123,30 @@ TEST_F(WorldRunLoopTest, RunsFreeThreadsBesideTheMainThread) {
   EXPECT_EQ(ran, 8);
 }
 
+TEST_F(WorldRunLoopTest, RunsWhatThreadsDoAtTheMomentTheyAreDetached) {
+  const auto note = [&] { mMoments.push_back(elapsed()); };
+  mLoop.performAfterDelay(1, [&] {
+    mLoop.detachNewThread([&] {
+      mLoop.performOnMainThreadAndWait(note);
+      mLoop.performAfterDelay(1, note);
+      mLoop.sleep(0.5);
+      note();
+    });
+  });
+  mLoop.run(10);
+  EXPECT_THAT(mMoments, ElementsAre(1, 1.5, 2));
+  EXPECT_EQ(elapsed(), 10);
+}
+
+TEST_F(WorldRunLoopTest, RunsWhatIsReadyWithoutLettingTimePass) {
+  int told = 0;
+  mWorld->notificationCenter().addObserver(this, "x", [&](const Notification&) { ++told; });
+  mLoop.detachNewThread([&] { mWorld->notificationCenter().post("x"); });
+  mLoop.run(0);
+  EXPECT_EQ(told, 1);
+  EXPECT_EQ(elapsed(), 0);
+}
+
 TEST_F(WorldRunLoopTest, EndsWaitingThreadsWithTheWorld) {
   struct Guard {
     int& ended;
