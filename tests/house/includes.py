@@ -60,7 +60,10 @@ LIBRARIES = {
     "libcrypt": (r"crypt\.h", set()),
     "PAM": (r"security/", set()),
     "libuuid": (r"uuid/", set()),
-    "libldap": (r"(ldap|lber)", set()),
+    "libldap": (
+        r"(open)?ldap|lber",
+        {"platform/linux/LdapLibrary", "platform/linux/LdapConnection"},
+    ),
     "libxml2": (r"libxml/", set()),
     "uriparser": (r"uriparser/", set()),
     "Pango": (r"pango/", set()),

@@ -19,5 +19,7 @@ inline constexpr std::int64_t kNewPasswordRefused = 5105;
 inline constexpr std::int64_t kPasswordServiceUnavailable = 5106;
 /// The record is no account: groups have no password.
 inline constexpr std::int64_t kNoPasswords = 5107;
+/// The password is past its age, or has to be changed first.
+inline constexpr std::int64_t kPasswordExpired = 5108;
 
 }  // namespace gatehall::directoryError

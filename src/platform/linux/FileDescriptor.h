@@ -23,6 +23,9 @@ class FileDescriptor {
   bool isOpen() const { return mNumber >= 0; }
   int number() const { return mNumber; }
 
+  /// Leaves the file to somebody else.
+  int release() { return std::exchange(mNumber, -1); }
+
  private:
   int mNumber = -1;
 };

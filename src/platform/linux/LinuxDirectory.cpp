@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxDirectory.h"
 
 #include "platform/linux/EmptyNode.h"
+#include "platform/linux/LdapNode.h"
 #include "platform/linux/LocalNode.h"
 #include "platform/linux/SearchNode.h"
 
@@ -10,10 +11,9 @@ namespace {
 
 class LinuxDirectorySession final : public DirectorySession {
  public:
-  LinuxDirectorySession(HostOptions options, Log& log, Clock& clock,
+  LinuxDirectorySession(std::shared_ptr<LocalHost> host,
                         std::vector<std::shared_ptr<NetworkNode>> networkNodes)
-      : mLocal(std::make_shared<LocalNode>(
-            std::make_shared<LocalHost>(std::move(options), log, clock))),
+      : mLocal(std::make_shared<LocalNode>(std::move(host))),
         mUnix(std::make_shared<EmptyNode>("unix")),
         mNetworkNodes(std::move(networkNodes)),
         mSearch(std::make_shared<SearchNode>(
@@ -46,13 +46,35 @@ class LinuxDirectorySession final : public DirectorySession {
   std::shared_ptr<DirectoryNode> mSearch;
 };
 
+std::vector<std::shared_ptr<NetworkNode>> configuredNodes(const std::shared_ptr<LocalHost>& host,
+                                                          Log& log) {
+  std::vector<std::shared_ptr<NetworkNode>> nodes;
+  for (auto& settings : LdapSettings::readAll(host->options, host->faults)) {
+    nodes.push_back(std::make_shared<LdapNode>(std::make_shared<LdapDirectory>(
+        std::move(settings), host->options, std::shared_ptr<FaultLog>(host, &host->faults), log,
+        host->clock)));
+  }
+  return nodes;
+}
+
 }  // namespace
+
+LinuxDirectory::LinuxDirectory(HostOptions options, Log& log, Clock& clock) {
+  auto host = std::make_shared<LocalHost>(std::move(options), log, clock);
+  mNetworkNodes = configuredNodes(host, log);
+  mSession = std::make_shared<LinuxDirectorySession>(std::move(host), mNetworkNodes);
+}
 
 LinuxDirectory::LinuxDirectory(HostOptions options, Log& log, Clock& clock,
                                std::vector<std::shared_ptr<NetworkNode>> networkNodes)
-    : mSession(std::make_shared<LinuxDirectorySession>(std::move(options), log, clock,
-                                                       std::move(networkNodes))) {}
+    : mNetworkNodes(std::move(networkNodes)),
+      mSession(std::make_shared<LinuxDirectorySession>(
+          std::make_shared<LocalHost>(std::move(options), log, clock), mNetworkNodes)) {}
 
 std::shared_ptr<DirectorySession> LinuxDirectory::defaultSession() { return mSession; }
+
+void LinuxDirectory::forgetFetched() {
+  for (const auto& node : mNetworkNodes) node->forgetFetched();
+}
 
 }  // namespace gatehall

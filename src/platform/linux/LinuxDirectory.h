@@ -16,12 +16,21 @@ namespace gatehall {
 /// The log and the clock have to outlive the directory and its records.
 class LinuxDirectory final : public DirectoryService {
  public:
+  /// With the network nodes that /etc/gatehall/directory.toml describes. May raise
+  /// PlatformException.
+  LinuxDirectory(HostOptions options, Log& log, Clock& clock);
+
+  /// With other ones.
   LinuxDirectory(HostOptions options, Log& log, Clock& clock,
-                 std::vector<std::shared_ptr<NetworkNode>> networkNodes = {});
+                 std::vector<std::shared_ptr<NetworkNode>> networkNodes);
 
   std::shared_ptr<DirectorySession> defaultSession() override;
 
+  /// Has the network's nodes forget what they fetched a moment ago: the directory changed.
+  void forgetFetched();
+
  private:
+  std::vector<std::shared_ptr<NetworkNode>> mNetworkNodes;
   std::shared_ptr<DirectorySession> mSession;
 };
 

@@ -1,14 +1,25 @@
 #pragma once
 
 #include "platform/DirectoryService.h"
+#include "platform/PlatformException.h"
 
 namespace gatehall {
+
+/// A directory that gave no answer at all: it could not be connected to, or nothing came within its
+/// time. One that breaks off in the middle of an answer raises a plain PlatformException.
+class DirectoryUnreachable : public PlatformException {
+ public:
+  using PlatformException::PlatformException;
+};
 
 /// A node of a network directory, behind the local ones on the search path.
 class NetworkNode : public DirectoryNode {
  public:
   /// Whether the directory can be reached now. From any thread; raises nothing.
   virtual bool isReachable() = 0;
+
+  /// Drops what was fetched and kept for the next questions. From any thread; raises nothing.
+  virtual void forgetFetched() {}
 };
 
 }  // namespace gatehall

@@ -1,5 +1,9 @@
 #include "platform/linux/SearchNode.h"
 
+#include <future>
+#include <system_error>
+#include <utility>
+
 #include "platform/PlatformException.h"
 
 namespace gatehall {
@@ -8,46 +12,78 @@ namespace {
 
 using Records = std::vector<std::shared_ptr<DirectoryRecord>>;
 
-/// The query put to every node in turn.
+/// Asks every network node at once; the answers come in the nodes' order. Who can't be reached, or
+/// finds that out when asked, answers nothing.
+template <class Ask>
+auto askAtOnce(const std::vector<std::shared_ptr<NetworkNode>>& nodes, Ask ask) {
+  using Answer = decltype(ask(*nodes.front()));
+  std::vector<std::future<Answer>> answers;
+  for (const auto& node : nodes) {
+    const auto askNode = [ask, node]() -> Answer {
+      try {
+        return node->isReachable() ? ask(*node) : Answer();
+      } catch (const DirectoryUnreachable&) {
+        return Answer();
+      }
+    };
+    try {
+      answers.push_back(std::async(std::launch::async, askNode));
+    } catch (const std::system_error&) {  // no more threads
+      answers.push_back(std::async(std::launch::deferred, askNode));
+    }
+  }
+  return answers;
+}
+
+/// The query put to every node, to those of the network side by side.
 class SearchQuery final : public DirectoryQuery {
  public:
-  SearchQuery(std::vector<std::shared_ptr<DirectoryNode>> nodes, QueryDescription description)
-      : mNodes(std::move(nodes)), mDescription(std::move(description)) {}
+  SearchQuery(std::vector<std::shared_ptr<DirectoryNode>> localNodes,
+              std::vector<std::shared_ptr<NetworkNode>> networkNodes, QueryDescription description)
+      : mLocalNodes(std::move(localNodes)),
+        mNetworkNodes(std::move(networkNodes)),
+        mDescription(std::move(description)) {}
 
   std::optional<Records> results(bool allowPartial) override {
+    auto answers = askAtOnce(mNetworkNodes, [this, allowPartial](DirectoryNode& node) {
+      return Found{resultsOf(node, allowPartial)};
+    });
     Records records;
+    bool isWhole = true;
+    const auto add = [&](const std::optional<Records>& found) {
+      if (found) records.insert(records.end(), found->begin(), found->end());
+      isWhole = isWhole && (found || allowPartial);
+    };
+    for (const auto& node : mLocalNodes) add(resultsOf(*node, allowPartial));
+    for (auto& answer : answers) add(answer.get().records);
+    if (!isWhole) return std::nullopt;
     const auto limit = mDescription.maximumResults;
-    for (const auto& node : mNodes) {
-      auto description = mDescription;
-      if (limit != 0) {
-        if (records.size() >= limit) break;
-        description.maximumResults = limit - static_cast<std::uint32_t>(records.size());
-      }
-      const auto found = resultsOf(*node, std::move(description), allowPartial);
-      if (found) {
-        records.insert(records.end(), found->begin(), found->end());
-      } else if (!allowPartial) {
-        return std::nullopt;
-      }
-    }
+    if (limit != 0 && records.size() > limit) records.resize(limit);
     return records;
   }
 
  private:
-  static std::optional<Records> resultsOf(DirectoryNode& node, QueryDescription description,
-                                          bool allowPartial) {
+  /// What a node answers; that of a node that isn't there has no records.
+  struct Found {
+    std::optional<Records> records{std::in_place};
+  };
+
+  std::optional<Records> resultsOf(DirectoryNode& node, bool allowPartial) const {
     try {
-      const auto query = node.query(std::move(description));
+      const auto query = node.query(mDescription);
       if (!query) return std::nullopt;
       return query->results(allowPartial);
+    } catch (const DirectoryUnreachable&) {
+      throw;
     } catch (const PlatformException&) {
       if (!allowPartial) throw;
       return std::nullopt;
     }
   }
 
-  std::vector<std::shared_ptr<DirectoryNode>> mNodes;
-  QueryDescription mDescription;
+  const std::vector<std::shared_ptr<DirectoryNode>> mLocalNodes;
+  const std::vector<std::shared_ptr<NetworkNode>> mNetworkNodes;
+  const QueryDescription mDescription;
 };
 
 }  // namespace
@@ -62,32 +98,32 @@ std::optional<Strings> SearchNode::subnodeNames() {
 }
 
 std::optional<Strings> SearchNode::unreachableSubnodeNames() {
+  auto answers = askAtOnce(mNetworkNodes, [](const NetworkNode&) { return true; });
   Strings names;
-  for (const auto& node : mNetworkNodes) {
-    if (!node->isReachable()) names.push_back(node->nodeName().value_or(""));
+  for (std::size_t index = 0; index < answers.size(); ++index) {
+    if (!answers[index].get()) names.push_back(mNetworkNodes[index]->nodeName().value_or(""));
   }
   return names;
-}
-
-std::vector<std::shared_ptr<DirectoryNode>> SearchNode::reachableNodes() const {
-  auto nodes = mLocalNodes;
-  for (const auto& node : mNetworkNodes) {
-    if (node->isReachable()) nodes.push_back(node);
-  }
-  return nodes;
 }
 
 std::shared_ptr<DirectoryRecord> SearchNode::recordByTypeAndName(std::string_view type,
                                                                  std::string_view name,
                                                                  const Strings& attributes) {
-  for (const auto& node : reachableNodes()) {
+  for (const auto& node : mLocalNodes) {
     if (auto found = node->recordByTypeAndName(type, name, attributes)) return found;
   }
-  return nullptr;
+  std::shared_ptr<DirectoryRecord> first;
+  for (auto& answer : askAtOnce(mNetworkNodes, [&](DirectoryNode& node) {
+         return node.recordByTypeAndName(type, name, attributes);
+       })) {
+    auto found = answer.get();
+    if (!first) first = std::move(found);
+  }
+  return first;
 }
 
 std::shared_ptr<DirectoryQuery> SearchNode::query(QueryDescription description) {
-  return std::make_shared<SearchQuery>(reachableNodes(), std::move(description));
+  return std::make_shared<SearchQuery>(mLocalNodes, mNetworkNodes, std::move(description));
 }
 
 }  // namespace gatehall

@@ -10,8 +10,9 @@ namespace gatehall {
 
 inline constexpr std::string_view kSearchNodeName = "search";
 
-/// The node that covers all others: the two local ones, then the network's. Nodes that can't be
-/// reached have no records until they can.
+/// The node that covers all others: the two local ones, then the network's, which are asked side by
+/// side. Nodes that can't be reached have no records until they can; one that breaks off in the
+/// middle of an answer fails the question.
 class SearchNode final : public DirectoryNode {
  public:
   SearchNode(std::vector<std::shared_ptr<DirectoryNode>> localNodes,
@@ -26,8 +27,6 @@ class SearchNode final : public DirectoryNode {
   std::shared_ptr<DirectoryQuery> query(QueryDescription description) override;
 
  private:
-  std::vector<std::shared_ptr<DirectoryNode>> reachableNodes() const;
-
   std::vector<std::shared_ptr<DirectoryNode>> mLocalNodes;
   std::vector<std::shared_ptr<NetworkNode>> mNetworkNodes;
 };

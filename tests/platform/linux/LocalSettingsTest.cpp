@@ -42,7 +42,8 @@ TEST_F(LocalSettingsFile, NeedNotExist) {
 
 TEST_F(LocalSettingsFile, NamesAdministratorsGroupsAndGuests) {
   machine.write(kFile,
-                "[ldap.example]\nuri = \"ldaps://example\"\n"
+                "[[directory]]\nname = \"example\"\nservers = [\"ldaps://ldap.example.org\"]\n"
+                "base = \"dc=example,dc=org\"\n"
                 "[local]\nadmin-groups = [\"chiefs\"]\nguests = [\"gus\", \"guest-h*\"]\n");
   EXPECT_THAT(admins(), ElementsAre("root", "gus"));
   EXPECT_THAT(guests(), ElementsAre("gus", "guest-house"));

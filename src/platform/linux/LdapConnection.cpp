@@ -1,0 +1,395 @@
+#include "platform/linux/LdapConnection.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <limits>
+#include <unordered_map>
+#include <utility>
+
+#include "platform/linux/AccountLine.h"
+#include "platform/linux/LdapLibrary.h"
+#include "platform/linux/NetworkNode.h"
+
+namespace gatehall {
+
+namespace {
+
+using Message = LdapOwned<LDAPMessage>;
+
+/// Searches that a server is sent before it has answered one. Servers close connections that have
+/// too many waiting; the usual limit for anonymous ones is 100.
+constexpr std::size_t kAtATime = 16;
+
+/// The longest message that a server may send; a group of half a million members fits.
+constexpr ber_len_t kLongestMessage = ber_len_t{64} << 20U;
+
+constexpr std::size_t kLongestReferralList = 64;
+
+std::atomic<std::uint64_t> gSearchesSent{0};
+
+const LdapLibrary& library() { return LdapLibrary::get(); }
+
+timeval timeUntil(Deadline deadline) {
+  const int left = millisecondsUntil(deadline);
+  timeval time{};
+  time.tv_sec = left / 1000;
+  time.tv_usec = (left % 1000) * 1000;
+  return time;
+}
+
+berval viewOf(std::string_view text) {
+  return {text.size(), const_cast<char*>(text.data())};  // the library only reads it
+}
+
+std::string_view textOf(const berval& value) {
+  return value.bv_val == nullptr ? std::string_view()
+                                 : std::string_view(value.bv_val, value.bv_len);
+}
+
+template <class Type>
+void setOption(LDAP* session, int option, const Type& value, const LdapURI& server) {
+  if (library().set_option(session, option, &value) != LDAP_OPT_SUCCESS) {
+    throw DirectoryUnreachable(server.text + ": TLS can't be set up");
+  }
+}
+
+}  // namespace
+
+struct LdapConnection::Session {
+  LdapURI server;
+  LdapOwned<LDAP> ldap;
+  int pageSize = 0;
+
+  struct Answer {
+    LdapResult result;
+    LdapOwned<LDAPControl*> controls;
+  };
+
+  [[noreturn]] void lose(const std::string& why, bool timedOut) const {
+    throw LdapConnectionLost(server.text + ": " + why, timedOut);
+  }
+
+  std::string lastError() const {
+    int code = LDAP_OTHER;
+    library().get_option(ldap.get(), LDAP_OPT_RESULT_CODE, &code);
+    if (code == LDAP_SERVER_DOWN) return "the connection broke off";
+    return library().err2string(code);
+  }
+
+  /// The next message to that operation, or to any.
+  Message wait(int operation, Deadline deadline) const {
+    auto time = timeUntil(deadline);
+    LDAPMessage* received = nullptr;
+    const int type = library().result(ldap.get(), operation, LDAP_MSG_ONE, &time, &received);
+    Message message(received);
+    if (type == 0) lose("no answer in time", true);
+    if (type < 0 || !message) lose(lastError(), false);
+    return message;
+  }
+
+  Answer parse(LDAPMessage* message) const {
+    Answer answer;
+    char* text = nullptr;
+    char** referrals = nullptr;
+    LDAPControl** controls = nullptr;
+    const int status = library().parse_result(ldap.get(), message, &answer.result.code, nullptr,
+                                              &text, &referrals, &controls, 0);
+    const LdapOwned<char> textOwner(text);
+    const LdapOwned<char*> referralsOwner(referrals);
+    answer.controls.reset(controls);
+    if (status != LDAP_SUCCESS) lose("an answer that can't be read", false);
+    answer.result.text = library().err2string(answer.result.code);
+    if (text != nullptr && *text != '\0') {
+      answer.result.text += " (" + accountLine::printable(text) + ")";
+    }
+    addReferrals(answer.result, referrals);
+    return answer;
+  }
+
+  static void addReferrals(LdapResult& result, char** referrals) {
+    for (; referrals != nullptr && *referrals != nullptr; ++referrals) {
+      if (result.referrals.size() < kLongestReferralList) result.referrals.emplace_back(*referrals);
+    }
+  }
+
+  void check(int status) const {
+    if (status != LDAP_SUCCESS) lose(lastError(), false);
+  }
+
+  LdapResult finish(int status, int operation, Deadline deadline) const {
+    check(status);
+    return parse(wait(operation, deadline).get()).result;
+  }
+
+  void startTls(const LdapSettings& settings, const std::string& root, Deadline deadline);
+  int send(const LdapSearch& search, std::string_view cookie) const;
+  std::string cookieOf(const Answer& answer) const;
+  void decode(LDAPMessage* message, std::size_t index, const Sink& sink,
+              std::vector<LdapAttribute>& room) const;
+};
+
+void LdapConnection::Session::startTls(const LdapSettings& settings, const std::string& root,
+                                       Deadline deadline) {
+  auto* session = ldap.get();
+  const int require =
+      settings.tls == LdapSettings::Tls::Verified ? LDAP_OPT_X_TLS_HARD : LDAP_OPT_X_TLS_NEVER;
+  setOption(session, LDAP_OPT_X_TLS_REQUIRE_CERT, require, server);
+  const auto caFile = root + settings.caFile;
+  if (library().set_option(session, LDAP_OPT_X_TLS_CACERTFILE, caFile.c_str()) !=
+      LDAP_OPT_SUCCESS) {
+    throw DirectoryUnreachable(server.text + ": TLS can't be set up");
+  }
+  setOption(session, LDAP_OPT_X_TLS_PROTOCOL_MIN, int{LDAP_OPT_X_TLS_PROTOCOL_TLS1_2}, server);
+  if (library().set_option(session, LDAP_OPT_X_TLS_NEWCTX, &require) != LDAP_OPT_SUCCESS) {
+    throw DirectoryUnreachable(server.text + ": TLS can't be set up; is " + caFile + " readable?");
+  }
+  if (server.scheme == LdapURI::Scheme::Ldap) {
+    int operation = 0;
+    const int status = library().start_tls(session, nullptr, nullptr, &operation);
+    const auto result = finish(status, operation, deadline);
+    if (!result.isSuccess()) throw DirectoryUnreachable(server.text + ": no TLS: " + result.text);
+  }
+  const auto time = timeUntil(deadline);
+  setOption(session, LDAP_OPT_NETWORK_TIMEOUT, time, server);
+  if (library().install_tls(session) != LDAP_SUCCESS) {
+    LdapOwned<char> text;
+    char* said = nullptr;
+    library().get_option(session, LDAP_OPT_DIAGNOSTIC_MESSAGE, &said);
+    text.reset(said);
+    throw DirectoryUnreachable(
+        server.text + ": TLS fails: " +
+        (said != nullptr && *said != '\0' ? accountLine::printable(said) : lastError()));
+  }
+}
+
+std::unique_ptr<LdapConnection> LdapConnection::open(const LdapSettings& settings,
+                                                     const LdapURI& server, const std::string& root,
+                                                     Deadline deadline) {
+  auto session = std::make_unique<Session>();
+  session->server = server;
+  session->pageSize = settings.pageSize;
+  auto socket = connectTo(server, root, deadline);
+  session->ldap = openSession(std::move(socket), server.text.c_str());
+  if (!session->ldap) throw DirectoryUnreachable(server.text + ": no session");
+  auto* ldap = session->ldap.get();
+  // Whatever the machine's ldap.conf says.
+  const int version = LDAP_VERSION3;
+  const int never = LDAP_DEREF_NEVER;
+  const int unlimited = LDAP_NO_LIMIT;
+  setOption(ldap, LDAP_OPT_PROTOCOL_VERSION, version, server);
+  library().set_option(ldap, LDAP_OPT_REFERRALS, LDAP_OPT_OFF);
+  setOption(ldap, LDAP_OPT_DEREF, never, server);
+  setOption(ldap, LDAP_OPT_SIZELIMIT, unlimited, server);
+  setOption(ldap, LDAP_OPT_TIMELIMIT, unlimited, server);
+  Sockbuf* buffer = nullptr;
+  auto longest = kLongestMessage;
+  library().get_option(ldap, LDAP_OPT_SOCKBUF, &buffer);
+  library().ber_sockbuf_ctrl(buffer, LBER_SB_OPT_SET_MAX_INCOMING, &longest);
+  const bool isPlain = settings.tls == LdapSettings::Tls::Off;
+  // A socket of the machine itself needs no encryption.
+  if (server.scheme == LdapURI::Scheme::Ldaps ||
+      (server.scheme == LdapURI::Scheme::Ldap && !isPlain)) {
+    try {
+      session->startTls(settings, root, deadline);
+    } catch (const LdapConnectionLost& lost) {
+      throw DirectoryUnreachable(lost.what());
+    }
+  }
+  return std::unique_ptr<LdapConnection>(new LdapConnection(std::move(session)));
+}
+
+LdapConnection::LdapConnection(std::unique_ptr<Session> session) : mSession(std::move(session)) {}
+
+LdapConnection::~LdapConnection() = default;
+
+const LdapURI& LdapConnection::server() const { return mSession->server; }
+
+std::uint64_t LdapConnection::searchesSent() { return gSearchesSent; }
+
+LdapBindResult LdapConnection::bind(const std::string& name, std::string_view password,
+                                    Deadline deadline) {
+  auto* ldap = mSession->ldap.get();
+  std::string oid(LDAP_CONTROL_PASSWORDPOLICYREQUEST);
+  LDAPControl policyRequest{};
+  policyRequest.ldctl_oid = oid.data();
+  std::array<LDAPControl*, 2> controls{&policyRequest, nullptr};
+  auto credentials = viewOf(password);
+  int operation = 0;
+  mSession->check(library().sasl_bind(ldap, name.c_str(), LDAP_SASL_SIMPLE, &credentials,
+                                      controls.data(), nullptr, &operation));
+  auto answer = mSession->parse(mSession->wait(operation, deadline).get());
+  LdapBindResult bound{std::move(answer.result), LdapBindResult::Policy::Nothing};
+  auto* control =
+      library().control_find(LDAP_CONTROL_PASSWORDPOLICYRESPONSE, answer.controls.get(), nullptr);
+  if (control == nullptr) return bound;
+  LDAPPasswordPolicyError error = PP_noError;
+  ber_int_t expire = 0;
+  ber_int_t grace = 0;
+  if (library().parse_passwordpolicy_control(ldap, control, &expire, &grace, &error) !=
+      LDAP_SUCCESS) {
+    return bound;
+  }
+  if (error == PP_passwordExpired) bound.policy = LdapBindResult::Policy::Expired;
+  if (error == PP_accountLocked) bound.policy = LdapBindResult::Policy::Locked;
+  if (error == PP_changeAfterReset) bound.policy = LdapBindResult::Policy::ChangeAfterReset;
+  return bound;
+}
+
+int LdapConnection::Session::send(const LdapSearch& search, std::string_view cookie) const {
+  std::vector<char*> attributes;
+  for (const auto& each : search.attributes) attributes.push_back(const_cast<char*>(each.c_str()));
+  attributes.push_back(nullptr);
+  LdapOwned<LDAPControl> page;
+  if (search.isPaged) {
+    auto at = viewOf(cookie);
+    LDAPControl* made = nullptr;
+    check(library().create_page_control(ldap.get(), pageSize, &at, 0, &made));
+    page.reset(made);
+  }
+  std::array<LDAPControl*, 2> controls{page.get(), nullptr};
+  int operation = 0;
+  check(library().search_ext(
+      ldap.get(), search.base.c_str(),
+      search.scope == LdapSearch::Scope::Base ? LDAP_SCOPE_BASE : LDAP_SCOPE_SUBTREE,
+      search.filter.c_str(), attributes.data(), 0, controls.data(), nullptr, nullptr, LDAP_NO_LIMIT,
+      &operation));
+  ++gSearchesSent;
+  return operation;
+}
+
+std::string LdapConnection::Session::cookieOf(const Answer& answer) const {
+  auto* control = library().control_find(LDAP_CONTROL_PAGEDRESULTS, answer.controls.get(), nullptr);
+  if (control == nullptr) return {};
+  ber_int_t estimate = 0;
+  berval cookie{};
+  const int status = library().parse_pageresponse_control(ldap.get(), control, &estimate, &cookie);
+  const LdapOwned<char> owner(cookie.bv_val);
+  if (status != LDAP_SUCCESS) lose("a page that can't be read", false);
+  return std::string(textOf(cookie));
+}
+
+void LdapConnection::Session::decode(LDAPMessage* message, std::size_t index, const Sink& sink,
+                                     std::vector<LdapAttribute>& room) const {
+  BerElement* opened = nullptr;
+  berval name{};
+  const int status = library().get_dn_ber(ldap.get(), message, &opened, &name);
+  const LdapOwned<BerElement> entry(opened);
+  std::size_t count = 0;
+  bool isWhole = status == LDAP_SUCCESS;
+  while (isWhole) {
+    berval attribute{};
+    berval* values = nullptr;
+    isWhole = library().get_attribute_ber(ldap.get(), message, opened, &attribute, &values) ==
+              LDAP_SUCCESS;
+    const LdapOwned<berval> owner(values);
+    if (!isWhole || attribute.bv_val == nullptr) break;
+    if (room.size() == count) room.emplace_back();
+    auto& each = room[count++];
+    each.name = textOf(attribute);
+    each.values.clear();
+    for (const auto* value = values; value != nullptr && value->bv_val != nullptr; ++value) {
+      each.values.push_back(textOf(*value));
+    }
+  }
+  if (isWhole) {
+    sink(index, textOf(name), std::span(room.data(), count));
+  } else {
+    sink(index, {}, {});
+  }
+}
+
+std::vector<LdapResult> LdapConnection::search(std::span<const LdapSearch> searches,
+                                               const LdapLimits& limits, const Sink& sink) {
+  std::vector<LdapResult> results(searches.size());
+  std::unordered_map<int, std::size_t> running;
+  std::vector<std::pair<std::size_t, Message>> arrived;
+  std::vector<LdapAttribute> room;
+  std::size_t next = 0;
+  bool isPaging = false;  // a server keeps the place of one paged search a connection
+  const auto sendMore = [&] {
+    while (next < searches.size() && running.size() < kAtATime) {
+      if (searches[next].isPaged && isPaging) return;
+      isPaging = isPaging || searches[next].isPaged;
+      running.emplace(mSession->send(searches[next], {}), next);
+      ++next;
+    }
+  };
+  const auto decodeArrived = [&] {
+    for (const auto& [index, message] : arrived) mSession->decode(message.get(), index, sink, room);
+    arrived.clear();
+  };
+  const auto answerDeadline = [&] {
+    return std::min(limits.total, std::chrono::steady_clock::now() + limits.answer);
+  };
+
+  sendMore();
+  auto deadline = answerDeadline();
+  constexpr std::size_t kMostKept = 4096;
+  while (!running.empty()) {
+    auto message = mSession->wait(LDAP_RES_ANY, deadline);
+    const auto search = running.find(library().msgid(message.get()));
+    if (search == running.end()) continue;
+    const auto index = search->second;
+    const int type = library().msgtype(message.get());
+    if (type == LDAP_RES_SEARCH_ENTRY) {
+      arrived.emplace_back(index, std::move(message));
+      if (arrived.size() >= kMostKept) decodeArrived();
+      continue;
+    }
+    if (type == LDAP_RES_SEARCH_REFERENCE) {
+      char** referrals = nullptr;
+      library().parse_reference(mSession->ldap.get(), message.get(), &referrals, nullptr, 0);
+      const LdapOwned<char*> owner(referrals);
+      Session::addReferrals(results[index], referrals);
+      continue;
+    }
+    if (type != LDAP_RES_SEARCH_RESULT) continue;
+    auto answer = mSession->parse(message.get());
+    running.erase(search);
+    const auto cookie = searches[index].isPaged ? mSession->cookieOf(answer) : std::string();
+    auto& result = results[index];
+    result.code = answer.result.code;
+    result.text = std::move(answer.result.text);
+    result.referrals.insert(result.referrals.end(), answer.result.referrals.begin(),
+                            answer.result.referrals.end());
+    // What comes next is asked for first, so that the server works while this page is read.
+    if (result.isSuccess() && !cookie.empty()) {
+      running.emplace(mSession->send(searches[index], cookie), index);
+    } else if (searches[index].isPaged) {
+      isPaging = false;
+    }
+    sendMore();
+    decodeArrived();
+    deadline = answerDeadline();
+  }
+  return results;
+}
+
+LdapResult LdapConnection::replace(const std::string& name, const std::string& attribute,
+                                   std::string_view value, Deadline deadline) {
+  auto bytes = viewOf(value);
+  std::array<berval*, 2> values{&bytes, nullptr};
+  LDAPMod change{};
+  change.mod_op = LDAP_MOD_REPLACE | LDAP_MOD_BVALUES;
+  change.mod_type = const_cast<char*>(attribute.c_str());
+  change.mod_vals.modv_bvals = values.data();
+  std::array<LDAPMod*, 2> changes{&change, nullptr};
+  int operation = 0;
+  const int status = library().modify_ext(mSession->ldap.get(), name.c_str(), changes.data(),
+                                          nullptr, nullptr, &operation);
+  return mSession->finish(status, operation, deadline);
+}
+
+LdapResult LdapConnection::changePassword(const std::string& name, std::string_view oldPassword,
+                                          std::string_view newPassword, Deadline deadline) {
+  auto user = viewOf(name);
+  auto before = viewOf(oldPassword);
+  auto after = viewOf(newPassword);
+  int operation = 0;
+  const int status =
+      library().passwd(mSession->ldap.get(), &user, &before, &after, nullptr, nullptr, &operation);
+  return mSession->finish(status, operation, deadline);
+}
+
+}  // namespace gatehall

@@ -1,0 +1,268 @@
+#include "platform/linux/LdapDirectory.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <unordered_set>
+#include <utility>
+
+#include "platform/linux/AccountLine.h"
+#include "platform/linux/LdapFilter.h"
+#include "platform/linux/LdapReferral.h"
+#include "platform/linux/NetworkNode.h"
+
+namespace gatehall {
+
+namespace {
+
+/// How long it is remembered whether a directory can be reached.
+constexpr double kRememberedSeconds = 5;
+
+constexpr std::size_t kMostEntries = 2000000;
+constexpr int kMostHops = 5;
+
+// RFC 4511, appendix A.
+constexpr int kSizeLimitExceeded = 4;
+constexpr int kReferral = 10;
+constexpr int kNoSuchObject = 32;
+
+}  // namespace
+
+/// Gathers entries, each once.
+class LdapDirectory::Collector {
+ public:
+  Collector(const LdapDirectory& directory, FaultLog& faults, bool mayRepeat)
+      : mDirectory(directory), mFaults(faults), mMayRepeat(mayRepeat) {}
+
+  LdapConnection::Sink sink() {
+    return [this](std::size_t, std::string_view dn, std::span<const LdapAttribute> attributes) {
+      add(dn, attributes);
+    };
+  }
+
+  void clear() {
+    mSeen.clear();
+    mEntries.clear();
+    mHasBegun = false;
+  }
+
+  void startRepeating() {
+    if (!std::exchange(mMayRepeat, true)) {
+      for (const auto& entry : mEntries) mSeen.insert(entry->first(LdapSlot::GUID));
+    }
+  }
+
+  bool hasBegun() const { return mHasBegun; }
+  LdapEntries take() { return std::move(mEntries); }
+
+ private:
+  void add(std::string_view dn, std::span<const LdapAttribute> attributes) {
+    mHasBegun = true;
+    std::string fault;
+    auto entry = readEntry(mDirectory.schemas(), dn, attributes, fault);
+    if (!entry) {
+      if (!fault.empty()) {
+        mFaults.report(mDirectory.nodeName(),
+                       "the entry " + accountLine::printable(dn) + " is left out: " + fault);
+      }
+      return;
+    }
+    if (mEntries.size() >= kMostEntries) {
+      throw PlatformException(mDirectory.nodeName() + ": more entries than can be");
+    }
+    if (mMayRepeat && !mSeen.insert(entry->first(LdapSlot::GUID)).second) return;
+    mEntries.push_back(std::move(entry));
+  }
+
+  const LdapDirectory& mDirectory;
+  FaultLog& mFaults;
+  bool mMayRepeat;
+  bool mHasBegun = false;
+  LdapEntries mEntries;
+  std::unordered_set<std::string_view> mSeen;  ///< GUIDs of the entries
+};
+
+LdapDirectory::LdapDirectory(LdapSettings settings, HostOptions options,
+                             std::shared_ptr<FaultLog> faults, Log& log, Clock& clock)
+    : mNodeName("ldap/" + settings.name),
+      mOptions(std::move(options)),
+      mFaults(std::move(faults)),
+      mLog(log),
+      mClock(clock),
+      mServers(std::move(settings), mOptions),
+      mSchemas(mServers.settings()),
+      mCache(clock) {}
+
+std::optional<bool> LdapDirectory::remembered() {
+  const std::lock_guard lock(mMutex);
+  const auto age = std::abs(mClock.now().time_since_epoch().count() - mTriedAt);
+  return age < kRememberedSeconds ? mIsReachable : std::nullopt;
+}
+
+void LdapDirectory::refuseIfUnreachable() {
+  if (remembered() == false) {
+    throw DirectoryUnreachable(mNodeName + " did not answer a moment ago");
+  }
+}
+
+void LdapDirectory::remember(bool isReachable, std::string_view why) {
+  bool isNews = false;
+  {
+    const std::lock_guard lock(mMutex);
+    isNews = mIsReachable.value_or(true) != isReachable;
+    mIsReachable = isReachable;
+    mTriedAt = mClock.now().time_since_epoch().count();
+  }
+  if (!isNews) return;
+  mLog.diagnostic(isReachable ? mNodeName + " can be reached again"
+                              : mNodeName + " can't be reached: " + std::string(why));
+}
+
+bool LdapDirectory::isReachable() {
+  if (const auto known = remembered()) return *known;
+  try {
+    guard([this] { mServers.probe(); });
+    return true;
+  } catch (const PlatformException&) {
+    return false;
+  }
+}
+
+std::vector<LdapSearch> LdapDirectory::searchesFor(std::span<const Type> types,
+                                                   std::string_view filter, bool isPaged) const {
+  const auto whole = [&](const std::string& ofType) {
+    return filter.empty() ? ofType : ldapFilter::bothOf(ofType, filter);
+  };
+  const bool isBoth = types.size() > 1;
+  if (isBoth && hasOneBase()) {
+    const std::array either{mSchemas.users.filter(), mSchemas.groups.filter()};
+    auto attributes = mSchemas.users.wanted();
+    for (const auto& each : mSchemas.groups.wanted()) {
+      if (std::ranges::find(attributes, each) == attributes.end()) attributes.push_back(each);
+    }
+    return {{mSchemas.users.base(), LdapSearch::Scope::Subtree, whole(ldapFilter::anyOf(either)),
+             std::move(attributes), isPaged}};
+  }
+  std::vector<LdapSearch> searches;
+  for (const auto type : types) {
+    const auto& schema = mSchemas.of(type);
+    searches.push_back({schema.base(), LdapSearch::Scope::Subtree, whole(schema.filter()),
+                        schema.wanted(), isPaged});
+  }
+  return searches;
+}
+
+void LdapDirectory::judge(const LdapSearch& search, const LdapResult& result, bool hasEntries) {
+  if (result.isSuccess()) return;
+  // The base of a subtree has to be there; a single entry may be gone.
+  if (result.code == kNoSuchObject && search.scope == LdapSearch::Scope::Base) return;
+  if (result.code == kReferral && settings().followsReferrals) return;
+  const auto text = "searching " + search.base + ": " + result.text;
+  if (hasEntries) throw PlatformException(mNodeName + ": " + text);
+  throw DirectoryUnreachable(text);
+}
+
+LdapEntries LdapDirectory::search(std::vector<LdapSearch> searches) {
+  if (searches.empty()) return {};
+  Collector collector(*this, *mFaults, searches.size() > 1);
+  Strings referrals;
+  std::vector<LdapSearch> again;
+  const auto work = [&](std::span<const LdapSearch> wanted, LdapConnection& connection) {
+    const auto results = connection.search(wanted, mServers.limits(), collector.sink());
+    for (std::size_t index = 0; index < results.size(); ++index) {
+      const auto& result = results[index];
+      if (result.code == kSizeLimitExceeded && !wanted[index].isPaged) {
+        again.push_back(wanted[index]);
+        again.back().isPaged = true;
+        continue;
+      }
+      judge(wanted[index], result, collector.hasBegun());
+      if (settings().followsReferrals) {
+        referrals.insert(referrals.end(), result.referrals.begin(), result.referrals.end());
+      }
+    }
+  };
+  try {
+    run([&](LdapConnection& connection) {
+      collector.clear();
+      referrals.clear();
+      again.clear();
+      work(searches, connection);
+      if (again.empty()) return;
+      collector.startRepeating();
+      work(std::exchange(again, {}), connection);
+    });
+  } catch (const LdapConnectionLost& lost) {
+    if (collector.hasBegun()) throw PlatformException(lost.what());
+    throw DirectoryUnreachable(lost.what());
+  }
+  if (!referrals.empty()) follow(referrals, searches, collector);
+  return collector.take();
+}
+
+void LdapDirectory::follow(const Strings& referrals, const std::vector<LdapSearch>& searches,
+                           Collector& collector) {
+  collector.startRepeating();
+  std::unordered_set<std::string> asked;
+  Strings open = referrals;
+  for (int hop = 0; hop < kMostHops && !open.empty(); ++hop) {
+    Strings further;
+    for (const auto& text : open) {
+      if (!asked.insert(text).second) continue;
+      const auto referral = LdapReferral::parse(text);
+      if (!referral) {
+        mFaults->report(mNodeName,
+                        "a referral that can't be read: " + accountLine::printable(text));
+        continue;
+      }
+      std::vector<LdapSearch> there;
+      for (const auto& search : searches) {
+        auto same = search;
+        if (!referral->base.empty()) same.base = referral->base;
+        if (std::ranges::none_of(there, [&](const LdapSearch& each) {
+              return each.base == same.base && each.filter == same.filter;
+            })) {
+          there.push_back(std::move(same));
+        }
+      }
+      try {
+        const auto connection = mServers.connectTo(referral->server);
+        for (const auto& result : connection->search(there, mServers.limits(), collector.sink())) {
+          further.insert(further.end(), result.referrals.begin(), result.referrals.end());
+        }
+      } catch (const DirectoryUnreachable& failure) {
+        throw PlatformException(failure.what());  // a part of the answer is missing
+      }
+    }
+    open = std::move(further);
+  }
+  if (!open.empty() &&
+      std::ranges::any_of(open, [&](const std::string& text) { return !asked.contains(text); })) {
+    mFaults->report(mNodeName, "referrals lead too far");
+  }
+}
+
+LdapDirectory::RawValues LdapDirectory::readAttribute(const std::string& dn,
+                                                      const std::string& attribute) {
+  RawValues found;
+  const std::array searches{
+      LdapSearch{dn, LdapSearch::Scope::Base, "(objectClass=*)", {attribute}, false}};
+  const auto keep = [&](std::size_t, std::string_view, std::span<const LdapAttribute> attributes) {
+    if (attributes.empty()) return;
+    found.attribute = attributes.front().name;
+    found.values.assign(attributes.front().values.begin(), attributes.front().values.end());
+  };
+  run([&](LdapConnection& connection) {
+    found = {};
+    judge(searches.front(), connection.search(searches, mServers.limits(), keep).front(), false);
+  });
+  return found;
+}
+
+std::string LdapDirectory::effectiveShell(std::string_view shell) {
+  const std::lock_guard lock(mMutex);
+  if (!mShells) mShells.emplace(mOptions);
+  return std::string(mShells->effective(shell));
+}
+
+}  // namespace gatehall

@@ -1,0 +1,43 @@
+#include "platform/linux/LdapFilter.h"
+
+namespace gatehall::ldapFilter {
+
+std::string escaped(std::string_view value) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string text;
+  text.reserve(value.size());
+  for (const char c : value) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool isPlain =
+        byte >= ' ' && byte < 0x7F && c != '*' && c != '(' && c != ')' && c != '\\';
+    if (isPlain) {
+      text += c;
+    } else {
+      text += '\\';
+      text += kDigits[byte >> 4U];
+      text += kDigits[byte & 0xFU];
+    }
+  }
+  return text;
+}
+
+std::string equals(std::string_view attribute, std::string_view value) {
+  return "(" + std::string(attribute) + "=" + escaped(value) + ")";
+}
+
+std::string contains(std::string_view attribute, std::string_view value) {
+  return "(" + std::string(attribute) + "=*" + escaped(value) + "*)";
+}
+
+std::string anyOf(std::span<const std::string> filters) {
+  if (filters.size() == 1) return filters.front();
+  std::string text = "(|";
+  for (const auto& each : filters) text += each;
+  return text + ")";
+}
+
+std::string bothOf(std::string_view one, std::string_view other) {
+  return "(&" + std::string(one) + std::string(other) + ")";
+}
+
+}  // namespace gatehall::ldapFilter

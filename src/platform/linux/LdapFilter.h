@@ -1,0 +1,26 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+/// The text of search filters (RFC 4515).
+namespace gatehall::ldapFilter {
+
+/// The value as it stands in a filter: what means something there, and what is no printable ASCII,
+/// as a backslash and two digits.
+std::string escaped(std::string_view value);
+
+/// Entries that have the attribute with that value. The value is taken literally.
+std::string equals(std::string_view attribute, std::string_view value);
+
+/// Entries that have the attribute with a value that contains that one.
+std::string contains(std::string_view attribute, std::string_view value);
+
+/// Entries that any of the filters takes; one that takes none when there are no filters.
+std::string anyOf(std::span<const std::string> filters);
+
+/// Entries that both filters take.
+std::string bothOf(std::string_view one, std::string_view other);
+
+}  // namespace gatehall::ldapFilter

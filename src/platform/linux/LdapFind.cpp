@@ -1,0 +1,340 @@
+#include "platform/linux/LdapFind.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "platform/AttributeKinds.h"
+#include "platform/linux/AccountLine.h"
+#include "platform/linux/LdapFilter.h"
+#include "platform/linux/LdapName.h"
+#include "platform/portable/NameBasedUUID.h"
+
+namespace gatehall {
+
+namespace {
+
+using Type = LdapSchema::Type;
+
+constexpr std::array kTypes{Type::User, Type::Group};
+
+/// Of a filter. Many servers answer no more than 500 entries to one search, and refuse messages
+/// beyond 256 KiB.
+constexpr std::size_t kMostTerms = 500;
+constexpr std::size_t kLongestFilter = 150000;
+
+void sort(LdapEntries& entries) {
+  std::ranges::sort(
+      entries, [](const auto& left, const auto& right) { return standsBefore(*left, *right); });
+}
+
+/// The filters of a few hundred terms each that together take what any of the terms does.
+std::vector<std::string> filtersOf(std::span<const std::string> terms) {
+  std::vector<std::string> filters;
+  std::size_t begin = 0;
+  std::size_t length = 0;
+  for (std::size_t end = 0; end <= terms.size(); ++end) {
+    const bool isFull = end - begin == kMostTerms || length > kLongestFilter;
+    if (end > begin && (end == terms.size() || isFull)) {
+      filters.push_back(ldapFilter::anyOf(terms.subspan(begin, end - begin)));
+      begin = end;
+      length = 0;
+    }
+    if (end < terms.size()) length += terms[end].size();
+  }
+  return filters;
+}
+
+/// The value as entries hold it; empty for what none can have.
+std::optional<std::string> asStored(LdapSlot slot, std::string_view value) {
+  if (value.empty()) return std::nullopt;
+  if (slot == LdapSlot::GUID) {
+    const auto guid = parseUUID(value);
+    return guid ? std::optional(uuidText(*guid)) : std::nullopt;
+  }
+  if (slot == LdapSlot::UserID || slot == LdapSlot::GroupID) {
+    const auto id = accountLine::accountID(value);
+    return id && std::to_string(*id) == value ? std::optional(std::string(value)) : std::nullopt;
+  }
+  return std::string(value);
+}
+
+std::string termOf(const LdapSchema& schema, LdapSlot slot, const std::string& value) {
+  const auto& attribute = schema.attribute(slot);
+  if (slot != LdapSlot::GUID) return ldapFilter::equals(attribute, value);
+  return ldapFilter::equals(attribute, guidForFilter(schema, value).value_or(value));
+}
+
+/// No two entries have the same one, or hardly any.
+bool isIdentity(LdapSlot slot) {
+  return slot == LdapSlot::Name || slot == LdapSlot::UserID || slot == LdapSlot::GUID;
+}
+
+/// A GUID is one entry's, whatever its type and whatever was asked for.
+void keepGUID(LdapCache& cache, const std::shared_ptr<const LdapEntry>& entry) {
+  for (const auto type : kTypes) {
+    cache.keep(type, LdapSlot::GUID, entry->first(LdapSlot::GUID),
+               entry->type == type ? LdapEntries{entry} : LdapEntries());
+  }
+}
+
+/// Asks the directory for values that nothing is known of, and keeps the answers.
+LdapEntries fetch(LdapDirectory& directory, std::span<const Type> types, LdapSlot slot,
+                  const std::unordered_set<std::string>& values) {
+  std::vector<LdapSearch> searches;
+  const auto addSearches = [&](std::span<const Type> together) {
+    const auto& schema = directory.schemas().of(together.front());
+    if (schema.attribute(slot).empty()) return;
+    std::vector<std::string> terms;
+    for (const auto& value : values) terms.push_back(termOf(schema, slot, value));
+    for (const auto& filter : filtersOf(terms)) {
+      auto more = directory.searchesFor(together, filter, !isIdentity(slot));
+      std::ranges::move(more, std::back_inserter(searches));
+    }
+  };
+  const auto& schemas = directory.schemas();
+  const bool isTogether =
+      directory.hasOneBase() && schemas.users.attribute(slot) == schemas.groups.attribute(slot);
+  // What a GUID is of is as good as known when either type was asked for.
+  std::span<const Type> asked = types;
+  if (isTogether && slot == LdapSlot::GUID) asked = kTypes;
+  if (isTogether) {
+    addSearches(asked);
+  } else {
+    for (const auto& type : asked) addSearches({&type, 1});
+  }
+
+  std::array<std::unordered_map<std::string_view, LdapEntries>, kTypes.size()> answers;
+  const auto of = [&](Type type) -> auto& { return answers[type == Type::User ? 0 : 1]; };
+  for (const auto type : asked) {
+    for (const auto& value : values) of(type)[value];
+  }
+  auto& cache = directory.cache();
+  LdapEntries found;
+  for (const auto& entry : directory.search(std::move(searches))) {
+    bool isMeant = false;
+    for (const auto& value : entry->of(slot)) {
+      const auto answer = of(entry->type).find(value.text);
+      if (answer == of(entry->type).end()) continue;
+      answer->second.push_back(entry);
+      isMeant = std::ranges::find(types, entry->type) != types.end();
+    }
+    if (slot != LdapSlot::GUID) keepGUID(cache, entry);
+    if (isMeant) found.push_back(entry);
+  }
+  for (const auto type : asked) {
+    for (auto& [value, entries] : of(type)) cache.keep(type, slot, value, std::move(entries));
+  }
+  return found;
+}
+
+/// A pattern that takes every text which, whatever its case, equals or contains the value. Only
+/// printable ASCII is compared by the server: its idea of case and of spaces is its own. Empty when
+/// nothing is left to compare.
+std::string pattern(std::string_view attribute, std::string_view value, bool isContained) {
+  std::string text = isContained ? "*" : "";
+  bool hasAny = false;
+  for (const char c : value) {
+    const bool isCompared = c > ' ' && c < 0x7F;
+    if (isCompared) {
+      text += ldapFilter::escaped({&c, 1});
+      hasAny = true;
+    } else if (!text.ends_with('*')) {
+      text += '*';
+    }
+  }
+  if (isContained && !text.ends_with('*')) text += '*';
+  if (!hasAny) return "(" + std::string(attribute) + "=*)";
+  return "(" + std::string(attribute) + "=" + text + ")";
+}
+
+std::vector<Type> typesOf(const QueryDescription& description) {
+  std::vector<Type> types;
+  const auto asksFor = [&](std::string_view type) {
+    return std::ranges::find(description.recordTypes, type) != description.recordTypes.end();
+  };
+  if (asksFor(record::Users)) types.push_back(Type::User);
+  if (asksFor(record::Groups)) types.push_back(Type::Group);
+  return types;
+}
+
+/// Entries of one type by a comparison that the directory makes.
+LdapEntries findByPattern(LdapDirectory& directory, Type type, LdapSlot slot,
+                          const QueryDescription& description) {
+  const auto& attribute = directory.schemas().of(type).attribute(slot);
+  const bool isContained = description.match == MatchType::Contains ||
+                           description.match == MatchType::ContainsIgnoringCase;
+  std::vector<std::string> terms;
+  for (const auto& value : description.values) {
+    if (value.empty() && !isContained) continue;
+    terms.push_back(pattern(attribute, value, isContained));
+  }
+  std::vector<LdapSearch> searches;
+  for (const auto& filter : filtersOf(terms)) {
+    auto more = directory.searchesFor({&type, 1}, filter, true);
+    std::ranges::move(more, std::back_inserter(searches));
+  }
+  return directory.search(std::move(searches));
+}
+
+/// Finds the entries of names that nothing is known of, by one comparison with many names at once.
+LdapEntries searchNames(LdapDirectory& directory,
+                        const std::unordered_map<std::string, std::string>& names) {
+  const bool isActiveDirectory = directory.settings().profile == LdapProfile::ActiveDirectory;
+  const std::string_view attribute = isActiveDirectory ? "distinguishedName" : "entryDN";
+  std::vector<std::string> terms;
+  for (const auto& [canonical, name] : names) terms.push_back(ldapFilter::equals(attribute, name));
+  std::vector<LdapSearch> searches;
+  for (const auto& filter : filtersOf(terms)) {
+    auto more = directory.searchesFor(kTypes, filter, false);
+    std::ranges::move(more, std::back_inserter(searches));
+  }
+  auto found = directory.search(std::move(searches));
+  if (!found.empty()) return found;
+  // Not every server keeps its names in an attribute.
+  searches.clear();
+  for (const auto& [canonical, name] : names) {
+    for (auto& search : directory.searchesFor(kTypes, {}, false)) {
+      search.base = name;
+      search.scope = LdapSearch::Scope::Base;
+      searches.push_back(std::move(search));
+    }
+  }
+  return directory.search(std::move(searches));
+}
+
+}  // namespace
+
+LdapEntries findByValues(LdapDirectory& directory, std::span<const Type> types, LdapSlot slot,
+                         const Strings& values) {
+  std::unordered_set<std::string> wanted;
+  for (const auto& value : values) {
+    if (auto stored = asStored(slot, value)) wanted.insert(std::move(*stored));
+  }
+  auto& cache = directory.cache();
+  LdapEntries found;
+  std::unordered_set<std::string> missing;
+  for (const auto& value : wanted) {
+    for (const auto type : types) {
+      if (const auto known = cache.find(type, slot, value)) {
+        found.insert(found.end(), known->begin(), known->end());
+      } else {
+        missing.insert(value);
+      }
+    }
+  }
+  if (!missing.empty()) {
+    auto fetched = fetch(directory, types, slot, missing);
+    std::ranges::move(fetched, std::back_inserter(found));
+  }
+  sort(found);
+  // An entry may have several of the values.
+  found.erase(std::unique(found.begin(), found.end(),
+                          [](const auto& left, const auto& right) {
+                            return left->first(LdapSlot::GUID) == right->first(LdapSlot::GUID);
+                          }),
+              found.end());
+  return found;
+}
+
+LdapEntries findAll(LdapDirectory& directory, std::span<const Type> types) {
+  LdapEntries all;
+  for (const auto type : types) {
+    auto known = directory.cache().findAll(type);
+    if (!known) {
+      known = directory.search(directory.searchesFor({&type, 1}, {}, true));
+      std::erase_if(*known, [type](const auto& entry) { return entry->type != type; });
+      sort(*known);
+      directory.cache().keepAll(type, *known);
+    }
+    all.insert(all.end(), known->begin(), known->end());
+  }
+  return all;
+}
+
+LdapCandidates findCandidates(LdapDirectory& directory, const QueryDescription& description) {
+  const auto types = typesOf(description);
+  const auto kind = attribute::canonical(description.attribute);
+  const auto& values = description.values;
+  if (types.empty() || values.empty()) return {{}, true};
+  if (kind == attribute::RecordName &&
+      std::ranges::find(values, attribute::AllRecords) != values.end()) {
+    return {findAll(directory, types), true};
+  }
+  const bool isExact = description.match == MatchType::EqualTo;
+  LdapCandidates candidates{{}, true};
+  std::vector<Type> byValue;
+  std::optional<LdapSlot> valueSlot;
+  for (const auto type : types) {
+    const auto slot = directory.schemas().of(type).slotOf(kind);
+    const bool isMade = kind == attribute::MetaNodeLocation || kind == attribute::Password ||
+                        kind == attribute::AuthenticationAuthority;
+    if (!slot && !isMade) continue;
+    const bool isIndexed = slot == LdapSlot::GUID ||
+                           (isExact && slot && (isIdentity(*slot) || *slot == LdapSlot::GroupID));
+    const bool isEqual = isExact || description.match == MatchType::EqualToIgnoringCase;
+    if (isIndexed && isEqual) {
+      byValue.push_back(type);
+      valueSlot = slot;
+      continue;
+    }
+    const bool isText = slot == LdapSlot::Name || slot == LdapSlot::FullName;
+    auto found = isText ? findByPattern(directory, type, *slot, description)
+                        : findAll(directory, {&type, 1});
+    std::ranges::move(found, std::back_inserter(candidates.entries));
+    candidates.areExact = false;
+  }
+  if (!byValue.empty()) {
+    auto found = findByValues(directory, byValue, *valueSlot, values);
+    std::ranges::move(found, std::back_inserter(candidates.entries));
+  }
+  sort(candidates.entries);
+  return candidates;
+}
+
+LdapEntries findByNames(LdapDirectory& directory, const Strings& names) {
+  auto& cache = directory.cache();
+  Strings canonicals;
+  std::unordered_map<std::string, std::string> missing;
+  std::unordered_map<std::string, std::shared_ptr<const LdapEntry>> known;
+  for (const auto& name : names) {
+    auto canonical = ldapName::canonical(name).value_or("");
+    if (!canonical.empty() && !known.contains(canonical) && !missing.contains(canonical)) {
+      if (auto entry = cache.findName(canonical)) {
+        known.emplace(canonical, std::move(*entry));
+      } else {
+        missing.emplace(canonical, name);
+      }
+    }
+    canonicals.push_back(std::move(canonical));
+  }
+  if (!missing.empty()) {
+    for (const auto& entry : searchNames(directory, missing)) {
+      const auto canonical = ldapName::canonical(entry->dn);
+      if (!canonical || missing.erase(*canonical) == 0) continue;
+      cache.keepName(*canonical, entry);
+      keepGUID(cache, entry);
+      // Login names are looked up next, those of a group's members for one.
+      const auto slot = LdapSlot::Name;
+      for (const auto& name : entry->of(slot)) {
+        if (!cache.find(entry->type, slot, name.text)) {
+          cache.keep(entry->type, slot, name.text, {entry});
+        }
+      }
+      known.emplace(*canonical, entry);
+    }
+    for (const auto& [canonical, name] : missing) cache.keepName(canonical, nullptr);
+  }
+  LdapEntries found;
+  found.reserve(canonicals.size());
+  for (const auto& canonical : canonicals) {
+    const auto entry = known.find(canonical);
+    found.push_back(entry == known.end() ? nullptr : entry->second);
+  }
+  return found;
+}
+
+}  // namespace gatehall

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <ldap.h>
+#include <memory>
+#include <openldap.h>
+
+#include "platform/linux/FileDescriptor.h"
+#include "platform/portable/LazyLibrary.h"
+
+namespace gatehall {
+
+/// The functions of OpenLDAP's client that are used here. It is mapped by the first call, which
+/// raises PlatformException when it is not installed.
+struct LdapLibrary {
+  LazyLibrary ldap{"libldap-2.5.so.0"};
+  LazyLibrary lber{"liblber-2.5.so.0"};
+#define GATEHALL_LDAP(name) decltype(::ldap_##name)* name = GATEHALL_FUNCTION(ldap, ldap_##name)
+#define GATEHALL_BER(name) decltype(::ber_##name)* ber_##name = GATEHALL_FUNCTION(lber, ber_##name)
+  GATEHALL_LDAP(init_fd);
+  GATEHALL_LDAP(set_option);
+  GATEHALL_LDAP(get_option);
+  GATEHALL_LDAP(unbind_ext);
+  GATEHALL_LDAP(install_tls);
+  GATEHALL_LDAP(start_tls);
+  GATEHALL_LDAP(sasl_bind);
+  GATEHALL_LDAP(search_ext);
+  GATEHALL_LDAP(modify_ext);
+  GATEHALL_LDAP(passwd);
+  GATEHALL_LDAP(result);
+  GATEHALL_LDAP(msgtype);
+  GATEHALL_LDAP(msgid);
+  GATEHALL_LDAP(msgfree);
+  GATEHALL_LDAP(parse_result);
+  GATEHALL_LDAP(parse_reference);
+  GATEHALL_LDAP(get_dn_ber);
+  GATEHALL_LDAP(get_attribute_ber);
+  GATEHALL_LDAP(create_page_control);
+  GATEHALL_LDAP(parse_pageresponse_control);
+  GATEHALL_LDAP(parse_passwordpolicy_control);
+  GATEHALL_LDAP(control_find);
+  GATEHALL_LDAP(control_free);
+  GATEHALL_LDAP(controls_free);
+  GATEHALL_LDAP(abandon_ext);
+  GATEHALL_LDAP(memfree);
+  GATEHALL_LDAP(memvfree);
+  GATEHALL_LDAP(err2string);
+  GATEHALL_BER(free);
+  GATEHALL_BER(memfree);
+  GATEHALL_BER(sockbuf_add_io);
+  GATEHALL_BER(sockbuf_ctrl);
+#undef GATEHALL_LDAP
+#undef GATEHALL_BER
+
+  static const LdapLibrary& get();
+};
+
+/// Frees what the library allocates.
+struct LdapFree {
+  void operator()(LDAP* session) const { LdapLibrary::get().unbind_ext(session, nullptr, nullptr); }
+  void operator()(LDAPMessage* message) const { LdapLibrary::get().msgfree(message); }
+  void operator()(LDAPControl* control) const { LdapLibrary::get().control_free(control); }
+  void operator()(LDAPControl** controls) const { LdapLibrary::get().controls_free(controls); }
+  void operator()(BerElement* element) const { LdapLibrary::get().ber_free(element, 0); }
+  void operator()(char* text) const { LdapLibrary::get().memfree(text); }
+  void operator()(char** texts) const {
+    LdapLibrary::get().memvfree(reinterpret_cast<void**>(texts));
+  }
+  void operator()(berval* values) const { LdapLibrary::get().ber_memfree(values); }
+};
+template <class Type>
+using LdapOwned = std::unique_ptr<Type, LdapFree>;
+
+/// A session over the connected socket. What the server sends is read ahead, nothing ever blocks,
+/// and writing to a server that is gone raises no signal. nullptr when memory is short.
+LdapOwned<LDAP> openSession(FileDescriptor socket, const char* uri);
+
+}  // namespace gatehall

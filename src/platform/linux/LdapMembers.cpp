@@ -1,0 +1,198 @@
+#include "platform/linux/LdapMembers.h"
+
+#include <algorithm>
+#include <array>
+#include <unordered_set>
+#include <utility>
+
+#include "platform/AttributeKinds.h"
+#include "platform/linux/AccountLine.h"
+#include "platform/linux/LdapFilter.h"
+#include "platform/linux/LdapFind.h"
+#include "platform/linux/LdapName.h"
+
+namespace gatehall {
+
+namespace {
+
+using Type = LdapSchema::Type;
+
+constexpr std::array kUser{Type::User};
+constexpr std::array kGroup{Type::Group};
+
+/// Servers that hand out only so many values of an attribute at once are asked for the rest, from
+/// the place where the last answer ended.
+void readFurtherMembers(LdapDirectory& directory, const LdapEntry& group, Strings& names) {
+  const auto& attribute = directory.schemas().groups.attribute(LdapSlot::Members);
+  auto next = group.membersContinueAt;
+  while (next) {
+    const auto from = std::to_string(*next);
+    const auto more = directory.readAttribute(group.dn, attribute + ";range=" + from + "-*");
+    names.insert(names.end(), more.values.begin(), more.values.end());
+    const auto dash = more.attribute.rfind('-');
+    const auto last =
+        dash == std::string::npos
+            ? std::nullopt
+            : accountLine::accountID(std::string_view(more.attribute).substr(dash + 1));
+    if (!last || *last < *next) return;
+    next = *last + 1;
+  }
+}
+
+/// The DNs of a group's members, of those that its nested groups stand by included.
+Strings memberDNs(LdapDirectory& directory, const LdapEntry& group) {
+  auto names = group.texts(LdapSlot::Members);
+  if (group.membersContinueAt) readFurtherMembers(directory, group, names);
+  return names;
+}
+
+bool isDN(std::string_view text) { return text.find('=') != std::string_view::npos; }
+
+LdapEntries nestedByName(LdapDirectory& directory, const LdapEntry& group) {
+  Strings shortNames;
+  Strings dns;
+  for (const auto& each : group.of(LdapSlot::NestedNames)) {
+    (isDN(each.text) ? dns : shortNames).push_back(each.text);
+  }
+  LdapEntries nested;
+  if (!shortNames.empty()) {
+    nested = findByValues(directory, kGroup, LdapSlot::Name, shortNames);
+  }
+  if (!dns.empty()) {
+    for (auto& each : findByNames(directory, dns)) {
+      if (each && each->type == Type::Group) nested.push_back(std::move(each));
+    }
+  }
+  return nested;
+}
+
+/// What a group can list a member by.
+struct Identity {
+  Strings names;  ///< login names
+  std::vector<std::string> dns;
+  Strings groupIDs;     ///< primary groups
+  Strings nestedNames;  ///< of a group
+};
+
+std::vector<std::string> termsOf(const LdapSchema& schema, const Identity& identity) {
+  std::vector<std::string> terms;
+  const auto add = [&](LdapSlot slot, const Strings& values) {
+    const auto& attribute = schema.attribute(slot);
+    if (attribute.empty()) return;
+    for (const auto& value : values) {
+      if (!value.empty()) terms.push_back(ldapFilter::equals(attribute, value));
+    }
+  };
+  add(LdapSlot::MemberNames, identity.names);
+  add(LdapSlot::Members, identity.dns);
+  add(LdapSlot::GroupID, identity.groupIDs);
+  add(LdapSlot::NestedNames, identity.nestedNames);
+  return terms;
+}
+
+bool contains(const Strings& texts, std::string_view text) {
+  return std::ranges::find(texts, text) != texts.end();
+}
+
+/// Servers compare names as they like, and let "ANN" be ann.
+bool lists(const LdapEntry& group, const Identity& identity) {
+  const auto isOneOf = [](const Strings& wanted) {
+    return [&wanted](const LdapEntry::Value& each) { return contains(wanted, each.text); };
+  };
+  if (std::ranges::any_of(group.of(LdapSlot::MemberNames), isOneOf(identity.names)) ||
+      std::ranges::any_of(group.of(LdapSlot::GroupID), isOneOf(identity.groupIDs)) ||
+      std::ranges::any_of(group.of(LdapSlot::NestedNames), isOneOf(identity.nestedNames))) {
+    return true;
+  }
+  if (identity.dns.empty()) return false;
+  if (group.membersContinueAt) return true;  // the server has seen all of them
+  std::vector<std::optional<std::string>> wanted;
+  for (const auto& dn : identity.dns) wanted.push_back(ldapName::canonical(dn));
+  return std::ranges::any_of(group.of(LdapSlot::Members), [&](const LdapEntry::Value& each) {
+    return std::ranges::find(wanted, ldapName::canonical(each.text)) != wanted.end();
+  });
+}
+
+void addGroup(Identity& identity, const LdapEntry& group) {
+  identity.dns.push_back(group.dn);
+  identity.nestedNames.push_back(group.dn);
+  for (auto& name : group.texts(LdapSlot::Name)) identity.nestedNames.push_back(std::move(name));
+}
+
+Identity identityOf(LdapDirectory& directory, DirectoryRecord& record) {
+  Identity identity;
+  const auto valuesOf = [&](std::string_view kind) {
+    return record.valuesForAttribute(kind).value_or(Strings());
+  };
+  const bool isGroup = record.recordType() == record::Groups;
+  if (!isGroup) {
+    identity.names = valuesOf(attribute::RecordName);
+    identity.groupIDs = valuesOf(attribute::PrimaryGroupID);
+  }
+  if (!contains(valuesOf(attribute::MetaNodeLocation), directory.nodeName())) return identity;
+  const auto entries =
+      findByValues(directory, isGroup ? kGroup : kUser, LdapSlot::GUID, valuesOf(attribute::GUID));
+  for (const auto& entry : entries) {
+    if (isGroup) {
+      addGroup(identity, *entry);
+    } else {
+      identity.dns.push_back(entry->dn);
+    }
+  }
+  return identity;
+}
+
+}  // namespace
+
+LdapMembers membersOf(LdapDirectory& directory, const LdapEntry& group) {
+  LdapMembers members;
+  members.userNames = group.texts(LdapSlot::MemberNames);
+  std::unordered_set<std::string> named(members.userNames.begin(), members.userNames.end());
+  for (auto& entry : findByNames(directory, memberDNs(directory, group))) {
+    if (!entry) continue;
+    if (entry->type == Type::Group) {
+      members.groups.push_back(std::move(entry));
+      continue;
+    }
+    if (named.emplace(entry->first(LdapSlot::Name)).second) {
+      members.userNames.emplace_back(entry->first(LdapSlot::Name));
+    }
+    members.users.push_back(std::move(entry));
+  }
+  for (auto& entry : nestedByName(directory, group)) {
+    const bool isKnown = std::ranges::any_of(members.groups, [&](const auto& each) {
+      return each->first(LdapSlot::GUID) == entry->first(LdapSlot::GUID);
+    });
+    if (!isKnown) members.groups.push_back(std::move(entry));
+  }
+  return members;
+}
+
+void prefetchMembers(LdapDirectory& directory, const LdapEntries& groups) {
+  Strings names;
+  for (const auto& group : groups) {
+    if (group->type != Type::Group) continue;
+    for (auto& name : group->texts(LdapSlot::Members)) names.push_back(std::move(name));
+  }
+  if (!names.empty()) findByNames(directory, names);
+}
+
+bool isMemberOf(LdapDirectory& directory, const LdapEntry& group, DirectoryRecord& record) {
+  const auto& schema = directory.schemas().groups;
+  auto identity = identityOf(directory, record);
+  std::unordered_set<std::string> seen;
+  for (;;) {
+    const auto terms = termsOf(schema, identity);
+    if (terms.empty()) return false;
+    Identity above;
+    for (const auto& parent :
+         directory.search(directory.searchesFor(kGroup, ldapFilter::anyOf(terms), true))) {
+      if (!lists(*parent, identity)) continue;
+      if (parent->first(LdapSlot::GUID) == group.first(LdapSlot::GUID)) return true;
+      if (seen.emplace(parent->first(LdapSlot::GUID)).second) addGroup(above, *parent);
+    }
+    identity = std::move(above);
+  }
+}
+
+}  // namespace gatehall

@@ -1,0 +1,75 @@
+#include "platform/linux/LdapNode.h"
+
+#include <algorithm>
+#include <array>
+
+#include "platform/AttributeKinds.h"
+#include "platform/linux/LdapFind.h"
+#include "platform/linux/LdapMembers.h"
+#include "platform/linux/LdapRecord.h"
+#include "platform/linux/MatchValues.h"
+
+namespace gatehall {
+
+namespace {
+
+using Records = std::vector<std::shared_ptr<DirectoryRecord>>;
+
+bool asksForMembers(const QueryDescription& description) {
+  const auto isOfMembers = [](std::string_view kind) {
+    kind = attribute::canonical(kind);
+    return kind == attribute::GroupMembership || kind == attribute::GroupMembers ||
+           kind == attribute::NestedGroups;
+  };
+  return isOfMembers(description.attribute) ||
+         std::ranges::any_of(description.returning, isOfMembers);
+}
+
+class LdapQuery final : public DirectoryQuery {
+ public:
+  LdapQuery(std::shared_ptr<LdapDirectory> directory, QueryDescription description)
+      : mDirectory(std::move(directory)), mDescription(std::move(description)) {}
+
+  std::optional<Records> results(bool) override {
+    const auto candidates = findCandidates(*mDirectory, mDescription);
+    if (asksForMembers(mDescription)) prefetchMembers(*mDirectory, candidates.entries);
+    const MatchValues match(mDescription.match, mDescription.values);
+    const std::size_t limit = mDescription.maximumResults;
+    Records records;
+    for (const auto& entry : candidates.entries) {
+      auto found = std::make_shared<LdapRecord>(mDirectory, entry);
+      if (!candidates.areExact) {
+        const auto values = found->valuesForAttribute(mDescription.attribute);
+        if (!values || !match.matchesAny(*values)) continue;
+      }
+      records.push_back(std::move(found));
+      if (limit != 0 && records.size() == limit) break;
+    }
+    return records;
+  }
+
+ private:
+  const std::shared_ptr<LdapDirectory> mDirectory;
+  const QueryDescription mDescription;
+};
+
+}  // namespace
+
+std::shared_ptr<DirectoryRecord> LdapNode::recordByTypeAndName(std::string_view type,
+                                                               std::string_view name,
+                                                               const Strings&) {
+  if (type != record::Users && type != record::Groups) return nullptr;
+  const auto wanted = type == record::Users ? LdapSchema::Type::User : LdapSchema::Type::Group;
+  const auto found =
+      findByValues(*mDirectory, std::array{wanted}, LdapSlot::Name, {std::string(name)});
+  if (found.empty()) return nullptr;
+  const auto login = std::ranges::find_if(
+      found, [&](const auto& entry) { return entry->first(LdapSlot::Name) == name; });
+  return std::make_shared<LdapRecord>(mDirectory, login == found.end() ? found.front() : *login);
+}
+
+std::shared_ptr<DirectoryQuery> LdapNode::query(QueryDescription description) {
+  return std::make_shared<LdapQuery>(mDirectory, std::move(description));
+}
+
+}  // namespace gatehall

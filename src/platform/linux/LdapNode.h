@@ -1,0 +1,29 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/linux/LdapDirectory.h"
+#include "platform/linux/NetworkNode.h"
+
+namespace gatehall {
+
+/// The node of a network directory, "ldap/NAME".
+class LdapNode final : public NetworkNode {
+ public:
+  explicit LdapNode(std::shared_ptr<LdapDirectory> directory) : mDirectory(std::move(directory)) {}
+
+  bool isReachable() override { return mDirectory->isReachable(); }
+  void forgetFetched() override { mDirectory->cache().drop(); }
+
+  std::optional<std::string> nodeName() override { return mDirectory->nodeName(); }
+  std::optional<Strings> subnodeNames() override { return std::nullopt; }
+  std::optional<Strings> unreachableSubnodeNames() override { return std::nullopt; }
+  std::shared_ptr<DirectoryRecord> recordByTypeAndName(std::string_view type, std::string_view name,
+                                                       const Strings& attributes) override;
+  std::shared_ptr<DirectoryQuery> query(QueryDescription description) override;
+
+ private:
+  const std::shared_ptr<LdapDirectory> mDirectory;
+};
+
+}  // namespace gatehall

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/linux/LdapSettings.h"
+
+namespace gatehall {
+
+/// What an entry's attribute means to a record.
+enum class LdapSlot : std::uint8_t {
+  ObjectClass,
+  Name,
+  UserID,
+  GroupID,
+  GUID,
+  FullName,
+  Shell,
+  HomeFolder,
+  Photo,        ///< never fetched with the rest: see LdapRecord
+  MemberNames,  ///< login names of a group's members
+  Members,      ///< DNs of a group's members, users and groups
+  NestedNames,  ///< names of a group's member groups
+  ShadowLastChange,
+  ShadowMaximum,
+  ShadowInactive,
+  ShadowExpiry,
+  PolicyName,  ///< DN of the password policy
+  PasswordChanged,
+  PasswordReset,
+  AccountLocked,
+  AccountEnd,
+  AccountControl,   ///< Active Directory's userAccountControl
+  AccountExpires,   ///< the same's accountExpires
+  PasswordLastSet,  ///< the same's pwdLastSet
+  FirstOther,       ///< from here on: kinds that only the settings name
+};
+
+/// How a directory's users, or its groups, are told from other entries, and which attributes they
+/// keep what in.
+class LdapSchema {
+ public:
+  enum class Type : std::uint8_t { User, Group };
+
+  LdapSchema(const LdapSettings& settings, Type type);
+
+  const std::string& base() const { return mBase; }
+
+  /// The filter that takes the entries of the type.
+  const std::string& filter() const { return mFilter; }
+
+  /// Whether an entry of these object classes is of the type.
+  bool takes(std::span<const std::string_view> objectClasses) const;
+
+  /// The LDAP attribute; empty when there is none.
+  const std::string& attribute(LdapSlot slot) const;
+
+  /// The slots that an LDAP attribute of an answer fills, its name in any case and without options.
+  std::vector<LdapSlot> slotsOf(std::string_view attribute) const;
+
+  /// The slot that holds a record's kind as it stands; empty when none does.
+  std::optional<LdapSlot> slotOf(std::string_view kind) const;
+
+  /// The kinds of slotOf.
+  std::vector<std::string_view> kinds() const;
+
+  /// The LDAP attributes to ask for, so that a record answers everything: all but the photo.
+  const std::vector<std::string>& wanted() const { return mWanted; }
+
+  /// GUIDs are 16 bytes in the order of Active Directory, not text.
+  bool hasBinaryGUIDs() const { return mHasBinaryGUIDs; }
+
+ private:
+  struct Kind {
+    std::string kind;
+    LdapSlot slot;
+  };
+
+  void set(LdapSlot slot, std::string_view attribute);
+  void setUserAttributes(LdapProfile profile);
+  void setGroupAttributes(LdapProfile profile);
+  void override(const std::string& kind, const std::string& attribute);
+
+  std::string mBase;
+  std::string mFilter;
+  std::vector<std::string> mClasses;  ///< in lower case; any of them
+  std::string mExcludedClass;
+  std::vector<std::string> mAttributes;  ///< by slot
+  std::vector<Kind> mKinds;
+  std::vector<std::string> mWanted;
+  bool mHasBinaryGUIDs;
+};
+
+}  // namespace gatehall

@@ -1,0 +1,162 @@
+#include "platform/linux/LdapServers.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "platform/linux/LdapPassword.h"
+#include "platform/linux/NetworkNode.h"
+
+namespace gatehall {
+
+namespace {
+
+using std::chrono::steady_clock;
+
+/// How long a server that failed stands behind the others.
+constexpr std::chrono::seconds kAvoided{30};
+
+/// How long a connection that nobody uses is kept; servers close theirs after minutes.
+constexpr std::chrono::seconds kIdle{30};
+constexpr std::size_t kMostIdle = 4;
+
+}  // namespace
+
+LdapServers::LdapServers(LdapSettings settings, const HostOptions& options)
+    : mSettings(std::move(settings)), mRoot(options.root) {
+  for (const auto& uri : mSettings.servers) mServers.push_back({uri, {}});
+  if (mSettings.bindName.empty()) return;
+  try {
+    mPassword = readPasswordFile(options, mSettings.bindPasswordFile);
+  } catch (const DirectoryUnreachable& failure) {
+    mPasswordFault = failure.what();
+  }
+}
+
+Deadline LdapServers::answerDeadline() const { return steady_clock::now() + mSettings.timeLimit; }
+
+LdapLimits LdapServers::limits() const {
+  return {mSettings.timeLimit, steady_clock::now() + mSettings.totalTimeLimit};
+}
+
+void LdapServers::run(const std::function<void(LdapConnection&)>& work) {
+  auto connection = takeIdle();
+  const bool isUsed = connection != nullptr;
+  if (!isUsed) connection = connect(Bound::Yes);
+  try {
+    work(*connection);
+  } catch (const LdapConnectionLost& lost) {
+    // A server may have closed a connection that nobody used, and is no worse for that.
+    if (!isUsed || lost.timedOut()) avoid(connection->server());
+    if (lost.timedOut()) throw;
+    connection = connect(Bound::Yes);
+    work(*connection);
+  }
+  giveBack(std::move(connection));
+}
+
+void LdapServers::probe() {
+  if (auto idle = takeIdle()) {
+    const std::array rootEntry{
+        LdapSearch{"", LdapSearch::Scope::Base, "(objectClass=*)", {"1.1"}, false}};
+    try {
+      idle->search(rootEntry, limits(), [](auto, auto, auto) {});
+      return giveBack(std::move(idle));
+    } catch (const LdapConnectionLost& lost) {
+      if (lost.timedOut()) avoid(idle->server());
+      if (lost.timedOut()) throw;
+    }
+  }
+  // A server answers to the bind.
+  giveBack(connect(Bound::Yes));
+}
+
+void LdapServers::runUnbound(const std::function<void(LdapConnection&)>& work) {
+  work(*connect(Bound::No));
+}
+
+LdapServers::Connection LdapServers::connectTo(const LdapURI& server) {
+  return connectTo(server, Bound::Yes, answerDeadline());
+}
+
+LdapServers::Connection LdapServers::connect(Bound bound) {
+  const auto servers = serversByPromise();
+  const auto deadline = answerDeadline();
+  std::string faults;
+  for (std::size_t index = 0; index < servers.size(); ++index) {
+    // A server that swallows everything must leave time for the others.
+    const auto now = steady_clock::now();
+    const auto share = (deadline - now) / static_cast<int>(servers.size() - index);
+    try {
+      return connectTo(servers[index], bound, now + share);
+    } catch (const DirectoryUnreachable& failure) {
+      avoid(servers[index]);
+      faults += faults.empty() ? failure.what() : std::string("; ") + failure.what();
+    }
+  }
+  throw DirectoryUnreachable(faults);
+}
+
+LdapServers::Connection LdapServers::connectTo(const LdapURI& server, Bound bound,
+                                               Deadline deadline) const {
+  if (!mPasswordFault.empty()) throw DirectoryUnreachable(mPasswordFault);
+  auto connection = LdapConnection::open(mSettings, server, mRoot, deadline);
+  if (bound == Bound::No) return connection;
+  try {
+    bindTo(*connection, deadline);
+  } catch (const LdapConnectionLost& lost) {
+    throw DirectoryUnreachable(lost.what());
+  }
+  return connection;
+}
+
+void LdapServers::bindTo(LdapConnection& connection, Deadline deadline) const {
+  // Without an account too: an anonymous bind tells a server that answers from one that doesn't,
+  // while there is still time for the next one.
+  const auto answer =
+      connection.bind(mSettings.bindName, mPassword ? mPassword->view() : "", deadline);
+  if (!answer.result.isSuccess() && mPassword) {
+    throw DirectoryUnreachable(connection.server().text + ": " + mSettings.bindName +
+                               " is refused: " + answer.result.text);
+  }
+}
+
+std::vector<LdapURI> LdapServers::serversByPromise() {
+  const std::lock_guard lock(mMutex);
+  const auto now = steady_clock::now();
+  std::vector<LdapURI> ordered;
+  for (const bool isAvoided : {false, true}) {
+    for (const auto& server : mServers) {
+      if ((server.avoidedUntil > now) == isAvoided) ordered.push_back(server.uri);
+    }
+  }
+  return ordered;
+}
+
+LdapServers::Connection LdapServers::takeIdle() {
+  std::vector<Idle> expired;
+  const std::lock_guard lock(mMutex);
+  const auto now = steady_clock::now();
+  while (!mIdle.empty()) {
+    auto idle = std::move(mIdle.back());
+    mIdle.pop_back();
+    if (idle.until > now) return std::move(idle.connection);
+    expired.push_back(std::move(idle));
+  }
+  return nullptr;
+}
+
+void LdapServers::giveBack(Connection connection) {
+  const std::lock_guard lock(mMutex);
+  if (mIdle.size() < kMostIdle)
+    mIdle.push_back({std::move(connection), steady_clock::now() + kIdle});
+}
+
+void LdapServers::avoid(const LdapURI& server) {
+  const std::lock_guard lock(mMutex);
+  for (auto& each : mServers) {
+    if (each.uri.text == server.text) each.avoidedUntil = steady_clock::now() + kAvoided;
+  }
+}
+
+}  // namespace gatehall

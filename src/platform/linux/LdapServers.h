@@ -1,0 +1,74 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/linux/HostOptions.h"
+#include "platform/linux/LdapConnection.h"
+#include "platform/linux/LdapSettings.h"
+#include "platform/linux/SecretText.h"
+
+namespace gatehall {
+
+/// The servers of one directory, which all hold the same, and the connections to them. From any
+/// thread.
+class LdapServers {
+ public:
+  /// Reads the account's password file, which nothing does later.
+  LdapServers(LdapSettings settings, const HostOptions& options);
+
+  const LdapSettings& settings() const { return mSettings; }
+
+  /// Runs the work on a connection that is bound as the directory's account, of the first server
+  /// that answers; once more, on another connection, when the first one breaks off. Raises
+  /// DirectoryUnreachable when no server answers in time, and LdapConnectionLost.
+  void run(const std::function<void(LdapConnection&)>& work);
+
+  /// Asks a server for a sign of life. Raises as run does.
+  void probe();
+
+  /// The same as run on a connection of its own that nobody is bound on.
+  void runUnbound(const std::function<void(LdapConnection&)>& work);
+
+  /// A connection to a server that another one named, bound as the directory's account.
+  std::unique_ptr<LdapConnection> connectTo(const LdapURI& server);
+
+  /// Moments from now by which an answer has to be there.
+  Deadline answerDeadline() const;
+  LdapLimits limits() const;
+
+ private:
+  enum class Bound { No, Yes };
+  using Connection = std::unique_ptr<LdapConnection>;
+
+  struct Server {
+    LdapURI uri;
+    Deadline avoidedUntil;
+  };
+  struct Idle {
+    Connection connection;
+    Deadline until;
+  };
+
+  Connection connect(Bound bound);
+  Connection connectTo(const LdapURI& server, Bound bound, Deadline deadline) const;
+  void bindTo(LdapConnection& connection, Deadline deadline) const;
+  std::vector<LdapURI> serversByPromise();
+  Connection takeIdle();
+  void giveBack(Connection connection);
+  void avoid(const LdapURI& server);
+
+  const LdapSettings mSettings;
+  const std::string mRoot;
+  std::unique_ptr<SecretText> mPassword;
+  std::string mPasswordFault;  ///< why there is no password, when there ought to be one
+  std::mutex mMutex;
+  std::vector<Server> mServers;
+  std::vector<Idle> mIdle;
+};
+
+}  // namespace gatehall
