@@ -38,6 +38,7 @@ bool write(std::FILE* file, std::string_view text) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  unsetenv("TZ");  // who may log in at what hours goes by the machine's zone
   const gatehall::Strings words(argv + (argc > 0 ? 1 : 0), argv + argc);
   int failure = 0;
   const auto print = [&failure](std::string_view text) {

@@ -14,7 +14,7 @@ class ParentalControls {
 
   /// True when the user may log in now. A refusal stores the service's code in result (meaningful
   /// only then; what it means is the service's own). nextCurfew becomes the next moment at which
-  /// the answer changes, if the service knows one. May raise PlatformException.
+  /// the answer changes, absent if the service knows none. May raise PlatformException.
   virtual bool mayLogInNow(std::uint32_t userID, std::int32_t& result,
                            std::optional<Date>& nextCurfew) = 0;
 };

@@ -9,6 +9,7 @@
 #include "platform/linux/LinuxLog.h"
 #include "platform/linux/LinuxLoginService.h"
 #include "platform/linux/LinuxMembership.h"
+#include "platform/linux/LinuxParentalControls.h"
 #include "platform/linux/LinuxPreferences.h"
 #include "platform/linux/LinuxProcess.h"
 #include "platform/linux/LinuxPropertyLists.h"
@@ -53,6 +54,7 @@ struct LinuxPlatform::Services {
   Lazy<LinuxPropertyLists> propertyLists;
   Lazy<IcuCollation> collation;
   Lazy<PortableMarkup> markup;
+  Lazy<LinuxParentalControls> parentalControls;
 };
 
 LinuxPlatform::LinuxPlatform(HostOptions options, std::string identity)
@@ -96,5 +98,9 @@ Log& LinuxPlatform::log() { return *mLog; }
 Markup& LinuxPlatform::markup() { return mServices->markup.get(); }
 
 Collation& LinuxPlatform::collation() { return mServices->collation.get(machineLocale(mOptions)); }
+
+ParentalControls& LinuxPlatform::parentalControls() {
+  return mServices->parentalControls.get(mOptions, *mLog, mServices->clock);
+}
 
 }  // namespace gatehall

@@ -9,7 +9,8 @@
 namespace gatehall {
 
 /// The Linux machine that the program runs on. A service is made when it is first asked for, and an
-/// outside library is mapped when a service first needs it. Nothing is taken from the environment.
+/// outside library is mapped when a service first needs it. Nothing is taken from the environment
+/// but, by the C library, the zone of the local time (TZ).
 class LinuxPlatform final : public Platform {
  public:
   /// Logs to the system log under the program's name.
@@ -33,6 +34,7 @@ class LinuxPlatform final : public Platform {
   Log& log() override;
   Collation& collation() override;
   Markup& markup() override;
+  ParentalControls& parentalControls() override;
 
  private:
   struct Services;

@@ -14,6 +14,7 @@
 #include "platform/linux/LoginShells.h"
 #include "platform/linux/MachineGUIDs.h"
 #include "platform/linux/Passwd.h"
+#include "platform/linux/SessionLimits.h"
 #include "platform/linux/UserRecord.h"
 
 namespace gatehall {
@@ -24,12 +25,17 @@ inline constexpr std::string_view kLocalNodeName = "local";
 /// What all records of the local node need, for as long as the process runs. From any thread.
 struct LocalHost {
   LocalHost(HostOptions hostOptions, Log& log, Clock& hostClock)
-      : options(std::move(hostOptions)), clock(hostClock), faults(log), guids(options, faults) {}
+      : options(std::move(hostOptions)),
+        clock(hostClock),
+        faults(log),
+        guids(options, faults),
+        sessionLimits(options, faults) {}
 
   const HostOptions options;
   Clock& clock;
   FaultLog faults;
   MachineGUIDs guids;
+  SessionLimits sessionLimits;
 };
 
 /// The small files around the account files, each read when it is first needed and no more than

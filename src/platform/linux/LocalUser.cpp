@@ -3,6 +3,7 @@
 #include <array>
 #include <unistd.h>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "platform/AttributeKinds.h"
 #include "platform/linux/AccountFiles.h"
@@ -15,19 +16,12 @@ namespace gatehall {
 
 namespace {
 
-constexpr std::array kKinds{attribute::RecordName,
-                            attribute::UniqueID,
-                            attribute::GUID,
-                            attribute::FullName,
-                            attribute::PrimaryGroupID,
-                            attribute::UserShell,
-                            attribute::NFSHomeDirectory,
-                            attribute::Picture,
-                            attribute::AuthenticationAuthority,
-                            attribute::AuthenticationHint,
-                            attribute::Password,
-                            attribute::MetaNodeLocation,
-                            attribute::Guest};
+constexpr std::array kKinds{
+    attribute::RecordName,         attribute::UniqueID,       attribute::GUID,
+    attribute::FullName,           attribute::PrimaryGroupID, attribute::UserShell,
+    attribute::NFSHomeDirectory,   attribute::Picture,        attribute::AuthenticationAuthority,
+    attribute::AuthenticationHint, attribute::Password,       attribute::MetaNodeLocation,
+    attribute::TavloSettings,      attribute::Guest};
 
 Strings oneUnlessEmpty(std::string_view text) {
   return text.empty() ? Strings() : Strings{std::string(text)};
@@ -112,6 +106,7 @@ Strings LocalUser::values(std::string_view kind) {
   if (kind == attribute::MetaNodeLocation) return {std::string(kLocalNodeName)};
   if (kind == attribute::Password) return passwordMark();
   if (kind == attribute::AuthenticationAuthority) return authenticationAuthority();
+  if (kind == attribute::TavloSettings) return isLimited() ? Strings{"session limits"} : Strings();
   if (auto own = attributesOfUserRecord(kind); !own.empty()) return own;
   if (kind == attribute::FullName) return fullName();
   if (kind == attribute::NFSHomeDirectory) return oneUnlessEmpty(entry().homeDirectory);
@@ -305,6 +300,26 @@ void LocalUser::fetchAccountsService(LocalContext& context,
   }
 }
 
+bool LocalUser::isLimited() {
+  if (!mIsLimited) mIsLimited = !mHost->sessionLimits.limited({entry().userID}).empty();
+  return *mIsLimited;
+}
+
+void LocalUser::fetchSessionLimits(LocalContext& context,
+                                   std::span<const std::shared_ptr<LocalUser>> users) {
+  if (users.size() <= 1) return;
+  auto& limits = context.host().sessionLimits;
+  std::unordered_set<std::uint32_t> wanted;
+  if (limits.areOffered()) {
+    for (const auto& user : users) wanted.insert(user->userID());
+  }
+  const auto limited = wanted.empty() ? wanted : limits.limited(wanted);
+  for (const auto& user : users) {
+    const std::lock_guard lock(user->mMutex);
+    user->mIsLimited = !limited.empty() && limited.contains(user->entry().userID);
+  }
+}
+
 bool LocalUser::setValue(std::string_view, std::string_view) {
   // The accounts of a machine are changed with its own commands (usermod(8), chfn(1)).
   return false;
@@ -407,6 +422,7 @@ bool LocalUser::synchronize() {
   mShadowLine = nullptr;
   mPrivilegedHashes.clear();
   mAccountsService.reset();
+  mIsLimited.reset();
   return true;
 }
 

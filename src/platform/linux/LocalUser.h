@@ -43,6 +43,10 @@ class LocalUser final : public DirectoryRecord {
   static void fetchAccountsService(LocalContext& context,
                                    std::span<const std::shared_ptr<LocalUser>> users);
 
+  /// The same for whether parental controls limit their sessions, in one question.
+  static void fetchSessionLimits(LocalContext& context,
+                                 std::span<const std::shared_ptr<LocalUser>> users);
+
   std::string recordType() override;
   std::optional<Strings> valuesForAttribute(std::string_view kind) override;
   std::optional<Dictionary> recordDetails(const Strings& kinds) override;
@@ -81,6 +85,7 @@ class LocalUser final : public DirectoryRecord {
   void fetchPrivileged();
   std::optional<ShadowEntry> shadowEntry();
   const AccountsServiceFile& accountsService();
+  bool isLimited();
   bool isExpired(const std::optional<ShadowEntry>& shadow) const;
 
   void keepShadow(Fetched state, std::string_view line);
@@ -95,6 +100,7 @@ class LocalUser final : public DirectoryRecord {
   std::unique_ptr<SecretText> mShadowLine;
   std::vector<std::unique_ptr<SecretText>> mPrivilegedHashes;
   std::optional<AccountsServiceFile> mAccountsService;
+  std::optional<bool> mIsLimited;  ///< in the sessions, by parental controls
 };
 
 }  // namespace gatehall

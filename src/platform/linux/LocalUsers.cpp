@@ -181,6 +181,9 @@ std::vector<std::shared_ptr<LocalUser>> findLocalUsers(const std::shared_ptr<Loc
   if (needs(description, attribute::Picture) || needs(description, attribute::AuthenticationHint)) {
     LocalUser::fetchAccountsService(*context, found);
   }
+  if (needs(description, attribute::TavloSettings)) {
+    LocalUser::fetchSessionLimits(*context, found);
+  }
   if (selection.isByValue()) {
     std::erase_if(found, [&](const auto& user) { return !selection.takes(*user); });
     if (limit != 0 && found.size() > limit) found.resize(limit);

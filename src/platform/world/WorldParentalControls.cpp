@@ -5,6 +5,7 @@ namespace gatehall {
 bool WorldParentalControls::mayLogInNow(std::uint32_t userID, std::int32_t& result,
                                         std::optional<Date>& nextCurfew) {
   const std::scoped_lock lock(mMutex);
+  nextCurfew.reset();
   const auto found = mLimits.find(userID);
   if (found == mLimits.end()) return true;
   const auto& limit = found->second;

@@ -1,14 +1,14 @@
-#include "platform/PlatformException.h"
 #include "platform/linux/LinuxMembership.h"
 #include "tests/platform/contracts/DirectoryContract.h"
 #include "tests/platform/contracts/MembershipContract.h"
+#include "tests/platform/contracts/NoServices.h"
 #include "tests/platform/linux/Machine.h"
 
 namespace gatehall::contracts {
 namespace {
 
 /// A host that has a directory and a membership service and nothing else.
-class MachinePlatform final : public Platform {
+class MachinePlatform final : public NoServices {
  public:
   MachinePlatform() : mMembership(machine.directory()) {
     machine.write("/etc/passwd",
@@ -29,24 +29,14 @@ class MachinePlatform final : public Platform {
     machine.write("/etc/group", "staff:x:50:\nadmin:x:80:ann\n" + more);
   }
 
-  Process& process() override { absent(); }
   DirectoryService& directory() override { return machine.directory(); }
-  SessionService& sessions() override { absent(); }
-  LoginService& loginService() override { absent(); }
   MembershipService& membership() override { return mMembership; }
-  PreferenceStore& preferences() override { absent(); }
-  PropertyListReader& propertyLists() override { absent(); }
-  NotificationCenter& notificationCenter() override { absent(); }
-  NotificationCenter& distributedNotificationCenter() override { absent(); }
   Clock& clock() override { return machine.clock; }
   Log& log() override { return machine.log; }
-  Collation& collation() override { absent(); }
 
   Machine machine;
 
  private:
-  [[noreturn]] static void absent() { throw PlatformException("not part of this host"); }
-
   LinuxMembership mMembership;
 };
 

@@ -2,6 +2,7 @@
 #include "tests/platform/contracts/DirectoryContract.h"
 #include "tests/platform/contracts/MembershipContract.h"
 #include "tests/platform/contracts/NotificationContract.h"
+#include "tests/platform/contracts/ParentalControlsContract.h"
 #include "tests/platform/contracts/PreferenceContract.h"
 #include "tests/platform/contracts/RunLoopContract.h"
 #include "tests/platform/contracts/SessionContract.h"
@@ -36,6 +37,22 @@ class WorldNotificationHost final : public InWorld<NotificationHost> {
     mWorld->distributedNotificationCenter().post(name, userInfo);
   }
   void deliver() override { mWorld->runLoop().pump(); }
+};
+
+class WorldParentalControlsHost final : public InWorld<ParentalControlsHost> {
+ public:
+  Date allow(const Account& account) override { return limit(account, {true, 0, {}}); }
+  Date refuse(const Account& account) override { return limit(account, {false, 3, {}}); }
+  void free(const Account& account) override {
+    mWorld->parentalControls().removeLimit(account.userID);
+  }
+
+ private:
+  Date limit(const Account& account, LoginLimit limit) {
+    limit.nextCurfew = mWorld->clock().now() + std::chrono::hours(1);
+    mWorld->parentalControls().setLimit(account.userID, limit);
+    return *limit.nextCurfew;
+  }
 };
 
 class WorldPreferenceHost final : public InWorld<PreferenceHost> {
@@ -85,6 +102,8 @@ INSTANTIATE_TEST_SUITE_P(World, DirectoryContract, testing::Values(&make<WorldDi
 INSTANTIATE_TEST_SUITE_P(World, MembershipContract, testing::Values(&make<WorldMembershipHost>));
 INSTANTIATE_TEST_SUITE_P(World, NotificationContract,
                          testing::Values(&make<WorldNotificationHost>));
+INSTANTIATE_TEST_SUITE_P(World, ParentalControlsContract,
+                         testing::Values(&make<WorldParentalControlsHost>));
 INSTANTIATE_TEST_SUITE_P(World, PreferenceContract, testing::Values(&make<WorldPreferenceHost>));
 INSTANTIATE_TEST_SUITE_P(World, RunLoopContract, testing::Values(&make<WorldRunLoopHost>));
 INSTANTIATE_TEST_SUITE_P(World, SessionContract, testing::Values(&make<WorldSessionHost>));

@@ -1,17 +1,19 @@
-// Stands in on a private bus for the services that a switch asks: display managers and logind.
+// Stands in on a private bus for the services that are asked of a machine: display managers,
+// logind, AccountsService.
 //
 //   seat-stand-in ADDRESS WORD...
 //
-// Words: lightdm, sddm, gdm, logind, each of them plain or with how it behaves
+// Words: lightdm, sddm, gdm, logind, accounts, each of them plain or with how it behaves
 // (lightdm=refusing: the calls that change something are answered with an error; =MEMBER: those of
 // this method are; =nonsense: every call is answered with a number; =silent: none is answered);
 // seat=PATH, a seat of the display manager in place of .../Seat0;
 // session=NAME,UID,USER,SEAT,TYPE,CLASS,STATE, a locked one with ",locked" behind it, and
 // gone=NAME,UID,USER,SEAT (listed, but gone when asked about), in logind's list; active=NAME, the
-// seat's active session.
+// seat's active session; account=…, in AccountsService (Accounts.h).
 //
 // Prints "ready" once it is on the bus, then every call that would change something, as
-// "OBJECT-PATH MEMBER ARGUMENT...", until its standard input ends.
+// "OBJECT-PATH MEMBER ARGUMENT...", and every call of AccountsService, until its standard input
+// ends.
 
 #include <array>
 #include <cstdint>
@@ -26,7 +28,11 @@
 #include <unistd.h>
 #include <vector>
 
+#include "tests/platform/bus/standin/Accounts.h"
+
 namespace {
+
+constexpr const char* kAccounts = "org.freedesktop.Accounts";
 
 constexpr const char* kSeatService = "org.freedesktop.DisplayManager";
 constexpr const char* kSeatPath = "/org/freedesktop/DisplayManager/Seat0";
@@ -51,6 +57,7 @@ struct Host {
   std::vector<std::string> seats;
   std::vector<Session> sessions;
   std::string active;
+  Accounts accounts;
 };
 
 void require(int result, const char* what) {
@@ -155,6 +162,7 @@ int onMessage(sd_bus_message* message, void* data, sd_bus_error* /*error*/) {
   const auto& behaviour = service->second;
   if (behaviour == "silent") return 1;
   if (behaviour == "nonsense") return sd_bus_reply_method_return(message, "u", 7U) < 0 ? -1 : 1;
+  if (service->first == kAccounts) return host.accounts.answer(message);
   if (answerQuestion(host, message) > 0) return 1;
   record(message);
   if (behaviour == "refusing" || behaviour == sd_bus_message_get_member(message)) {
@@ -190,6 +198,10 @@ void readWord(Host& host, const std::string& word) {
   const auto value = name == word ? std::string() : word.substr(name.size() + 1);
   if (name == "session" || name == "gone") {
     host.sessions.push_back(readSession(value, name == "gone"));
+  } else if (name == "accounts") {
+    host.behaviour[kAccounts] = value;
+  } else if (name == "account") {
+    host.accounts.add(value);
   } else if (name == "active") {
     host.active = value;
   } else if (name == "seat") {

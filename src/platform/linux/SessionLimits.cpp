@@ -1,0 +1,164 @@
+#include "platform/linux/SessionLimits.h"
+
+#include <charconv>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+#include <variant>
+
+#include "platform/PlatformException.h"
+#include "platform/linux/SystemBus.h"
+
+namespace gatehall {
+
+namespace {
+
+constexpr const char* kService = "org.freedesktop.Accounts";
+constexpr const char* kPath = "/org/freedesktop/Accounts";
+constexpr std::string_view kUserPath = "/org/freedesktop/Accounts/User";
+constexpr const char* kInterface = "com.endlessm.ParentalControls.SessionLimits";
+constexpr const char* kInstalled =
+    "/usr/share/accountsservice/interfaces/com.endlessm.ParentalControls.SessionLimits.xml";
+
+constexpr std::string_view kDenied = "org.freedesktop.Accounts.Error.PermissionDenied";
+
+constexpr std::int64_t kNoLimit = 0;
+constexpr std::int64_t kDailySchedule = 1;
+
+constexpr std::chrono::seconds kRest{10};
+
+[[noreturn]] void failUnexpected(const char* member) {
+  throw PlatformException(std::string("Unable to ask ") + kService + " for " + member +
+                          ": an answer of a type that was not expected");
+}
+
+/// The user whose object stands at the path.
+std::optional<std::uint32_t> userOf(std::string_view path) {
+  if (!path.starts_with(kUserPath)) return std::nullopt;
+  path.remove_prefix(kUserPath.size());
+  std::uint32_t userID = 0;
+  const auto read = std::from_chars(path.data(), path.data() + path.size(), userID);
+  if (read.ec != std::errc() || read.ptr != path.data() + path.size()) return std::nullopt;
+  return userID;
+}
+
+/// Also has the service put the users' objects on the bus.
+std::unordered_set<std::uint32_t> listedUsers(SystemBus& bus) {
+  const auto values = bus.call({kService, kPath, kService, "ListCachedUsers"});
+  const auto* paths = values.size() == 1 ? values.front().array() : nullptr;
+  if (paths == nullptr) failUnexpected("ListCachedUsers");
+  std::unordered_set<std::uint32_t> users;
+  for (const auto& each : *paths) {
+    const auto* path = each.string();
+    if (path == nullptr) failUnexpected("ListCachedUsers");
+    if (const auto userID = userOf(*path)) users.insert(*userID);
+  }
+  return users;
+}
+
+std::optional<std::int64_t> wholeNumber(const Value& value) {
+  const auto* number = std::get_if<std::int64_t>(&value.storage());
+  return number == nullptr ? std::nullopt : std::optional(*number);
+}
+
+std::optional<std::int64_t> limitType(const Dictionary& properties) {
+  const auto found = properties.find("LimitType");
+  return found == properties.end() ? std::nullopt : wholeNumber(found->second);
+}
+
+LoginHours dailySchedule(const Dictionary& properties) {
+  const auto found = properties.find("DailySchedule");
+  const auto* pair = found == properties.end() ? nullptr : found->second.array();
+  if (pair == nullptr || pair->size() != 2) return LoginHours::never();
+  const auto start = wholeNumber(pair->front());
+  const auto end = wholeNumber(pair->back());
+  return start && end ? LoginHours(*start, *end) : LoginHours::never();
+}
+
+/// The account may have gone since it was listed.
+bool isGone(const BusError& error) {
+  return error.name() == "org.freedesktop.DBus.Error.UnknownObject" ||
+         error.name() == "org.freedesktop.DBus.Error.UnknownMethod";
+}
+
+}  // namespace
+
+SessionLimits::SessionLimits(HostOptions options, FaultLog& faults)
+    : mOptions(std::move(options)), mFaults(faults) {}
+
+bool SessionLimits::areOffered() const {
+  return access((mOptions.root + kInstalled).c_str(), F_OK) == 0;
+}
+
+std::unordered_set<std::uint32_t> SessionLimits::limited(
+    const std::unordered_set<std::uint32_t>& userIDs) {
+  std::unordered_set<std::uint32_t> found;
+  if (!areOffered()) return found;
+  try {
+    ask([&](SystemBus& bus) {
+      bool isDenied = false;
+      for (const auto userID : listedUsers(bus)) {
+        if (!userIDs.contains(userID) || (isDenied && userID != geteuid())) continue;
+        try {
+          if (askHours(bus, userID)) found.insert(userID);
+        } catch (const BusError& error) {
+          if (error.name() != kDenied) throw;
+          isDenied = true;
+        }
+      }
+    });
+  } catch (const PlatformException& error) {
+    mFaults.report(kInterface, error.what());
+  }
+  return found;
+}
+
+std::optional<LoginHours> SessionLimits::hours(std::uint32_t userID) {
+  std::optional<LoginHours> found;
+  if (!areOffered()) return found;
+  ask([&](SystemBus& bus) {
+    if (listedUsers(bus).contains(userID)) found = askHours(bus, userID);
+  });
+  return found;
+}
+
+std::optional<LoginHours> SessionLimits::askHours(SystemBus& bus, std::uint32_t userID) {
+  const auto path = std::string(kUserPath) + std::to_string(userID);
+  Array values;
+  try {
+    values = bus.call({kService, path, "org.freedesktop.DBus.Properties", "GetAll"}, {kInterface});
+  } catch (const BusError& error) {
+    if (!isGone(error)) throw;
+    return std::nullopt;
+  }
+  const auto* properties = values.size() == 1 ? values.front().dictionary() : nullptr;
+  if (properties == nullptr) failUnexpected("GetAll");
+  const auto type = limitType(*properties);
+  if (type == kNoLimit) return std::nullopt;
+  const auto hours = type == kDailySchedule ? dailySchedule(*properties) : LoginHours::never();
+  if (hours == LoginHours::never()) {
+    mFaults.report(kInterface, "the limit of user " + std::to_string(userID) + " can't be read");
+  }
+  return hours;
+}
+
+void SessionLimits::ask(const std::function<void(SystemBus&)>& question) {
+  {
+    const std::scoped_lock lock(mMutex);
+    if (SteadyClock::now() < mAskAgain) throw PlatformException(mFailure);
+  }
+  try {
+    SystemBus bus(mOptions, SteadyClock::now() + mOptions.callTimeout);
+    question(bus);
+  } catch (const PlatformException& error) {
+    const auto* answer = dynamic_cast<const BusError*>(&error);
+    if (answer == nullptr || answer->name() != kDenied) {
+      const std::scoped_lock lock(mMutex);
+      mAskAgain = SteadyClock::now() + kRest;
+      mFailure = error.what();
+    }
+    throw;
+  }
+}
+
+}  // namespace gatehall
