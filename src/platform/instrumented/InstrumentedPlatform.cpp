@@ -63,7 +63,9 @@ SystemNotifications& InstrumentedPlatform::systemNotifications() {
 
 RunLoop& InstrumentedPlatform::runLoop() { return mHost->runLoop(); }
 
-TextSystem& InstrumentedPlatform::text() { return mHost->text(); }
+TextSystem& InstrumentedPlatform::text() {
+  return mSubstitutes.text ? *mSubstitutes.text : mHost->text();
+}
 
 Markup& InstrumentedPlatform::markup() { return mHost->markup(); }
 

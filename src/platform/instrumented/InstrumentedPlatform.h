@@ -60,6 +60,7 @@ class InstrumentedPlatform : public Platform {
   struct Substitutes {
     std::shared_ptr<LoginService> loginService;
     std::shared_ptr<Log> log;
+    std::shared_ptr<TextSystem> text;
   };
 
   /// Raises std::invalid_argument for a fault whose operation is unknown. No trace: nothing is

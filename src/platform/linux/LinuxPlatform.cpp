@@ -17,6 +17,7 @@
 #include "platform/linux/MachineLocale.h"
 #include "platform/portable/IcuCollation.h"
 #include "platform/portable/LocalNotificationCenter.h"
+#include "platform/portable/PangoText.h"
 #include "platform/portable/PortableMarkup.h"
 
 namespace gatehall {
@@ -53,8 +54,9 @@ struct LinuxPlatform::Services {
   Lazy<LinuxPreferences> preferences;
   Lazy<LinuxPropertyLists> propertyLists;
   Lazy<IcuCollation> collation;
-  Lazy<PortableMarkup> markup;
   Lazy<LinuxParentalControls> parentalControls;
+  PangoText text;
+  PortableMarkup markup;
 };
 
 LinuxPlatform::LinuxPlatform(HostOptions options, std::string identity)
@@ -95,7 +97,9 @@ Clock& LinuxPlatform::clock() { return mServices->clock; }
 
 Log& LinuxPlatform::log() { return *mLog; }
 
-Markup& LinuxPlatform::markup() { return mServices->markup.get(); }
+TextSystem& LinuxPlatform::text() { return mServices->text; }
+
+Markup& LinuxPlatform::markup() { return mServices->markup; }
 
 Collation& LinuxPlatform::collation() { return mServices->collation.get(machineLocale(mOptions)); }
 

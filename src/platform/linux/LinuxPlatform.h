@@ -33,6 +33,7 @@ class LinuxPlatform final : public Platform {
   Clock& clock() override;
   Log& log() override;
   Collation& collation() override;
+  TextSystem& text() override;
   Markup& markup() override;
   ParentalControls& parentalControls() override;
 

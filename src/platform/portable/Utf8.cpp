@@ -1,13 +1,9 @@
 #include "platform/portable/Utf8.h"
 
-#include <cstddef>
-
 namespace gatehall {
 
-namespace {
-
-/// Length of the well-formed sequence that the bytes begin with, 0 when there is none.
-std::size_t sequenceLength(std::string_view bytes) {
+std::size_t utf8SequenceLength(std::string_view bytes) {
+  if (bytes.empty()) return 0;
   const auto at = [&](std::size_t index) { return static_cast<unsigned char>(bytes[index]); };
   const unsigned lead = at(0);
   if (lead < 0x80) return 1;
@@ -24,11 +20,9 @@ std::size_t sequenceLength(std::string_view bytes) {
   return overlong || surrogate || tooLarge ? 0 : length;
 }
 
-}  // namespace
-
 bool isUtf8(std::string_view bytes) {
   while (!bytes.empty()) {
-    const auto length = sequenceLength(bytes);
+    const auto length = utf8SequenceLength(bytes);
     if (length == 0) return false;
     bytes.remove_prefix(length);
   }

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "platform/instrumented/InstrumentedPlatform.h"
+#include "platform/world/WorldTextSystem.h"
 #include "tests/platform/instrumented/SmallHost.h"
 
 namespace gatehall {
@@ -227,7 +228,9 @@ TEST_F(InstrumentedPlatformTest, RefusesAFaultOfAnUnknownOperation) {
 TEST_F(InstrumentedPlatformTest, PutsSubstitutesInTheHostsPlace) {
   const auto login = std::make_shared<RecordingLoginService>();
   const auto log = std::make_shared<RecordingLog>();
-  InstrumentedPlatform platform(mHost, {}, mTrace, {login, log});
+  const auto text = std::make_shared<WorldTextSystem>();
+  InstrumentedPlatform platform(mHost, {}, mTrace, {login, log, text});
+  EXPECT_EQ(&platform.text(), text.get());
   EXPECT_EQ(platform.loginService().switchToLoginScreen(), 0);
   platform.log().error("heard");
   EXPECT_THAT(login->requests(),
@@ -242,7 +245,7 @@ TEST_F(InstrumentedPlatformTest, PutsSubstitutesInTheHostsPlace) {
 TEST_F(InstrumentedPlatformTest, FailsASubstitutedLoginServiceToo) {
   const auto login = std::make_shared<RecordingLoginService>();
   InstrumentedPlatform platform(mHost, {{"switchToUser", Fault::Kind::Absent, {}, {}}}, nullptr,
-                                {login, nullptr});
+                                {login, nullptr, nullptr});
   EXPECT_NE(platform.loginService().switchToUser({}), 0);
   EXPECT_TRUE(login->requests().empty());
 }
