@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
+#include <map>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -24,7 +25,7 @@ struct Options {
   bool json = false;
   bool trace = false;
   bool noLegend = false;
-  std::optional<std::string> ofVerb;  ///< the value of the verb's own option
+  std::map<std::string, std::string, std::less<>> ofVerb;  ///< the verb's own options
 };
 
 /// CLI11's help with a usage line of our own.
@@ -65,8 +66,9 @@ std::string usage(const Verb& verb) {
       operands = " [--] [" + std::string(verb.operandName) + "...]";
       break;
   }
-  const auto& [option, value, help] = verb.option;
-  if (!option.empty()) operands += " [" + option + " " + value + "]";
+  for (const auto& [option, value, help] : verb.options) {
+    operands += " [" + option + " " + value + "]";
+  }
   return std::string(kProgram) + " [OPTIONS] " + std::string(verb.name) + operands;
 }
 
@@ -84,8 +86,12 @@ std::string listOfVerbs() {
 std::unique_ptr<CLI::App> verbParser(const Verb& verb, Options& options) {
   auto parser = std::make_unique<CLI::App>(std::string(verb.description));
   addOptions(*parser, options);
-  const auto& [option, value, help] = verb.option;
-  if (!option.empty()) parser->add_option(option, options.ofVerb, help)->type_name(value);
+  for (const auto& [option, value, help] : verb.options) {
+    const auto keep = [&options, name = option](const std::string& text) {
+      options.ofVerb[name] = text;
+    };
+    parser->add_option_function<std::string>(option, keep, help)->type_name(value);
+  }
   parser->formatter(std::make_shared<HelpFormatter>(usage(verb)));
   parser->footer("Example:\n  gatehallctl " + std::string(verb.example));
   return parser;
@@ -190,7 +196,7 @@ Outcome answerVerb(const Verb& verb, Strings operands, const Options& options,
   std::optional<Answer> answer;
   try {
     answer = verb.run(host, {.operands = std::move(operands),
-                             .option = options.ofVerb,
+                             .options = options.ofVerb,
                              .json = options.json,
                              .style = style,
                              .screen = screen});

@@ -5,11 +5,12 @@
 
 #include "platform/instrumented/InstrumentedPlatform.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/portable/PangoText.h"
 #include "platform/world/World.h"
 
 namespace gatehall::ctl {
 
-Host::Host(const std::optional<std::string>& worldFile, bool isTraced) {
+Host::Host(const std::optional<std::string>& worldFile, bool isTraced) : mWorldFile(worldFile) {
   std::shared_ptr<Platform> platform;
   std::vector<Fault> faults;
   if (worldFile) {
@@ -23,7 +24,8 @@ Host::Host(const std::optional<std::string>& worldFile, bool isTraced) {
   }
   Platform::install(std::make_shared<InstrumentedPlatform>(
       std::move(platform), std::move(faults), isTraced ? mTrace : nullptr,
-      InstrumentedPlatform::Substitutes{.loginService = mLoginService, .log = mLog}));
+      InstrumentedPlatform::Substitutes{
+          .loginService = mLoginService, .log = mLog, .text = std::make_shared<PangoText>()}));
 }
 
 Host::~Host() { Platform::install(nullptr); }

@@ -13,7 +13,7 @@ namespace gatehall::ctl {
 
 /// The host that a verb looks at: installed as the process's while the object lives, and recorded.
 /// Nothing reaches the system log. In a world a switch is carried out there; on this machine it is
-/// only noted.
+/// only noted. Text has real fonts, in a world too.
 class Host {
  public:
   /// The machine that the world file describes, with the faults that it asks for; without a file
@@ -25,12 +25,15 @@ class Host {
 
   /// nullptr on this machine.
   World* world() const { return mWorld.get(); }
+  /// Absent on this machine.
+  const std::optional<std::string>& worldFile() const { return mWorldFile; }
 
   RecordingLog& log() const { return *mLog; }
   const RecordingLoginService& loginService() const { return *mLoginService; }
   const Trace& trace() const { return *mTrace; }
 
  private:
+  std::optional<std::string> mWorldFile;
   std::shared_ptr<World> mWorld;
   std::shared_ptr<RecordingLog> mLog = std::make_shared<RecordingLog>();
   std::shared_ptr<RecordingLoginService> mLoginService;

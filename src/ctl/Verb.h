@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "ctl/Answer.h"
 #include "ctl/Host.h"
@@ -22,10 +25,16 @@ class UsageError : public std::runtime_error {
 /// What a verb is asked.
 struct Request {
   Strings operands;
-  std::optional<std::string> option{};  ///< the value of the verb's own option
-  bool json = false;                    ///< only Answer::json is wanted, else only the rest
+  /// The values of the verb's own options that were given, by name.
+  std::map<std::string, std::string, std::less<>> options{};
+  bool json = false;  ///< only Answer::json is wanted, else only the rest
   TableStyle style{};
   const Screen& screen;
+
+  std::optional<std::string> option(std::string_view name) const {
+    const auto entry = options.find(name);
+    return entry != options.end() ? std::optional(entry->second) : std::nullopt;
+  }
 };
 
 /// One thing that gatehallctl does. A verb stands with its help in one file.
@@ -37,10 +46,11 @@ struct Verb {
   std::string_view operandName{};  ///< of one
   /// An option of its own: "--name", what its value is called, and help on it.
   struct Option {
-    std::string name{};
-    std::string valueName{};
-    std::string help{};
-  } option{};
+    std::string name;
+    std::string valueName;
+    std::string help;
+  };
+  std::vector<Option> options{};
   std::string_view summary;      ///< what it shows, on a line of the list of verbs
   std::string_view description;  ///< paragraphs
   std::string_view example{};    ///< the words of a command line after "gatehallctl "

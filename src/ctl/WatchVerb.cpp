@@ -39,12 +39,13 @@ void letHappen(World& world, const std::vector<WorldEvent>& script, const Watchi
 }
 
 Answer run(const Host& host, const Request& request) {
+  const auto file = request.option("--script");
   if (host.world() == nullptr) {
-    if (request.option) throw UsageError("--script needs a --world to happen in");
-  } else if (!request.option) {
+    if (file) throw UsageError("--script needs a --world to happen in");
+  } else if (!file) {
     throw UsageError("in a world nothing happens without a --script");
   }
-  const auto script = request.option ? scriptFromFile(*request.option) : std::vector<WorldEvent>();
+  const auto script = file ? scriptFromFile(*file) : std::vector<WorldEvent>();
   const Watching watch(host, request);
   if (host.world() != nullptr) letHappen(*host.world(), script, watch);
   return {.tellsLog = true, .isPrinted = true};
@@ -55,7 +56,7 @@ Answer run(const Host& host, const Request& request) {
 Verb watchVerb() {
   return {
       .name = "watch",
-      .option = {"--script", "EVENTS", "What happens in the world, as steps in this file"},
+      .options = {{"--script", "EVENTS", "What happens in the world, as steps in this file"}},
       .summary = "That list, and every change of it as it comes",
       .description =
           "Shows the users whom a login screen shows, and then a line for every change of that "

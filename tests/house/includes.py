@@ -66,8 +66,9 @@ LIBRARIES = {
     ),
     "libxml2": (r"libxml/", set()),
     "uriparser": (r"uriparser/", set()),
-    "Pango": (r"pango/", set()),
+    "Pango": (r"pango/", {"platform/portable/PangoText", "ctl/Canvas"}),
     "Cairo": (r"cairo", set()),
+    "gdk-pixbuf": (r"gdk-pixbuf/", set()),
 }
 HOLDS_LIBRARIES = {"platform/portable", "platform/linux", "platform/world", "ctl"}
 
