@@ -61,6 +61,11 @@ class Characters {
 std::pair<std::size_t, std::size_t> composedCharacterAt(std::u16string_view text,
                                                         std::size_t index) {
   if (text.size() > kLongestText) throw PlatformException("A text is too long to be taken apart.");
+  // Among characters below U+0300, where those that combine begin, each but a line end is whole.
+  const auto isAlone = [&](std::size_t at) {
+    return at >= text.size() || (text[at] < 0x300 && text[at] != u'\r' && text[at] != u'\n');
+  };
+  if (isAlone(index) && isAlone(index + 1) && (index == 0 || isAlone(index - 1))) return {index, 1};
   thread_local Characters characters;
   return characters.at(text, index);
 }

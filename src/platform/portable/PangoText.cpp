@@ -1,9 +1,13 @@
 #include "platform/portable/PangoText.h"
 
+#include <cstdint>
+#include <limits>
 #include <map>
 #include <memory>
+#include <optional>
 #include <pango/pangocairo.h>
 #include <string>
+#include <unordered_map>
 
 #include "platform/PlatformException.h"
 #include "platform/portable/IcuCharacters.h"
@@ -56,6 +60,38 @@ struct Release {
 template <class Object>
 using Owned = std::unique_ptr<Object, Release>;
 
+constexpr std::size_t kMostSteps = 100'000;
+
+enum class Alphabet { None, Any, Latin, Greek, Cyrillic };
+
+/// The alphabet of a character that neither combines nor joins; Any for digits and punctuation.
+Alphabet alphabetOf(char16_t character) {
+  const auto within = [character](char16_t first, char16_t last) {
+    return character >= first && character <= last;
+  };
+  if (within(u'a', u'z') || within(u'A', u'Z')) return Alphabet::Latin;
+  if (within(u' ', u'~') || within(0x2010, 0x2026)) return Alphabet::Any;
+  if (within(0xC0, 0x24F) || within(0x1E00, 0x1EFF)) return Alphabet::Latin;
+  if (within(0x386, 0x3FF)) return Alphabet::Greek;
+  return within(0x400, 0x481) || within(0x48A, 0x52F) ? Alphabet::Cyrillic : Alphabet::None;
+}
+
+/// Whether the width of each character may follow from that and the two before it: they are of one
+/// alphabet, and none stands three times, where it depends on the first which two of them join.
+bool isStepwise(std::u16string_view text) {
+  auto alphabet = Alphabet::Any;
+  for (std::size_t index = 0; index < text.size(); ++index) {
+    const auto of = alphabetOf(text[index]);
+    if (of == Alphabet::None) return false;
+    if (alphabet == Alphabet::Any) alphabet = of;
+    if (of != Alphabet::Any && of != alphabet) return false;
+    const bool isThird =
+        index > 1 && text[index] == text[index - 1] && text[index] == text[index - 2];
+    if (isThird && of != Alphabet::Any) return false;
+  }
+  return true;
+}
+
 /// Fonts and what is known about them serve one thread.
 class Measure {
  public:
@@ -73,8 +109,61 @@ class Measure {
     GATEHALL_FUNCTION(library, cairo_font_options_destroy)(options);
   }
 
-  /// Items are what a layout puts on its one line, without the layout's search for line ends.
   double width(std::span<const TextRun> runs) {
+    const auto stepped = runs.size() == 1 ? steppedWidth(runs.front()) : std::nullopt;
+    return static_cast<double>(stepped ? *stepped : shaped(runs).width) / PANGO_SCALE;
+  }
+
+ private:
+  struct Font {
+    Owned<PangoFontDescription> description;
+    /// How much wider text gets by its last character, by that and the two before it; kNone when
+    /// that does not follow from them.
+    std::unordered_map<std::uint64_t, int> steps;
+  };
+
+  struct Shaped {
+    int width = 0;
+    /// The one font of the whole text, as long as the context; nullptr when there are several.
+    const PangoFont* font = nullptr;
+  };
+
+  static constexpr int kNone = std::numeric_limits<int>::min();
+
+  /// Names are measured over and over with a character more or less, so that the characters' widths
+  /// are kept. In these alphabets two characters before one decide how it is drawn, one for kerning
+  /// and two for ligatures, as long as none is missing from the font. Absent for another text.
+  std::optional<int> steppedWidth(const TextRun& run) {
+    if (!isStepwise(run.text)) return std::nullopt;
+    auto& font = fontOf(run.attributes);
+    if (font.steps.size() > kMostSteps) font.steps.clear();
+    int width = 0;
+    std::uint64_t key = 0;
+    for (std::size_t index = 0; index < run.text.size(); ++index) {
+      key = (key << 16U | run.text[index]) & 0xFFFF'FFFF'FFFFU;
+      const auto [entry, isNew] = font.steps.try_emplace(key, kNone);
+      if (isNew) {
+        const auto start = index < 2 ? 0 : index - 2;
+        entry->second = step(run.text.substr(start, index + 1 - start), run.attributes);
+      }
+      if (entry->second == kNone) return std::nullopt;
+      width += entry->second;
+    }
+    return width;
+  }
+
+  /// What the text's last character adds.
+  int step(std::u16string_view text, const Dictionary& attributes) {
+    const TextRun sample{u"n", attributes};
+    const TextRun with{text, attributes};
+    const TextRun without{text.substr(0, text.size() - 1), attributes};
+    const auto whole = shaped({&with, 1});
+    if (whole.font == nullptr || whole.font != shaped({&sample, 1}).font) return kNone;
+    return whole.width - shaped({&without, 1}).width;
+  }
+
+  /// Items are what a layout puts on its one line, without the layout's search for line ends.
+  Shaped shaped(std::span<const TextRun> runs) {
     std::string text;
     const Owned<PangoAttrList> attributes(mPango.newAttributes());
     for (const auto& run : runs) {
@@ -85,25 +174,32 @@ class Measure {
     const auto length = static_cast<int>(text.size());
     const Owned<GList> items(
         mPango.itemize(mContext.get(), text.data(), 0, length, attributes.get(), nullptr));
-    int width = 0;
+    Shaped result;
     for (const auto* entry = items.get(); entry != nullptr; entry = entry->next) {
       const Owned<PangoItem> item(static_cast<PangoItem*>(entry->data));
       mPango.shape(text.data() + item->offset, item->length, text.data(), length, &item->analysis,
                    mGlyphs.get());
-      width += mPango.glyphWidth(mGlyphs.get());
+      result.width += mPango.glyphWidth(mGlyphs.get());
+      result.font = entry == items.get() || result.font == item->analysis.font ? item->analysis.font
+                                                                               : nullptr;
     }
-    return static_cast<double>(width) / PANGO_SCALE;
+    return result;
   }
 
- private:
-  void applyFont(const Dictionary& attributes, std::size_t start, std::size_t end,
-                 PangoAttrList& list) {
+  /// Without the attribute, that of no description.
+  Font& fontOf(const Dictionary& attributes) {
     const auto entry = attributes.find(PangoText::kFontAttribute);
     const auto* name = entry != attributes.end() ? entry->second.string() : nullptr;
-    if (name == nullptr) return;
-    auto& font = mFonts[*name];
-    if (!font) font.reset(mPango.newFont(name->c_str()));
-    auto* attribute = mPango.newFontAttribute(font.get());
+    auto& font = mFonts[name != nullptr ? *name : std::string()];
+    if (!font.description && name != nullptr) font.description.reset(mPango.newFont(name->c_str()));
+    return font;
+  }
+
+  void applyFont(const Dictionary& attributes, std::size_t start, std::size_t end,
+                 PangoAttrList& list) {
+    const auto& font = fontOf(attributes);
+    if (!font.description) return;
+    auto* attribute = mPango.newFontAttribute(font.description.get());
     attribute->start_index = static_cast<guint>(start);
     attribute->end_index = static_cast<guint>(end);
     mPango.insertAttribute(&list, attribute);
@@ -112,7 +208,7 @@ class Measure {
   const Pango& mPango = pango();
   Owned<PangoContext> mContext;
   Owned<PangoGlyphString> mGlyphs{GATEHALL_FUNCTION(mPango.library, pango_glyph_string_new)()};
-  std::map<std::string, Owned<PangoFontDescription>, std::less<>> mFonts;
+  std::map<std::string, Font, std::less<>> mFonts;
 };
 
 /// Pango counts bytes in 32 bits and widths in 1024ths of a point.

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <pango/pangocairo.h>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -95,6 +96,34 @@ TEST(PangoText, IsAsWideAsPangosOwnLayoutInSeveralStyles) {
   const std::vector<Styled> parts = {
       {"Wilhel", "Sans Bold 14"}, {"mina ", "Sans Bold 14"}, {"ليلى ", "Serif 10"}, {"Lee", ""}};
   EXPECT_DOUBLE_EQ(ours(parts), layoutWidth(parts));
+}
+
+using Pieces = std::vector<std::string>;
+
+const Pieces kLatin = {"a", "V",      "To",     "f",  "fi", "ffl", "ff", "j",  "Th", "st", " ",
+                       ".", ". ",     "\u2026", "-",  "é",  "Þ",   "W.", "AV", "ct", "ij", "Æ",
+                       "1", "\u2019", "Q",      "y,", "P.", "ż",   "ſ",  "rn", "«",  "½",  "@"};
+const Pieces kGreek = {"α",      "Δ", "ώ", "Γι", "ΑΥ", "Π.", " ", ". ",
+                       "\u2026", "-", "1", "(",  "Τα", "ς",  "ΐ"};
+const Pieces kCyrillic = {"а",      "Г", "й", "Ту", "УА", "Р.", " ", ". ",
+                          "\u2026", "-", "1", "(",  "Ѣ",  "ь",  "ғ"};
+
+TEST(PangoText, IsAsWideAsPangosOwnLayoutWhateverWasMeasuredBefore) {
+  std::mt19937 random(20261121);
+  Pieces all = kLatin;
+  all.insert(all.end(), kGreek.begin(), kGreek.end());
+  all.insert(all.end(), kCyrillic.begin(), kCyrillic.end());
+  for (const auto* font : {"Sans 12", "Serif Bold 9.5", "Cantarell 15", "Monospace 11"}) {
+    for (const auto& pieces : {kLatin, kGreek, kCyrillic, all}) {
+      for (int round = 0; round < 500; ++round) {
+        std::string name;
+        for (auto count = random() % 20; count > 0; --count) {
+          name += pieces[random() % pieces.size()];
+        }
+        ASSERT_DOUBLE_EQ(ours({{name, font}}), layoutWidth({{name, font}})) << name << ", " << font;
+      }
+    }
+  }
 }
 
 TEST(PangoText, IsNoWiderWithoutText) {
