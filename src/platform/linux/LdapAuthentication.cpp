@@ -32,7 +32,7 @@ std::int64_t codeOf(const LdapBindResult& answer) {
       break;
   }
   const auto says = [&](std::string_view data) {
-    return answer.result.text.find(", data " + std::string(data) + ",") != std::string::npos;
+    return answer.result.diagnostic.find(", data " + std::string(data) + ",") != std::string::npos;
   };
   if (says("533") || says("701") || says("775")) return directoryError::kAccountDisabled;
   if (says("532") || says("773")) return directoryError::kPasswordExpired;

@@ -25,6 +25,7 @@ constexpr std::size_t kAtATime = 16;
 constexpr ber_len_t kLongestMessage = ber_len_t{64} << 20U;
 
 constexpr std::size_t kLongestReferralList = 64;
+constexpr std::size_t kLongestDiagnostic = 1024;
 
 std::atomic<std::uint64_t> gSearchesSent{0};
 
@@ -59,6 +60,7 @@ void setOption(LDAP* session, int option, const Type& value, const LdapURI& serv
 struct LdapConnection::Session {
   LdapURI server;
   LdapOwned<LDAP> ldap;
+  LdapTransport* transport = nullptr;
   int pageSize = 0;
 
   struct Answer {
@@ -102,6 +104,7 @@ struct LdapConnection::Session {
     answer.result.text = library().err2string(answer.result.code);
     if (text != nullptr && *text != '\0') {
       answer.result.text += " (" + accountLine::printable(text) + ")";
+      answer.result.diagnostic = std::string_view(text).substr(0, kLongestDiagnostic);
     }
     addReferrals(answer.result, referrals);
     return answer;
@@ -141,7 +144,8 @@ void LdapConnection::Session::startTls(const LdapSettings& settings, const std::
     throw DirectoryUnreachable(server.text + ": TLS can't be set up");
   }
   setOption(session, LDAP_OPT_X_TLS_PROTOCOL_MIN, int{LDAP_OPT_X_TLS_PROTOCOL_TLS1_2}, server);
-  if (library().set_option(session, LDAP_OPT_X_TLS_NEWCTX, &require) != LDAP_OPT_SUCCESS) {
+  const int isServer = 0;
+  if (library().set_option(session, LDAP_OPT_X_TLS_NEWCTX, &isServer) != LDAP_OPT_SUCCESS) {
     throw DirectoryUnreachable(server.text + ": TLS can't be set up; is " + caFile + " readable?");
   }
   if (server.scheme == LdapURI::Scheme::Ldap) {
@@ -150,17 +154,16 @@ void LdapConnection::Session::startTls(const LdapSettings& settings, const std::
     const auto result = finish(status, operation, deadline);
     if (!result.isSuccess()) throw DirectoryUnreachable(server.text + ": no TLS: " + result.text);
   }
-  const auto time = timeUntil(deadline);
-  setOption(session, LDAP_OPT_NETWORK_TIMEOUT, time, server);
+  transport->waitsUntil = deadline;
   if (library().install_tls(session) != LDAP_SUCCESS) {
-    LdapOwned<char> text;
-    char* said = nullptr;
-    library().get_option(session, LDAP_OPT_DIAGNOSTIC_MESSAGE, &said);
-    text.reset(said);
-    throw DirectoryUnreachable(
-        server.text + ": TLS fails: " +
-        (said != nullptr && *said != '\0' ? accountLine::printable(said) : lastError()));
+    // The library has no words for a certificate that it doesn't accept.
+    const bool isLate = std::chrono::steady_clock::now() >= deadline;
+    throw DirectoryUnreachable(server.text + ": TLS fails: " +
+                               (isLate ? "no answer in time"
+                                       : "the server breaks off, or its certificate is not "
+                                         "accepted: its issuer, name or date"));
   }
+  transport->waitsUntil.reset();
 }
 
 std::unique_ptr<LdapConnection> LdapConnection::open(const LdapSettings& settings,
@@ -170,7 +173,9 @@ std::unique_ptr<LdapConnection> LdapConnection::open(const LdapSettings& setting
   session->server = server;
   session->pageSize = settings.pageSize;
   auto socket = connectTo(server, root, deadline);
-  session->ldap = openSession(std::move(socket), server.text.c_str());
+  auto opened = openSession(std::move(socket), server.text.c_str());
+  session->ldap = std::move(opened.ldap);
+  session->transport = opened.transport;
   if (!session->ldap) throw DirectoryUnreachable(server.text + ": no session");
   auto* ldap = session->ldap.get();
   // Whatever the machine's ldap.conf says.
@@ -306,6 +311,7 @@ std::vector<LdapResult> LdapConnection::search(std::span<const LdapSearch> searc
   std::vector<std::pair<std::size_t, Message>> arrived;
   std::vector<LdapAttribute> room;
   std::size_t next = 0;
+  bool hasBegun = false;
   bool isPaging = false;  // a server keeps the place of one paged search a connection
   const auto sendMore = [&] {
     while (next < searches.size() && running.size() < kAtATime) {
@@ -327,12 +333,18 @@ std::vector<LdapResult> LdapConnection::search(std::span<const LdapSearch> searc
   auto deadline = answerDeadline();
   constexpr std::size_t kMostKept = 4096;
   while (!running.empty()) {
-    auto message = mSession->wait(LDAP_RES_ANY, deadline);
+    Message message;
+    try {
+      message = mSession->wait(LDAP_RES_ANY, deadline);
+    } catch (const LdapConnectionLost& lost) {
+      throw LdapConnectionLost(lost.what(), lost.timedOut(), hasBegun);
+    }
     const auto search = running.find(library().msgid(message.get()));
     if (search == running.end()) continue;
     const auto index = search->second;
     const int type = library().msgtype(message.get());
     if (type == LDAP_RES_SEARCH_ENTRY) {
+      hasBegun = true;
       arrived.emplace_back(index, std::move(message));
       if (arrived.size() >= kMostKept) decodeArrived();
       continue;
@@ -355,6 +367,7 @@ std::vector<LdapResult> LdapConnection::search(std::span<const LdapSearch> searc
                             answer.result.referrals.end());
     // What comes next is asked for first, so that the server works while this page is read.
     if (result.isSuccess() && !cookie.empty()) {
+      hasBegun = true;
       running.emplace(mSession->send(searches[index], cookie), index);
     } else if (searches[index].isPaged) {
       isPaging = false;

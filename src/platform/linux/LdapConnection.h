@@ -21,18 +21,24 @@ namespace gatehall {
 /// connection is of no use any more.
 class LdapConnectionLost : public PlatformException {
  public:
-  LdapConnectionLost(const std::string& text, bool timedOut)
-      : PlatformException(text), mTimedOut(timedOut) {}
+  LdapConnectionLost(const std::string& text, bool timedOut, bool hasBegun = false)
+      : PlatformException(text), mTimedOut(timedOut), mHasBegun(hasBegun) {}
+
   bool timedOut() const { return mTimedOut; }
+
+  /// A part of the answer had arrived.
+  bool hasBegun() const { return mHasBegun; }
 
  private:
   bool mTimedOut;
+  bool mHasBegun;
 };
 
 /// What a server says to an operation.
 struct LdapResult {
-  int code = 0;      ///< RFC 4511, appendix A
-  std::string text;  ///< the code in words, and what the server adds
+  int code = 0;            ///< RFC 4511, appendix A
+  std::string text;        ///< the code in words, and what the server adds, for a log
+  std::string diagnostic;  ///< what the server adds, as it stands
   std::vector<std::string> referrals;
 
   bool isSuccess() const { return code == 0; }

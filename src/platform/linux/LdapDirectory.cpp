@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <strings.h>
 #include <unordered_set>
 #include <utility>
 
@@ -25,6 +26,13 @@ constexpr int kMostHops = 5;
 constexpr int kSizeLimitExceeded = 4;
 constexpr int kReferral = 10;
 constexpr int kNoSuchObject = 32;
+
+/// Whether they are the same but for options (RFC 4512, 2.5).
+bool isSameAttribute(std::string_view left, std::string_view right) {
+  left = left.substr(0, left.find(';'));
+  right = right.substr(0, right.find(';'));
+  return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
+}
 
 }  // namespace
 
@@ -193,7 +201,7 @@ LdapEntries LdapDirectory::search(std::vector<LdapSearch> searches) {
       work(std::exchange(again, {}), connection);
     });
   } catch (const LdapConnectionLost& lost) {
-    if (collector.hasBegun()) throw PlatformException(lost.what());
+    if (lost.hasBegun() || collector.hasBegun()) throw PlatformException(lost.what());
     throw DirectoryUnreachable(lost.what());
   }
   if (!referrals.empty()) follow(referrals, searches, collector);
@@ -248,9 +256,11 @@ LdapDirectory::RawValues LdapDirectory::readAttribute(const std::string& dn,
   const std::array searches{
       LdapSearch{dn, LdapSearch::Scope::Base, "(objectClass=*)", {attribute}, false}};
   const auto keep = [&](std::size_t, std::string_view, std::span<const LdapAttribute> attributes) {
-    if (attributes.empty()) return;
-    found.attribute = attributes.front().name;
-    found.values.assign(attributes.front().values.begin(), attributes.front().values.end());
+    for (const auto& each : attributes) {
+      if (!isSameAttribute(each.name, attribute)) continue;
+      found.attribute = each.name;
+      found.values.assign(each.values.begin(), each.values.end());
+    }
   };
   run([&](LdapConnection& connection) {
     found = {};

@@ -1,9 +1,9 @@
 #include "platform/linux/LdapLibrary.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -11,15 +11,8 @@ namespace gatehall {
 
 namespace {
 
-/// What has arrived and the library hasn't taken yet.
-struct ReadAhead {
-  std::array<char, 65536> bytes;
-  std::size_t begin = 0;
-  std::size_t end = 0;
-};
-
-ReadAhead& readAhead(Sockbuf_IO_Desc* descriptor) {
-  return *static_cast<ReadAhead*>(descriptor->sbiod_pvt);
+LdapTransport& transportOf(Sockbuf_IO_Desc* descriptor) {
+  return *static_cast<LdapTransport*>(descriptor->sbiod_pvt);
 }
 
 int socketOf(Sockbuf_IO_Desc* descriptor) {
@@ -28,46 +21,60 @@ int socketOf(Sockbuf_IO_Desc* descriptor) {
   return number;
 }
 
-int setUp(Sockbuf_IO_Desc* descriptor, void* /*argument*/) {
-  descriptor->sbiod_pvt = std::make_unique<ReadAhead>().release();
+int setUp(Sockbuf_IO_Desc* descriptor, void* transport) {
+  descriptor->sbiod_pvt = transport;
   return 0;
 }
 
 int takeDown(Sockbuf_IO_Desc* descriptor) {
-  const std::unique_ptr<ReadAhead> owner(&readAhead(descriptor));
+  const std::unique_ptr<LdapTransport> owner(&transportOf(descriptor));
   descriptor->sbiod_pvt = nullptr;
   return 0;
 }
 
 int control(Sockbuf_IO_Desc* descriptor, int option, void* /*argument*/) {
   if (option != LBER_SB_OPT_DATA_READY) return 0;
-  const auto& buffer = readAhead(descriptor);
-  return buffer.begin < buffer.end ? 1 : 0;
+  const auto& transport = transportOf(descriptor);
+  return transport.begin < transport.end ? 1 : 0;
+}
+
+/// Calls recv(2) or send(2), and again once the socket is ready where the transport waits for that.
+template <class Call>
+ssize_t attempt(Sockbuf_IO_Desc* descriptor, short readiness, Call call) {
+  const int socket = socketOf(descriptor);
+  const auto& transport = transportOf(descriptor);
+  for (;;) {
+    const auto count = call(socket);
+    if (count >= 0) return count;
+    if (errno == EINTR) continue;
+    if (errno != EAGAIN || !transport.waitsUntil) return -1;
+    pollfd event{socket, readiness, 0};
+    const int ready = poll(&event, 1, millisecondsUntil(*transport.waitsUntil));
+    if (ready == 0) errno = ETIMEDOUT;
+    if (ready == 0 || (ready < 0 && errno != EINTR)) return -1;
+  }
 }
 
 ber_slen_t readSome(Sockbuf_IO_Desc* descriptor, void* bytes, ber_len_t length) {
-  auto& buffer = readAhead(descriptor);
-  if (buffer.begin == buffer.end) {
-    ssize_t count = 0;
-    do {
-      count = recv(socketOf(descriptor), buffer.bytes.data(), buffer.bytes.size(), MSG_DONTWAIT);
-    } while (count < 0 && errno == EINTR);
+  auto& transport = transportOf(descriptor);
+  if (transport.begin == transport.end) {
+    const auto count = attempt(descriptor, POLLIN, [&](int socket) {
+      return recv(socket, transport.ahead.data(), transport.ahead.size(), MSG_DONTWAIT);
+    });
     if (count <= 0) return count;
-    buffer.begin = 0;
-    buffer.end = static_cast<std::size_t>(count);
+    transport.begin = 0;
+    transport.end = static_cast<std::size_t>(count);
   }
-  const auto count = std::min<std::size_t>(length, buffer.end - buffer.begin);
-  std::memcpy(bytes, buffer.bytes.data() + buffer.begin, count);
-  buffer.begin += count;
+  const auto count = std::min<std::size_t>(length, transport.end - transport.begin);
+  std::memcpy(bytes, transport.ahead.data() + transport.begin, count);
+  transport.begin += count;
   return static_cast<ber_slen_t>(count);
 }
 
 ber_slen_t writeSome(Sockbuf_IO_Desc* descriptor, void* bytes, ber_len_t length) {
-  ssize_t count = 0;
-  do {
-    count = send(socketOf(descriptor), bytes, length, MSG_DONTWAIT | MSG_NOSIGNAL);
-  } while (count < 0 && errno == EINTR);
-  return count;
+  return attempt(descriptor, POLLOUT, [&](int socket) {
+    return send(socket, bytes, length, MSG_DONTWAIT | MSG_NOSIGNAL);
+  });
 }
 
 int closeSocket(Sockbuf_IO_Desc* descriptor) { return close(socketOf(descriptor)); }
@@ -79,20 +86,20 @@ const LdapLibrary& LdapLibrary::get() {
   return library;
 }
 
-LdapOwned<LDAP> openSession(FileDescriptor socket, const char* uri) {
+LdapSession openSession(FileDescriptor socket, const char* uri) {
   // The library declares it changeable, and changes nothing.
   static Sockbuf_IO io{setUp, takeDown, control, readSome, writeSome, closeSocket};
   const auto& library = LdapLibrary::get();
   LDAP* opened = nullptr;
-  if (library.init_fd(socket.number(), LDAP_PROTO_EXT, uri, &opened) != LDAP_SUCCESS) {
-    return nullptr;
-  }
-  LdapOwned<LDAP> session(opened);
+  if (library.init_fd(socket.number(), LDAP_PROTO_EXT, uri, &opened) != LDAP_SUCCESS) return {};
+  LdapSession session{LdapOwned<LDAP>(opened), nullptr};
+  auto transport = std::make_unique<LdapTransport>();
   Sockbuf* buffer = nullptr;
   if (library.get_option(opened, LDAP_OPT_SOCKBUF, &buffer) != LDAP_OPT_SUCCESS ||
-      library.ber_sockbuf_add_io(buffer, &io, LBER_SBIOD_LEVEL_PROVIDER, nullptr) != 0) {
-    return nullptr;
+      library.ber_sockbuf_add_io(buffer, &io, LBER_SBIOD_LEVEL_PROVIDER, transport.get()) != 0) {
+    return {};
   }
+  session.transport = transport.release();
   socket.release();
   return session;
 }

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <ldap.h>
 #include <memory>
 #include <openldap.h>
+#include <optional>
 
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/ServerSocket.h"
 #include "platform/portable/LazyLibrary.h"
 
 namespace gatehall {
@@ -70,8 +74,25 @@ struct LdapFree {
 template <class Type>
 using LdapOwned = std::unique_ptr<Type, LdapFree>;
 
-/// A session over the connected socket. What the server sends is read ahead, nothing ever blocks,
-/// and writing to a server that is gone raises no signal. nullptr when memory is short.
-LdapOwned<LDAP> openSession(FileDescriptor socket, const char* uri);
+/// The way to the server. What it sends is read ahead, nothing blocks, and writing to a server that
+/// is gone raises no signal.
+struct LdapTransport {
+  /// While it is set, reading and writing wait until then for the server: the library's TLS
+  /// negotiation would ask over and over.
+  std::optional<Deadline> waitsUntil;
+
+  std::array<char, 65536> ahead;  ///< what has arrived and isn't taken yet
+  std::size_t begin = 0;
+  std::size_t end = 0;
+};
+
+/// The library's session, and the way under it, which it owns.
+struct LdapSession {
+  LdapOwned<LDAP> ldap;
+  LdapTransport* transport = nullptr;
+};
+
+/// A session over the connected socket; none when memory is short.
+LdapSession openSession(FileDescriptor socket, const char* uri);
 
 }  // namespace gatehall
