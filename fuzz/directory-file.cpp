@@ -1,0 +1,53 @@
+// The directory configuration, directory.toml.
+
+#include <filesystem>
+#include <fstream>
+#include <unistd.h>
+
+#include "fuzz/Input.h"
+#include "platform/instrumented/RecordingLog.h"
+#include "platform/linux/LdapSettings.h"
+#include "platform/linux/LocalSettings.h"
+
+namespace {
+
+/// A machine's root with nothing but the configuration.
+class Root {
+ public:
+  Root() {
+    auto name = (std::filesystem::temp_directory_path() / "gatehall-fuzz-XXXXXX").string();
+    gatehall::fuzz::require(mkdtemp(name.data()) != nullptr);
+    mPath = name;
+    std::filesystem::create_directories(mPath / "etc/gatehall");
+  }
+  ~Root() { std::filesystem::remove_all(mPath); }
+  Root(const Root&) = delete;
+  Root& operator=(const Root&) = delete;
+
+  void write(std::string_view text) const {
+    std::ofstream(mPath / "etc/gatehall/directory.toml", std::ios::binary) << text;
+  }
+  std::string path() const { return mPath.string(); }
+
+ private:
+  std::filesystem::path mPath;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace gatehall;
+  static const Root root;
+  root.write(fuzz::text(data, size));
+  HostOptions options;
+  options.root = root.path();
+  RecordingLog log;
+  FaultLog faults(log);
+  const auto settings = LocalSettings::read(options, faults);
+  settings.isGuest("guest-a1b2c3");
+  for (const auto& directory : LdapSettings::readAll(options, faults)) {
+    fuzz::require(!directory.name.empty() && !directory.servers.empty());
+    fuzz::require(directory.pageSize > 0 && directory.timeLimit.count() > 0);
+  }
+  return 0;
+}

@@ -1,0 +1,14 @@
+// URLs.
+
+#include "fuzz/Input.h"
+#include "platform/portable/UrlReader.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace gatehall;
+  const auto text = fuzz::text(data, size);
+  if (const auto url = readURL(text)) {
+    fuzz::require(url->absoluteText == text);
+    fuzz::require(text.starts_with(url->scheme + ":"));
+  }
+  return 0;
+}
