@@ -2,11 +2,11 @@
 #include <pango/pangocairo.h>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "platform/portable/PangoText.h"
 #include "platform/portable/Utf16.h"
+#include "tests/platform/contracts/TextSystemContract.h"
 
 namespace gatehall {
 namespace {
@@ -126,11 +126,6 @@ TEST(PangoText, IsAsWideAsPangosOwnLayoutWhateverWasMeasuredBefore) {
   }
 }
 
-TEST(PangoText, IsNoWiderWithoutText) {
-  EXPECT_EQ(ours({}), 0.0);
-  EXPECT_EQ(ours({{"", "Sans 12"}}), 0.0);
-}
-
 TEST(PangoText, GrowsWithTheFont) {
   EXPECT_NEAR(ours({{"Ann Lee", "Sans 24"}}), 2 * ours({{"Ann Lee", "Sans 12"}}), 0.1);
 }
@@ -144,19 +139,12 @@ TEST(PangoText, PassesOverAttributesThatItDoesNotDrawBy) {
   EXPECT_EQ(PangoText().width(oddRuns), PangoText().width(plainRuns));
 }
 
-TEST(PangoText, MeasuresOnAnyThread) {
-  const auto expected = ours({{"Ann Lee", "Sans 12"}});
-  std::vector<double> widths(4);
-  std::vector<std::thread> threads;
-  for (auto& width : widths) threads.emplace_back([&] { width = ours({{"Ann Lee", "Sans 12"}}); });
-  for (auto& thread : threads) thread.join();
-  for (const auto width : widths) EXPECT_EQ(width, expected);
-}
-
-TEST(PangoText, KeepsComposedCharactersTogether) {
-  EXPECT_EQ(PangoText().composedCharacterRange(u"xe\u0301", 2),
-            (std::pair<std::size_t, std::size_t>(1, 2)));
-}
-
 }  // namespace
+
+namespace contracts {
+
+INSTANTIATE_TEST_SUITE_P(Pango, TextSystemContract,
+                         testing::Values([] { return std::make_unique<PangoText>(); }));
+
+}  // namespace contracts
 }  // namespace gatehall

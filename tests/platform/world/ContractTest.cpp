@@ -6,6 +6,7 @@
 #include "tests/platform/contracts/PreferenceContract.h"
 #include "tests/platform/contracts/RunLoopContract.h"
 #include "tests/platform/contracts/SessionContract.h"
+#include "tests/platform/contracts/TextSystemContract.h"
 #include "tests/platform/world/SceneWorld.h"
 
 namespace gatehall::contracts {
@@ -98,6 +99,8 @@ class WorldSessionHost final : public InWorld<SessionHost> {
   std::map<std::string, std::int64_t> mOpen;
 };
 
+INSTANTIATE_TEST_SUITE_P(World, TextSystemContract,
+                         testing::Values([] { return std::make_unique<WorldTextSystem>(); }));
 INSTANTIATE_TEST_SUITE_P(World, DirectoryContract, testing::Values(&make<WorldDirectoryHost>));
 INSTANTIATE_TEST_SUITE_P(World, MembershipContract, testing::Values(&make<WorldMembershipHost>));
 INSTANTIATE_TEST_SUITE_P(World, NotificationContract,
