@@ -192,7 +192,12 @@ class Row {
       mCanvas.roundPicture(*picture, x, y, kFaceRadius);
     } else {
       mCanvas.circle(x, y, kFaceRadius, faceColour(mUser));
-      mCanvas.centredText(initials(nameOf(mUser)), kInitialsFont, x, y + 6, kCard);
+      auto letters = initials(nameOf(mUser));
+      // A character that no font has is drawn as a box with its number.
+      if (widthOf(letters, kInitialsFont) > 1.7 * kFaceRadius) {
+        letters = initials(mUser.shortName().value_or(""));
+      }
+      mCanvas.centredText(letters, kInitialsFont, x, y + 6, kCard);
     }
     badge(x + kFaceRadius * 0.72, y + kFaceRadius * 0.72);
   }
