@@ -41,6 +41,7 @@ TextSystem& Platform::text() { throw PlatformException("This host has no text sy
 Markup& Platform::markup() { throw PlatformException("This host has no markup readers."); }
 
 void Platform::install(std::shared_ptr<Platform> platform) {
+  if (installed()) installed()->endThreads();
   DroppedOnInstall::dropAll();
   installed() = std::move(platform);
 }

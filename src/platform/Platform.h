@@ -50,9 +50,15 @@ class Platform {
   virtual TextSystem& text();
   virtual Markup& markup();
 
-  /// Chooses the host of this process (nullptr: none). Drops the layer's shared instances and
-  /// process-wide caches, which belong to the host before it; nothing else may use the layer
-  /// meanwhile.
+  /// Ends the threads that the run loop started: those that wait, for time to pass or for the main
+  /// thread, end where they wait; the others are waited for. From the main thread.
+  virtual void endThreads() {}
+
+  /// Chooses the host of this process (nullptr: none). Ends the threads of the host before it and
+  /// drops what belongs to that, the layer's shared instances and process-wide caches. No thread
+  /// but those may use the layer meanwhile. From the main thread; a program that shows the list of
+  /// users calls it with nullptr before it ends, so that no thread is left in the middle of a
+  /// rebuild.
   static void install(std::shared_ptr<Platform> platform);
 
   /// Whether this process has a host.

@@ -214,21 +214,6 @@ TEST_F(ChangeNotifications, ASecondBuildRequestWhileOneRunsDoesNothing) {
   EXPECT_EQ(mTarget->told, 2);
 }
 
-TEST_F(ChangeNotifications, AFailedBuildKeepsTheListAndTellsTheTargetsAllTheSame) {
-  const auto list = access()->visibleUsersList();
-  mWorld->setFaults({{.operation = "copySessionList"}});
-  install(mWorld);
-  access()->addTarget(mTarget);
-  mWorld->sessions().setCurrent({.id = 1, .userID = 1000, .userName = "ann", .loginDone = true});
-  access()->buildVisibleUsersList();
-  settle();
-  EXPECT_EQ(mTarget->told, 1);
-  EXPECT_EQ(errors().size(), 1U);
-  access()->buildVisibleUsersList();
-  settle();
-  EXPECT_EQ(mTarget->told, 2);
-}
-
 TEST_F(ChangeNotifications, ATargetAddedTwiceIsToldOnceAndRemovedAtOnce) {
   access()->addTarget(mTarget);
   access()->addTarget(nullptr);

@@ -57,7 +57,7 @@ class FaultMatrix : public ::testing::Test {
     mLog = std::make_shared<RecordingLog>();
     Platform::install(std::make_shared<InstrumentedPlatform>(
         mWorld, std::move(faults), std::move(trace),
-        InstrumentedPlatform::Substitutes{mLoginService, mLog}));
+        InstrumentedPlatform::Substitutes{mLoginService, mLog, nullptr}));
   }
 
   Outcome run(std::vector<Fault> faults = {}, std::shared_ptr<Trace> trace = nullptr) {

@@ -87,6 +87,7 @@ class InstrumentedPlatform : public Platform {
   RunLoop& runLoop() override;
   TextSystem& text() override;
   Markup& markup() override;
+  void endThreads() override { mHost->endThreads(); }
 
  private:
   std::shared_ptr<Platform> mHost;

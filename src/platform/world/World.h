@@ -67,6 +67,7 @@ class World final : public Platform {
   WorldParentalControls& parentalControls() override { return mParentalControls; }
   WorldSystemNotifications& systemNotifications() override { return mSystemNotifications; }
   WorldRunLoop& runLoop() override { return mRunLoop; }
+  void endThreads() override { mRunLoop.endThreads(); }
 
  private:
   std::vector<Fault> mFaults;

@@ -19,13 +19,24 @@ class ThreadEnd {};
 WorldRunLoop::WorldRunLoop(WorldClock& clock)
     : mClock(clock), mMainThread(std::this_thread::get_id()) {}
 
-WorldRunLoop::~WorldRunLoop() {
+WorldRunLoop::~WorldRunLoop() { endThreads(); }
+
+void WorldRunLoop::endThreads() {
+  std::deque<std::function<void()>> neverStarted;  // what they hold may go only without the lock
   {
     const std::scoped_lock lock(mMutex);
     mEnding = true;
+    neverStarted.swap(mNotStarted);
   }
   mChanged.notify_all();
   for (auto& thread : mThreads) thread.handle.join();
+
+  const std::scoped_lock lock(mMutex);
+  mThreads.clear();
+  mThreadTasks.clear();
+  std::erase_if(mDue, [](const auto& due) { return due.second.sleeper != nullptr; });
+  mRunning = 0;
+  mEnding = false;
 }
 
 void WorldRunLoop::performAfterDelay(double seconds, std::function<void()> task) {
@@ -45,6 +56,7 @@ void WorldRunLoop::performOnMainThreadAndWait(std::function<void()> task) {
 
 void WorldRunLoop::detachNewThread(std::function<void()> body) {
   const std::scoped_lock lock(mMutex);
+  if (mEnding) return;
   if (mThreadsRun == Threads::Free) {
     start(std::move(body));
   } else {

@@ -25,8 +25,6 @@ namespace gatehall {
 /// Delays count in the time that advance lets pass, whatever the clock is set to meanwhile. Every
 /// thread's delayed tasks run on the main run loop.
 ///
-/// When the world goes, threads that still wait are ended where they wait, by an exception of a
-/// type that nobody else knows, and joined.
 class WorldRunLoop final : public RunLoop {
  public:
   enum class Threads {
@@ -67,6 +65,10 @@ class WorldRunLoop final : public RunLoop {
   /// Waits until every thread that runs has ended or sleeps, and meanwhile runs the tasks that they
   /// have for the main thread. Raises std::runtime_error after ten seconds of the real time.
   void settle();
+
+  /// Ends every thread, as when the world goes: one that waits where it waits, by an exception of a
+  /// type that nobody else knows; one that has not started never starts; the others are waited for.
+  void endThreads();
 
   /// Queues a task for the main run loop. From any thread.
   void post(std::function<void()> task);

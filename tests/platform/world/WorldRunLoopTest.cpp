@@ -167,6 +167,31 @@ TEST_F(WorldRunLoopTest, EndsWaitingThreadsWithTheWorld) {
   EXPECT_EQ(ended, 1);
 }
 
+TEST_F(WorldRunLoopTest, EndsItsThreadsAndGoesOnWithoutThem) {
+  mLoop.setThreads(WorldRunLoop::Threads::Free);
+  std::atomic<int> done = 0;
+  mLoop.detachNewThread([&] { ++done; });
+  mLoop.detachNewThread([&] {
+    mLoop.performOnMainThreadAndWait([&] { done += 100; });
+    done += 100;
+  });
+  mLoop.detachNewThread([&] {
+    mLoop.sleep(1);
+    done += 100;
+  });
+  mLoop.endThreads();
+  EXPECT_EQ(done, 1);
+  mLoop.performAfterDelay(1, [&] { ++done; });
+  mLoop.detachNewThread([&] {
+    mLoop.sleep(1);
+    ++done;
+  });
+  mLoop.settle();
+  mLoop.advance(1);
+  mLoop.settle();
+  EXPECT_EQ(done, 3);
+}
+
 TEST_F(WorldRunLoopTest, LetsTimePassForASleepingMainThreadAndRunsNothing) {
   mLoop.performAfterDelay(1, [&] { mMoments.push_back(elapsed()); });
   mLoop.sleep(3);
