@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <string>
 #include <unordered_set>
+#include <utility>
 
 #include "access/NetworkStatus.h"
 #include "access/USPrefs.h"
@@ -114,7 +115,7 @@ std::shared_ptr<CachedUserList> UserAccess::buildVisibleUsersListWithNetworkUser
 
   auto list = CachedUserList::cachedUserList();
   CachedUserList::Users removals;
-  if (local) list->addCachedUserList(*local);
+  if (local) list->addCachedUserList(std::move(*local));
   if (network) {
     for (const auto& user : *list) {
       const auto guid = user->getGUID();

@@ -17,6 +17,7 @@ std::shared_ptr<CachedUserList> cachedUserListForRecords(const std::optional<Rec
                                                          std::int32_t userIDFilter) {
   auto list = CachedUserList::cachedUserList();
   if (records) {
+    if (userIDFilter == kNoUserID) list->reserve(records->size());
     const auto wanted = static_cast<std::uint32_t>(userIDFilter);
     for (const auto& record : *records) {
       if (userIDFilter == kNoUserID || getUID(*record) == wanted) {

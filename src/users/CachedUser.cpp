@@ -106,13 +106,19 @@ std::optional<Value> CachedUser::getAttribute(std::string_view kind) const {
         if (auto first = attrAtIndex(*local, 0)) return first;
       }
     }
-    if (!mDirvoRecord) return std::nullopt;
-    auto values = mDirvoRecord->valuesForAttribute(kind);
-    if (!values || values->empty()) return std::nullopt;
-    return std::move(values->front());
+    if (auto first = firstOfRecord(kind)) return std::move(*first);
+    return std::nullopt;
   } catch (const PlatformException&) {
     return std::nullopt;
   }
+}
+
+/// May raise PlatformException.
+std::optional<std::string> CachedUser::firstOfRecord(std::string_view kind) const {
+  if (!mDirvoRecord) return std::nullopt;
+  auto values = mDirvoRecord->valuesForAttribute(kind);
+  if (!values || values->empty()) return std::nullopt;
+  return std::move(values->front());
 }
 
 std::optional<Value> CachedUser::getAttributes(std::string_view kind) const {
@@ -140,6 +146,13 @@ void CachedUser::updateUserAttributes() {
 }
 
 std::optional<std::string> CachedUser::text(std::string_view kind) const {
+  if (!mAttributes) {
+    try {
+      return firstOfRecord(attribute::canonical(kind));
+    } catch (const PlatformException&) {
+      return std::nullopt;
+    }
+  }
   const auto value = getAttribute(kind);
   const auto* string = value ? value->string() : nullptr;
   return string != nullptr ? std::optional(*string) : std::nullopt;

@@ -218,6 +218,7 @@ class CachedUser {
 
   bool has(std::uint32_t flag) const { return (mFlags & flag) != 0; }
   void setFlag(std::uint32_t flag, bool set);
+  std::optional<std::string> firstOfRecord(std::string_view kind) const;
   std::optional<std::string> text(std::string_view kind) const;
   void setKinwatchStatus(bool limit, std::int32_t result, std::optional<Date> nextCurfew);
 

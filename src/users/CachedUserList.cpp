@@ -15,7 +15,9 @@ namespace {
 /// The user id as the record spells it, not converted.
 std::optional<std::string> userIDText(const CachedUser& user) {
   const auto value = user.getAttribute(attribute::UniqueID);
-  return value ? std::optional(value->description()) : std::nullopt;
+  if (!value) return std::nullopt;
+  const auto* text = value->string();
+  return text != nullptr ? *text : value->description();
 }
 
 Strings recordNames(const CachedUser& user) {
@@ -99,14 +101,40 @@ void CachedUserList::addObject(const std::shared_ptr<CachedUser>& user) {
   }
 
   append(user);
-  if (guid) mGUIDs.insert_or_assign(*guid, user);
-  if (uid) mUIDs.insert_or_assign(*uid, user);
+  if (guid) enter(mGUIDs, *guid, user);
+  if (uid) enter(mUIDs, *uid, user);
   if (!name) return;
-  for (auto& each : recordNames(*user)) mShortNames.insert_or_assign(std::move(each), user);
+  for (auto& each : recordNames(*user)) enter(mShortNames, std::move(each), user);
+}
+
+void CachedUserList::enter(Index& index, std::string key, const std::shared_ptr<CachedUser>& user) {
+  const auto [entry, isNew] = index.try_emplace(std::move(key), user);
+  if (isNew || entry->second == user) return;
+  entry->second = user;
+  mHasContestedKeys = true;
+}
+
+void CachedUserList::reserve(std::size_t count) {
+  const auto held = mMonitor->lock();
+  mUserList.reserve(count);
+  for (auto* index : {&mGUIDs, &mShortNames, &mUIDs}) index->reserve(count);
 }
 
 void CachedUserList::addCachedUserList(const CachedUserList& other) {
   for (const auto& user : Users(other.mUserList)) addObject(user);
+}
+
+void CachedUserList::addCachedUserList(CachedUserList&& other) {
+  const bool isEmpty = mUserList.empty() && mGUIDs.empty() && mShortNames.empty() && mUIDs.empty();
+  if (!isEmpty || other.mHasContestedKeys) {
+    addCachedUserList(std::as_const(other));
+    return;
+  }
+  const auto held = mMonitor->lock();
+  mUserList.swap(other.mUserList);
+  mGUIDs.swap(other.mGUIDs);
+  mShortNames.swap(other.mShortNames);
+  mUIDs.swap(other.mUIDs);
 }
 
 /// The entry that removeObject takes out, or nullptr; its keys, as far as they are the user's, are
@@ -137,6 +165,7 @@ void CachedUserList::removeObjects(const Users& users) {
     if (auto entry = takeFromIndexes(user)) entries.insert(std::move(entry));
   }
   if (entries.empty()) return;
+  mHasContestedKeys = true;  // aliases go on leading to who was removed
   const auto held = mMonitor->lock();
   std::erase_if(mUserList, [&](const auto& user) { return entries.contains(user); });
 }

@@ -49,8 +49,15 @@ class CachedUserList final : public KinwatchTarget {
   /// May raise PlatformException.
   void addObject(const std::shared_ptr<CachedUser>& user);
 
+  /// Makes room for that many users.
+  void reserve(std::size_t count);
+
   /// addObject for each user of the other list, in its order.
   void addCachedUserList(const CachedUserList& other);
+
+  /// The same, with less work where the outcome is certain: it let its users in already, and none
+  /// of their keys stood against another's. The other list is empty then.
+  void addCachedUserList(CachedUserList&& other);
 
   /// Removes the entry found by the user's GUID, else short name, else user id, and the user's own
   /// index keys: of its names only the first, so that its aliases still lead to what was removed. A
@@ -97,6 +104,7 @@ class CachedUserList final : public KinwatchTarget {
   static std::shared_ptr<CachedUser> find(const Index& index,
                                           const std::optional<std::string>& key);
   void append(const std::shared_ptr<CachedUser>& user);
+  void enter(Index& index, std::string key, const std::shared_ptr<CachedUser>& user);
   std::shared_ptr<CachedUser> takeFromIndexes(const std::shared_ptr<CachedUser>& user);
 
   std::shared_ptr<KinwatchMonitor> mMonitor;
@@ -104,6 +112,7 @@ class CachedUserList final : public KinwatchTarget {
   Index mGUIDs;
   Index mShortNames;
   Index mUIDs;
+  bool mHasContestedKeys = false;  ///< some key leads, or led, to another user of the list
 };
 
 }  // namespace gatehall

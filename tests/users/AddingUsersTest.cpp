@@ -38,6 +38,10 @@ class AddingUsers : public Machine {
     return nameOf(mList->findUserByShortName(name));
   }
 
+  static std::string nameOf(const std::shared_ptr<CachedUser>& user) {
+    return user ? user->longName().value_or("(none)") : "nobody";
+  }
+
   const std::shared_ptr<CachedUserList> mList = CachedUserList::cachedUserList();
 
  private:
@@ -52,10 +56,6 @@ class AddingUsers : public Machine {
     const auto query = nodeWithName(node)->query(
         {{std::string(record::Users)}, "Picture", MatchType::EqualTo, {marker}, {}});
     return CachedUser::cachedUserWithDirvoRecord(query->results(false)->front());
-  }
-
-  static std::string nameOf(const std::shared_ptr<CachedUser>& user) {
-    return user ? user->longName().value_or("(none)") : "nobody";
   }
 
   int mUsers = 0;
@@ -332,6 +332,49 @@ TEST_F(RemovingUsers, FindsTheEntryByUserIDLast) {
   EXPECT_THAT(list(), IsEmpty());
   EXPECT_EQ(byGUID("G3"), "by user id");
   EXPECT_EQ(byShortName("c"), "by user id");
+}
+
+TEST_F(AddingUsers, OfAListThatIsGivenAwayAreThoseWhoWouldBeAddedOneByOne) {
+  const auto other = CachedUserList::cachedUserList();
+  other->addObject(network("net", {"G3", {"n"}, "3"}));
+  other->addObject(local("one", {"G1", {"a", "x"}, "1"}));
+  other->addObject(local("two", {"G2", {"b", "y"}, "2"}));
+  other->addObject(CachedUser::cachedOtherUser("other"));
+  mList->addCachedUserList(std::move(*other));
+  EXPECT_THAT(list(), ElementsAre("net", "one", "two", "other"));
+  EXPECT_EQ(byGUID("G2"), "two");
+  EXPECT_EQ(byShortName("y"), "two");
+  mList->addObject(local("three", {"G4", {"x"}, "4"}));
+  mList->addObject(local("home", {"G3", {"n"}, "3"}));
+  EXPECT_THAT(list(), ElementsAre("one", "two", "other", "home"));
+}
+
+TEST_F(AddingUsers, OfAListThatIsGivenAwayMeetThoseWhoAreThere) {
+  const auto other = CachedUserList::cachedUserList();
+  other->addObject(local("one", {"G1", {"a"}, "1"}));
+  other->addObject(local("two", {"G2", {"b"}, "2"}));
+  mList->addObject(local("first", {"G1", {"f"}, "9"}));
+  mList->addCachedUserList(std::move(*other));
+  EXPECT_THAT(list(), ElementsAre("first", "two"));
+}
+
+TEST_F(AddingUsers, OfAListThatIsGivenAwayAreTriedAgainWhereAnAliasIsAnothersName) {
+  const auto other = CachedUserList::cachedUserList();
+  other->addObject(local("bob", {"G1", {"bob"}, "1"}));
+  other->addObject(local("ann", {"G2", {"ann", "bob"}, "2"}));
+  other->sortUsingSelector(&CachedUser::cachedUserLongNameCompare);
+  mList->addCachedUserList(std::move(*other));
+  EXPECT_THAT(list(), ElementsAre("ann")) << "who comes first now, and goes by bob's name as well";
+}
+
+TEST_F(AddingUsers, OfAListThatIsGivenAwayLeaveNoTraceOfThoseWhoWereRemovedFromIt) {
+  const auto other = CachedUserList::cachedUserList();
+  const auto one = local("one", {"G1", {"a", "x"}, "1"});
+  other->addObject(one);
+  other->removeObject(one);
+  EXPECT_EQ(nameOf(other->findUserByShortName("x")), "one");
+  mList->addCachedUserList(std::move(*other));
+  EXPECT_EQ(byShortName("x"), "nobody");
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "platform/Clock.h"
 #include "platform/Log.h"
 #include "platform/linux/FaultLog.h"
+#include "platform/linux/GroupNames.h"
 #include "platform/linux/HostOptions.h"
 #include "platform/linux/LocalSettings.h"
 #include "platform/linux/LoginShells.h"
@@ -29,12 +30,14 @@ struct LocalHost {
         clock(hostClock),
         faults(log),
         guids(options, faults),
+        groupNames(options, faults, clock),
         sessionLimits(options, faults) {}
 
   const HostOptions options;
   Clock& clock;
   FaultLog faults;
   MachineGUIDs guids;
+  GroupNames groupNames;
   SessionLimits sessionLimits;
 };
 

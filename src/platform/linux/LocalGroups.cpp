@@ -63,6 +63,13 @@ class GroupSelection {
   bool isByValue() const { return mWay == Way::Value; }
 
   bool isByExactName() const { return mWay == Way::Name && mValues.isExact(); }
+
+  /// False when no line of the file can have one of the names.
+  bool mayFindNames(GroupNames& names, const Strings& wanted) const {
+    return !isByExactName() ||
+           std::ranges::any_of(wanted, [&](const auto& name) { return names.mayHold(name); });
+  }
+
   bool wantsNothingButNames(std::size_t found) const {
     return isByExactName() && found == mValues.size();
   }
@@ -107,6 +114,7 @@ std::vector<std::shared_ptr<LocalGroup>> findLocalGroups(
 
   const std::size_t limit = description.maximumResults;
   const bool mayWantAdmin = selection.mayWantAdmin();
+  if (!mayWantAdmin && !selection.mayFindNames(host.groupNames, description.values)) return found;
   const auto isFull = [&] { return limit != 0 && found.size() >= limit && !selection.isByValue(); };
   const Strings none;
   const auto& adminGroups = mayWantAdmin ? context->settings().adminGroups : none;

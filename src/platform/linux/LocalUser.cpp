@@ -47,20 +47,24 @@ LocalUser::LocalUser(std::shared_ptr<LocalContext> context, std::string_view pas
                      std::shared_ptr<const UserRecord> userRecord)
     : mHost(context->sharedHost()),
       mContext(std::move(context)),
-      mPasswdLine(passwdLine),
-      mUserRecord(std::move(userRecord)) {}
+      mUserRecord(std::move(userRecord)) {
+  keepLine(passwdLine);
+}
 
 LocalUser::LocalUser(std::shared_ptr<LocalContext> context,
                      std::shared_ptr<const UserRecord> userRecord)
     : mHost(context->sharedHost()),
       mContext(std::move(context)),
-      mPasswdLine(passwdLineOf(*userRecord)),
       mUserRecord(std::move(userRecord)),
-      mStandsAlone(true) {}
+      mStandsAlone(true) {
+  keepLine(passwdLineOf(*mUserRecord));
+}
 
-PasswdEntry LocalUser::entry() const {
+void LocalUser::keepLine(std::string_view passwdLine) {
   std::string fault;
-  return *parsePasswdLine(mPasswdLine, fault);
+  mPasswdLine = passwdLine;
+  mEntry = *parsePasswdLine(mPasswdLine, fault);
+  mGUID.clear();
 }
 
 std::string LocalUser::loginName() const {
@@ -70,7 +74,7 @@ std::string LocalUser::loginName() const {
 
 std::uint32_t LocalUser::userID() const {
   const std::lock_guard lock(mMutex);
-  return entry().userID;
+  return mEntry.userID;
 }
 
 std::string LocalUser::recordType() { return std::string(record::Users); }
@@ -87,7 +91,10 @@ std::optional<Dictionary> LocalUser::recordDetails(const Strings& kinds) {
   Dictionary details;
   const auto add = [&](std::string_view kind) {
     if (details.contains(kind)) return;
-    if (const auto found = values(kind); !found.empty()) details.emplace(kind, found);
+    auto found = values(kind);
+    if (found.empty()) return;
+    Array each(std::make_move_iterator(found.begin()), std::make_move_iterator(found.end()));
+    details.emplace(kind, std::move(each));
   };
   for (const auto& kind : kinds) add(attribute::canonical(kind));
   if (!kinds.empty()) return details;
@@ -100,8 +107,8 @@ std::optional<Dictionary> LocalUser::recordDetails(const Strings& kinds) {
 
 Strings LocalUser::values(std::string_view kind) {
   if (kind == attribute::RecordName) return recordNames();
-  if (kind == attribute::UniqueID) return {std::to_string(entry().userID)};
-  if (kind == attribute::PrimaryGroupID) return {std::to_string(entry().groupID)};
+  if (kind == attribute::UniqueID) return {std::to_string(mEntry.userID)};
+  if (kind == attribute::PrimaryGroupID) return {std::to_string(mEntry.groupID)};
   if (kind == attribute::GUID) return {guid()};
   if (kind == attribute::MetaNodeLocation) return {std::string(kLocalNodeName)};
   if (kind == attribute::Password) return passwordMark();
@@ -109,18 +116,18 @@ Strings LocalUser::values(std::string_view kind) {
   if (kind == attribute::TavloSettings) return isLimited() ? Strings{"session limits"} : Strings();
   if (auto own = attributesOfUserRecord(kind); !own.empty()) return own;
   if (kind == attribute::FullName) return fullName();
-  if (kind == attribute::NFSHomeDirectory) return oneUnlessEmpty(entry().homeDirectory);
+  if (kind == attribute::NFSHomeDirectory) return oneUnlessEmpty(mEntry.homeDirectory);
   if (kind == attribute::UserShell) {
-    return {std::string(mContext->shells().effective(entry().shell))};
+    return {std::string(mContext->shells().effective(mEntry.shell))};
   }
   if (kind == attribute::Picture) return oneUnlessEmpty(accountsService().picture);
   if (kind == attribute::AuthenticationHint) return oneUnlessEmpty(accountsService().passwordHint);
-  if (kind == attribute::Guest && mContext->settings().isGuest(entry().name)) return {"1"};
+  if (kind == attribute::Guest && mContext->settings().isGuest(mEntry.name)) return {"1"};
   return {};
 }
 
 Strings LocalUser::recordNames() const {
-  Strings names{std::string(entry().name)};
+  Strings names{std::string(mEntry.name)};
   if (mUserRecord) {
     names.insert(names.end(), mUserRecord->aliases.begin(), mUserRecord->aliases.end());
   }
@@ -128,15 +135,17 @@ Strings LocalUser::recordNames() const {
 }
 
 Strings LocalUser::fullName() const {
-  const auto account = entry();
-  auto name = fullNameOfGecos(account.gecos, account.name);
+  auto name = fullNameOfGecos(mEntry.gecos, mEntry.name);
   if (name.empty() && mUserRecord) name = mUserRecord->realName;
   return oneUnlessEmpty(name);
 }
 
-std::string LocalUser::guid() const {
-  if (mUserRecord && mUserRecord->uuid) return uuidText(*mUserRecord->uuid);
-  return uuidText(mHost->guids.ofUser(entry().userID));
+const std::string& LocalUser::guid() {
+  if (mGUID.empty()) {
+    mGUID = uuidText(mUserRecord && mUserRecord->uuid ? *mUserRecord->uuid
+                                                      : mHost->guids.ofUser(mEntry.userID));
+  }
+  return mGUID;
 }
 
 Strings LocalUser::attributesOfUserRecord(std::string_view kind) const {
@@ -168,16 +177,15 @@ LocalUser::Password LocalUser::password() {
   Password result;
   std::vector<std::string_view> stored;
   std::optional<ShadowEntry> shadow;
-  const auto account = entry();
   if (mStandsAlone) {
     result.store = Store::Privileged;
     fetchPrivileged();
     for (const auto& hash : mPrivilegedHashes) stored.push_back(hash->view());
   } else {
     shadow = shadowEntry();
-    if (account.password != "x") {
+    if (mEntry.password != "x") {
       result.store = Store::Passwd;
-      stored.push_back(account.password);
+      stored.push_back(mEntry.password);
     } else if (shadow) {
       stored.push_back(shadow->hash);
     }
@@ -240,11 +248,13 @@ void LocalUser::fetchShadowLine() {
 void LocalUser::fetchShadow(LocalContext& context,
                             std::span<const std::shared_ptr<LocalUser>> users) {
   auto& host = context.host();
-  std::unordered_map<std::string, std::vector<LocalUser*>> missing;
+  // The names stay good: nobody else has the users yet whose entries are missing.
+  std::unordered_map<std::string_view, std::vector<LocalUser*>> missing;
+  missing.reserve(users.size());
   for (const auto& user : users) {
     const std::lock_guard lock(user->mMutex);
     if (user->mShadow != Fetched::No || user->mStandsAlone) continue;
-    missing[std::string(accountLine::name(user->mPasswdLine))].push_back(user.get());
+    missing[user->mEntry.name].push_back(user.get());
   }
   if (missing.size() <= 1) return;  // one record fetches its own line as fast
   const auto keep = [](const std::vector<LocalUser*>& records, Fetched state,
@@ -254,12 +264,10 @@ void LocalUser::fetchShadow(LocalContext& context,
       user->keepShadow(state, line);
     }
   };
-  std::string name;
   const int error =
       accountFiles::scan(host.options, host.faults, accountFiles::kShadow,
                          [&](std::string_view line, std::uint64_t number) {
-                           name = accountLine::name(line);
-                           const auto found = missing.find(name);
+                           const auto found = missing.find(accountLine::name(line));
                            if (found == missing.end()) return true;
                            std::string fault;
                            const bool isRead = parseShadowLine(line, fault).has_value();
@@ -301,7 +309,7 @@ void LocalUser::fetchAccountsService(LocalContext& context,
 }
 
 bool LocalUser::isLimited() {
-  if (!mIsLimited) mIsLimited = !mHost->sessionLimits.limited({entry().userID}).empty();
+  if (!mIsLimited) mIsLimited = !mHost->sessionLimits.limited({mEntry.userID}).empty();
   return *mIsLimited;
 }
 
@@ -316,7 +324,7 @@ void LocalUser::fetchSessionLimits(LocalContext& context,
   const auto limited = wanted.empty() ? wanted : limits.limited(wanted);
   for (const auto& user : users) {
     const std::lock_guard lock(user->mMutex);
-    user->mIsLimited = !limited.empty() && limited.contains(user->entry().userID);
+    user->mIsLimited = !limited.empty() && limited.contains(user->mEntry.userID);
   }
 }
 
@@ -357,7 +365,7 @@ bool LocalUser::changePassword(std::string_view oldPassword, std::string_view ne
       error = {std::string(kDirectoryErrorDomain), directoryError::kPasswordServiceUnavailable};
       return false;
     }
-    name = entry().name;
+    name = mEntry.name;
   }
   // PAM asks a process of root's for no old password.
   if (getuid() == 0 && !verifyPassword(oldPassword, error)) return false;
@@ -415,7 +423,7 @@ bool LocalUser::synchronize() {
   if (!present) return false;
   const std::scoped_lock lock(mMutex, present->mMutex);
   mContext = context;
-  mPasswdLine = present->mPasswdLine;
+  keepLine(present->mPasswdLine);
   mUserRecord = present->mUserRecord;
   mStandsAlone = present->mStandsAlone;
   mShadow = Fetched::No;

@@ -71,12 +71,12 @@ class LocalUser final : public DirectoryRecord {
   };
 
   // All of these are called under mMutex.
-  PasswdEntry entry() const;
+  void keepLine(std::string_view passwdLine);
   Strings values(std::string_view kind);
   Strings recordNames() const;
   Strings fullName() const;
   Strings homeDirectory() const;
-  std::string guid() const;
+  const std::string& guid();
   Strings authenticationAuthority();
   Strings passwordMark();
   Strings attributesOfUserRecord(std::string_view kind) const;
@@ -94,6 +94,8 @@ class LocalUser final : public DirectoryRecord {
   const std::shared_ptr<LocalHost> mHost;
   std::shared_ptr<LocalContext> mContext;
   std::string mPasswdLine;
+  PasswdEntry mEntry;  ///< of the line
+  std::string mGUID;   ///< empty until it is asked for
   std::shared_ptr<const UserRecord> mUserRecord;
   bool mStandsAlone = false;
   Fetched mShadow = Fetched::No;  ///< of the shadow line, or of the privileged hashes

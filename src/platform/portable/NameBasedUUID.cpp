@@ -43,15 +43,16 @@ std::string uuidText(const UUIDBytes& uuid) {
 
 std::optional<UUIDBytes> parseUUID(std::string_view text) {
   if (text.size() != 36) return std::nullopt;
-  std::string digits;
+  std::array<char, 32> digits;
+  std::size_t count = 0;
   for (std::size_t index = 0; index < text.size(); ++index) {
     if (!isHyphenPlace(index)) {
-      digits += text[index];
+      digits[count++] = text[index];
     } else if (text[index] != '-') {
       return std::nullopt;
     }
   }
-  return parseHexadecimal(digits);
+  return parseHexadecimal({digits.data(), digits.size()});
 }
 
 std::optional<UUIDBytes> parseHexadecimal(std::string_view digits) {
