@@ -2,57 +2,23 @@
 // of 70,000 in /etc/passwd and /etc/shadow. Both run in a mount namespace of their own, in which
 // these files are the benchmark's. Needs root.
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <sched.h>
-#include <spawn.h>
 #include <string>
-#include <sys/mount.h>
 #include <sys/ptrace.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
+
+#include "bench/OwnAccounts.h"
+#include "bench/Processes.h"
 
 namespace {
 
-using Command = std::vector<std::string>;
+using namespace gatehall::bench;
 
 constexpr int kAccounts = 70000;
 constexpr int kFirstUserID = 10000;
 constexpr int kRuns = 41;
-
-[[noreturn]] void fail(const std::string& what) {
-  std::perror(what.c_str());
-  std::exit(1);
-}
-
-std::vector<char*> arguments(const Command& command) {
-  std::vector<char*> words;
-  for (const auto& word : command) words.push_back(const_cast<char*>(word.c_str()));
-  words.push_back(nullptr);
-  return words;
-}
-
-double wallMilliseconds(const Command& command) {
-  auto words = arguments(command);
-  posix_spawn_file_actions_t quiet;
-  posix_spawn_file_actions_init(&quiet);
-  posix_spawn_file_actions_addopen(&quiet, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  const auto start = std::chrono::steady_clock::now();
-  pid_t child = 0;
-  if (posix_spawn(&child, words[0], &quiet, nullptr, words.data(), environ) != 0) fail(command[0]);
-  int status = 0;
-  waitpid(child, &status, 0);
-  const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - start;
-  posix_spawn_file_actions_destroy(&quiet);
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) fail(command[0] + " failed");
-  return taken.count();
-}
 
 /// The process's own high-water mark, read while it stands at its exit: what wait4(2) reports would
 /// count the memory of this benchmark's fork as well.
@@ -81,11 +47,6 @@ long peakKilobytes(const Command& command) {
     }
   }
   return peak;
-}
-
-double median(std::vector<double> samples) {
-  std::sort(samples.begin(), samples.end());
-  return samples[samples.size() / 2];
 }
 
 void writeAccounts(const std::filesystem::path& folder, const std::string& lastHash) {
@@ -130,18 +91,8 @@ void compare(const std::string& name, const Command& ours, const Command& theirs
 
 int main(int, char** argv) {
   const auto programs = std::filesystem::canonical(argv[0]).parent_path();
-  auto folderTemplate = (std::filesystem::temp_directory_path() / "gatehall-bench-XXXXXX").string();
-  const std::filesystem::path folder = mkdtemp(folderTemplate.data());
-
-  if (unshare(CLONE_NEWNS) != 0) fail("unshare");
-  if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) fail("mount");
-  writeAccounts(folder, "");
-  for (const char* name : {"passwd", "shadow", "group"}) {
-    const auto target = std::string("/etc/") + name;
-    if (mount((folder / name).c_str(), target.c_str(), nullptr, MS_BIND, nullptr) != 0) {
-      fail("mount " + target);
-    }
-  }
+  const OwnAccounts accounts;
+  writeAccounts(accounts.folder(), "");
 
   const auto last = std::to_string(kFirstUserID + kAccounts - 2);
   const Command getent = {"/usr/bin/getent", "-s", "files", "passwd", last};
@@ -150,12 +101,7 @@ int main(int, char** argv) {
   compare("switch-process-refused", ours, getent);
   // Admitted, without a password: the login service is asked too, in vain on a machine without a
   // system bus.
-  std::ofstream(folder / "group") << "root:x:0:\nsudo:x:27:\n";
+  std::ofstream(accounts.folder() / "group") << "root:x:0:\nsudo:x:27:\n";
   compare("switch-process", ours, getent);
-
-  for (const char* name : {"passwd", "shadow", "group"}) {
-    umount2((std::string("/etc/") + name).c_str(), MNT_DETACH);
-  }
-  std::filesystem::remove_all(folder);
   return 0;
 }

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <spawn.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace gatehall::bench {
+
+using Command = std::vector<std::string>;
+
+[[noreturn]] inline void fail(const std::string& what) {
+  std::perror(what.c_str());
+  std::exit(1);
+}
+
+inline std::vector<char*> arguments(const Command& command) {
+  std::vector<char*> words;
+  for (const auto& word : command) words.push_back(const_cast<char*>(word.c_str()));
+  words.push_back(nullptr);
+  return words;
+}
+
+/// The whole of one process, whose output goes nowhere and which must succeed.
+inline double wallMilliseconds(const Command& command) {
+  auto words = arguments(command);
+  posix_spawn_file_actions_t quiet;
+  posix_spawn_file_actions_init(&quiet);
+  posix_spawn_file_actions_addopen(&quiet, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  const auto start = std::chrono::steady_clock::now();
+  pid_t child = 0;
+  if (posix_spawn(&child, words[0], &quiet, nullptr, words.data(), environ) != 0) fail(command[0]);
+  int status = 0;
+  waitpid(child, &status, 0);
+  const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - start;
+  posix_spawn_file_actions_destroy(&quiet);
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) fail(command[0] + " failed");
+  return taken.count();
+}
+
+inline double median(std::vector<double> samples) {
+  std::sort(samples.begin(), samples.end());
+  return samples[samples.size() / 2];
+}
+
+}  // namespace gatehall::bench

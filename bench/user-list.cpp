@@ -1,0 +1,119 @@
+// The first complete list of users to show, sorted, of the accounts in /etc/passwd: the whole of
+// one process against getent(1) reading all of 70,000, and against LightDM's library listing 10,000
+// (without AccountsService, so that both read the same file). Then how the time grows from 1,000 to
+// 1,000,000 accounts. All run in a mount namespace of their own, in which the account files are the
+// benchmark's. Needs root.
+
+#include <cstdint>
+#include <dlfcn.h>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string_view>
+
+#include "access/UserAccess.h"
+#include "bench/OwnAccounts.h"
+#include "bench/Processes.h"
+#include "platform/linux/LinuxPlatform.h"
+
+namespace {
+
+using namespace gatehall;
+using namespace gatehall::bench;
+
+constexpr int kFirstUserID = 10000;
+
+/// A name as people have, of one to three words.
+std::string fullName(std::mt19937& random) {
+  static constexpr const char* syllables[] = {"an",  "be",  "ca", "dö", "el", "fi", "gu",  "hå",
+                                              "in",  "jo",  "ka", "li", "mo", "né", "ol",  "pe",
+                                              "qui", "ras", "so", "tü", "ur", "vi", "wen", "zo"};
+  const auto pick = [&](std::uint32_t count) { return static_cast<std::size_t>(random() % count); };
+  std::string name;
+  for (std::size_t word = 0; word <= pick(3); ++word) {
+    if (!name.empty()) name += ' ';
+    for (std::size_t syllable = 0; syllable < 2 + pick(3); ++syllable) {
+      name += syllables[pick(std::size(syllables))];
+    }
+  }
+  return name;
+}
+
+void writeAccounts(const std::filesystem::path& folder, int count) {
+  std::mt19937 random(20261121);
+  std::ofstream passwd(folder / "passwd");
+  std::ofstream shadow(folder / "shadow");
+  passwd << "root:x:0:0:root:/root:/bin/bash\n";
+  shadow << "root:*:19000:0:99999:7:::\n";
+  std::ofstream(folder / "group") << "root:x:0:\nsudo:x:27:user0\nusers:x:100:\n";
+  for (int number = 0; number < count; ++number) {
+    const auto name = "user" + std::to_string(number);
+    passwd << name << ":x:" << kFirstUserID + number << ":100:" << fullName(random) << ",,,:/home/"
+           << name << ":/bin/bash\n";
+    shadow << name << ":$y$j9T$oQ0oQ0oQ0oQ0oQ0o$" << std::string(43, 'x')
+           << ":19000:0:99999:7:::\n";
+  }
+}
+
+/// In a process of its own: fails unless the list has that many users.
+int listUsers(std::uint64_t count) {
+  Platform::install(std::make_shared<LinuxPlatform>(HostOptions(), std::string("user-list")));
+  const auto list = UserAccess::sharedUserAccess()->visibleUsersList();
+  // The process ends with its memory as it is, as getent and every login screen do.
+  _exit(list && list->count() == count ? 0 : 1);
+}
+
+/// The same of LightDM's list (lightdm/user.h); the result is not compared, since LightDM goes by
+/// its own /etc/lightdm/users.conf.
+int listUsersOfLightDM(int count) {
+  void* library = dlopen("liblightdm-gobject-1.so.0", RTLD_NOW);
+  if (library == nullptr) return 1;
+  using GetInstance = void* (*)();
+  using GetLength = int (*)(void*);
+  const auto getInstance =
+      reinterpret_cast<GetInstance>(dlsym(library, "lightdm_user_list_get_instance"));
+  const auto getLength =
+      reinterpret_cast<GetLength>(dlsym(library, "lightdm_user_list_get_length"));
+  const int length = getLength(getInstance());
+  std::fprintf(stderr, "user-list: LightDM lists %d of %d\n", length, count);
+  _exit(length > 0 ? 0 : 1);
+}
+
+double medianMilliseconds(const Command& command, int runs) {
+  std::vector<double> samples;
+  for (int run = 0; run < runs; ++run) samples.push_back(wallMilliseconds(command));
+  return median(samples);
+}
+
+void compare(const char* name, const Command& ours, const Command& theirs, int runs, double aim) {
+  const auto our = medianMilliseconds(ours, runs);
+  const auto their = medianMilliseconds(theirs, runs);
+  std::printf("%s: ours %.1f ms, theirs %.1f ms (medians of %d)\n", name, our, their, runs);
+  std::printf("%s ratio %.3f aim %.2f\n", name, our / their, aim);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::string_view task = argc == 3 ? argv[1] : "";
+  if (task == "list") return listUsers(std::stoull(argv[2]));
+  if (task == "lightdm") return listUsersOfLightDM(std::stoi(argv[2]));
+
+  // No system bus: nobody answers there, and nobody asks AccountsService.
+  setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
+  const OwnAccounts accounts;
+  const auto program = std::filesystem::canonical(argv[0]).string();
+  const auto ours = [&](int count) { return Command{program, "list", std::to_string(count)}; };
+
+  for (const int count : {1000, 10000, 100000, 1000000}) {
+    writeAccounts(accounts.folder(), count);
+    const auto taken = medianMilliseconds(ours(count), count < 100000 ? 9 : 3);
+    std::printf("user-list: %.1f ms for %d users, %.2f us a user\n", taken, count,
+                taken * 1000 / count);
+  }
+  writeAccounts(accounts.folder(), 10000);
+  compare("user-list-against-lightdm", ours(10000), {program, "lightdm", "10000"}, 3, 0.05);
+  writeAccounts(accounts.folder(), 70000);
+  compare("user-list", ours(70000), {"/usr/bin/getent", "-s", "files", "passwd"}, 9, 5.0);
+  return 0;
+}
