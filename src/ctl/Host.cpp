@@ -20,7 +20,8 @@ Host::Host(const std::optional<std::string>& worldFile, bool isTraced) : mWorldF
     platform = mWorld;
   } else {
     mLoginService = std::make_shared<RecordingLoginService>();
-    platform = std::make_shared<LinuxPlatform>(HostOptions(), mLog);
+    mMachine = std::make_shared<LinuxPlatform>(HostOptions(), mLog);
+    platform = mMachine;
   }
   Platform::install(std::make_shared<InstrumentedPlatform>(
       std::move(platform), std::move(faults), isTraced ? mTrace : nullptr,

@@ -7,6 +7,7 @@
 #include "platform/instrumented/RecordingLog.h"
 #include "platform/instrumented/RecordingLoginService.h"
 #include "platform/instrumented/Trace.h"
+#include "platform/linux/LinuxPlatform.h"
 #include "platform/world/World.h"
 
 namespace gatehall::ctl {
@@ -28,6 +29,9 @@ class Host {
   /// Absent on this machine.
   const std::optional<std::string>& worldFile() const { return mWorldFile; }
 
+  /// nullptr in a world.
+  LinuxPlatform* machine() const { return mMachine.get(); }
+
   RecordingLog& log() const { return *mLog; }
   const RecordingLoginService& loginService() const { return *mLoginService; }
   const Trace& trace() const { return *mTrace; }
@@ -35,6 +39,7 @@ class Host {
  private:
   std::optional<std::string> mWorldFile;
   std::shared_ptr<World> mWorld;
+  std::shared_ptr<LinuxPlatform> mMachine;
   std::shared_ptr<RecordingLog> mLog = std::make_shared<RecordingLog>();
   std::shared_ptr<RecordingLoginService> mLoginService;
   std::shared_ptr<Trace> mTrace = std::make_shared<Trace>();

@@ -18,6 +18,7 @@ Verb expandVerb();
 Verb adminsVerb();
 Verb prefsVerb();
 Verb networkVerb();
+Verb directoriesVerb();
 
 /// All verbs, in the order in which help lists them.
 std::span<const Verb> verbs();

@@ -136,6 +136,18 @@ bool LdapDirectory::isReachable() {
   }
 }
 
+NetworkNode::Reached LdapDirectory::reach() {
+  NetworkNode::Reached reached;
+  attempt([&] {
+    mServers.run([&](LdapConnection& connection) {
+      const auto start = std::chrono::steady_clock::now();
+      LdapServers::askForNothing(connection, mServers.limits());
+      reached = {connection.server().text, std::chrono::steady_clock::now() - start};
+    });
+  });
+  return reached;
+}
+
 std::vector<LdapSearch> LdapDirectory::searchesFor(std::span<const Type> types,
                                                    std::string_view filter, bool isPaged) const {
   const auto whole = [&](const std::string& ofType) {

@@ -40,6 +40,9 @@ class LdapDirectory {
   /// Whether it can be reached, tried no more often than every few seconds. Raises nothing.
   bool isReachable();
 
+  /// Tries it, whatever is remembered. Raises as search does.
+  NetworkNode::Reached reach();
+
   /// The searches that find the entries of the types that the filter takes: one, or one for each
   /// type when they stand below different bases.
   std::vector<LdapSearch> searchesFor(std::span<const Type> types, std::string_view filter,
@@ -77,6 +80,11 @@ class LdapDirectory {
   template <class Work>
   void guard(Work work) {
     refuseIfUnreachable();
+    attempt(work);
+  }
+
+  template <class Work>
+  void attempt(Work work) {
     try {
       work();
     } catch (const DirectoryUnreachable& failure) {

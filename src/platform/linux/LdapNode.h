@@ -13,6 +13,7 @@ class LdapNode final : public NetworkNode {
   explicit LdapNode(std::shared_ptr<LdapDirectory> directory) : mDirectory(std::move(directory)) {}
 
   bool isReachable() override { return mDirectory->isReachable(); }
+  Reached reach() override { return mDirectory->reach(); }
   void forgetFetched() override { mDirectory->cache().drop(); }
 
   std::optional<std::string> nodeName() override { return mDirectory->nodeName(); }

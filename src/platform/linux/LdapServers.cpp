@@ -55,12 +55,16 @@ void LdapServers::run(const std::function<void(LdapConnection&)>& work) {
   giveBack(std::move(connection));
 }
 
+void LdapServers::askForNothing(LdapConnection& connection, const LdapLimits& limits) {
+  const std::array rootEntry{
+      LdapSearch{"", LdapSearch::Scope::Base, "(objectClass=*)", {"1.1"}, false}};
+  connection.search(rootEntry, limits, [](auto, auto, auto) {});
+}
+
 void LdapServers::probe() {
   if (auto idle = takeIdle()) {
-    const std::array rootEntry{
-        LdapSearch{"", LdapSearch::Scope::Base, "(objectClass=*)", {"1.1"}, false}};
     try {
-      idle->search(rootEntry, limits(), [](auto, auto, auto) {});
+      askForNothing(*idle, limits());
       return giveBack(std::move(idle));
     } catch (const LdapConnectionLost& lost) {
       if (lost.timedOut()) avoid(idle->server());

@@ -31,6 +31,9 @@ class LdapServers {
   /// Asks a server for a sign of life. Raises as run does.
   void probe();
 
+  /// A question to which every answer is as good as any other. Raises LdapConnectionLost.
+  static void askForNothing(LdapConnection& connection, const LdapLimits& limits);
+
   /// The same as run on a connection of its own that nobody is bound on.
   void runUnbound(const std::function<void(LdapConnection&)>& work);
 

@@ -100,12 +100,14 @@ class DirectoryReader {
 
   void readName(std::string_view key, std::string& name, Needed needed) {
     readText(key, name, needed);
-    if (!name.empty() && !ldapName::canonical(name)) refuse(key, "is not a distinguished name");
+    if (mTable.contains(key) && !ldapName::canonical(name)) {
+      refuse(key, "is not a distinguished name");
+    }
   }
 
   void readPath(std::string_view key, std::string& path) {
     readText(key, path, Needed::No);
-    if (!path.empty() && !path.starts_with('/')) refuse(key, "is not an absolute path");
+    if (mTable.contains(key) && !path.starts_with('/')) refuse(key, "is not an absolute path");
   }
 
   void readFlag(std::string_view key, bool& flag) {

@@ -26,6 +26,9 @@ class LinuxDirectory final : public DirectoryService {
 
   std::shared_ptr<DirectorySession> defaultSession() override;
 
+  /// The network's nodes, in their order.
+  const std::vector<std::shared_ptr<NetworkNode>>& networkNodes() const { return mNetworkNodes; }
+
   /// Has the network's nodes forget what they fetched a moment ago: the directory changed.
   void forgetFetched();
 

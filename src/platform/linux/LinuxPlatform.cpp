@@ -69,7 +69,7 @@ LinuxPlatform::~LinuxPlatform() = default;
 
 Process& LinuxPlatform::process() { return mServices->process; }
 
-DirectoryService& LinuxPlatform::directory() {
+LinuxDirectory& LinuxPlatform::directory() {
   return mServices->directory.get(mOptions, *mLog, mServices->clock);
 }
 

@@ -5,6 +5,7 @@
 
 #include "platform/Platform.h"
 #include "platform/linux/HostOptions.h"
+#include "platform/linux/LinuxDirectory.h"
 
 namespace gatehall {
 
@@ -22,7 +23,7 @@ class LinuxPlatform final : public Platform {
   ~LinuxPlatform() override;
 
   Process& process() override;
-  DirectoryService& directory() override;
+  LinuxDirectory& directory() override;
   SessionService& sessions() override;
   LoginService& loginService() override;
   MembershipService& membership() override;

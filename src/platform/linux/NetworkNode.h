@@ -1,5 +1,8 @@
 #pragma once
 
+#include <chrono>
+#include <string>
+
 #include "platform/DirectoryService.h"
 #include "platform/PlatformException.h"
 
@@ -17,6 +20,16 @@ class NetworkNode : public DirectoryNode {
  public:
   /// Whether the directory can be reached now. From any thread; raises nothing.
   virtual bool isReachable() = 0;
+
+  /// The server that is asked now, and how long it takes to answer a question that means nothing.
+  struct Reached {
+    std::string server;
+    std::chrono::duration<double> roundTrip{};
+  };
+
+  /// Asks it. From any thread. Raises PlatformException, whose text says in words why the directory
+  /// can't be reached.
+  virtual Reached reach() = 0;
 
   /// Drops what was fetched and kept for the next questions. From any thread; raises nothing.
   virtual void forgetFetched() {}

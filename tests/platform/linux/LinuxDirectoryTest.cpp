@@ -29,6 +29,7 @@ class MachineNode final : public NetworkNode {
     return machine.local()->query(std::move(description));
   }
   bool isReachable() override { return reachable; }
+  Reached reach() override { return {}; }
 
   Machine machine;
   bool reachable = true;

@@ -1,0 +1,248 @@
+// A directory of 70,000 users and 2,000 groups in a slapd: gatehallctl against ldapsearch(1) for
+// all users, for a group of 20,000 through three levels, and for one user. And what one directory
+// of three costs that accepts nothing. It runs in a mount namespace of its own, in which /etc is a
+// copy. Needs root.
+
+#include <algorithm>
+#include <sched.h>
+#include <sys/mount.h>
+
+#include "bench/DirectoryServer.h"
+#include "directory/GroupMembership.h"
+#include "platform/linux/LdapConnection.h"
+#include "platform/linux/LdapEntry.h"
+#include "platform/linux/LinuxLog.h"
+#include "platform/linux/LinuxPlatform.h"
+
+namespace {
+
+using namespace gatehall;
+using namespace gatehall::bench;
+
+constexpr int kUsers = 70000;
+constexpr int kGroups = 2000;
+constexpr int kRuns = 5;
+constexpr int kFirstUserID = 10000;
+constexpr double kTimeLimit = 2;
+
+/// The members of the three levels; each but the last holds the next level besides, and fills whole
+/// filters.
+constexpr std::array kLevels{6999, 6999, 6002};
+constexpr int kFilterTerms = 500;
+
+std::string userDN(int number) {
+  return "uid=user" + std::to_string(number) + ",ou=people," + kSuffix;
+}
+std::string levelDN(std::size_t level) {
+  return "cn=level" + std::to_string(level) + ",ou=groups," + kSuffix;
+}
+std::string guid(char kind, int number) {
+  char text[40];
+  std::snprintf(text, sizeof(text), "6c6b2f1e-000%c-4000-8000-%012d", kind, number);
+  return text;
+}
+
+std::vector<std::string> membersOf(std::size_t level) {
+  std::vector<std::string> members;
+  int number = 0;
+  for (std::size_t before = 0; before < level; ++before) number += kLevels[before];
+  for (int member = 0; member < kLevels[level]; ++member) members.push_back(userDN(number++));
+  if (level + 1 < kLevels.size()) members.push_back(levelDN(level + 1));
+  return members;
+}
+
+void writeLdif(const std::filesystem::path& file) {
+  std::ofstream ldif(file);
+  ldif << "dn: " << kSuffix
+       << "\nobjectClass: dcObject\nobjectClass: organization\ndc: example\no: Example\n\n";
+  for (const char* unit : {"people", "groups"}) {
+    ldif << "dn: ou=" << unit << "," << kSuffix << "\nobjectClass: organizationalUnit\nou: " << unit
+         << "\n\n";
+  }
+  for (int number = 0; number < kUsers; ++number) {
+    ldif << "dn: " << userDN(number)
+         << "\nobjectClass: inetOrgPerson\nobjectClass: posixAccount\nuid: user" << number
+         << "\ncn: Person Number " << number << "\nsn: " << number
+         << "\nuidNumber: " << kFirstUserID + number
+         << "\ngidNumber: 100\nhomeDirectory: /home/user" << number
+         << "\nloginShell: /bin/bash\nentryUUID: " << guid('1', number) << "\n\n";
+  }
+  const auto writeGroup = [&](const std::string& dn, const std::string& name, int number,
+                              const std::vector<std::string>& members) {
+    ldif << "dn: " << dn << "\nobjectClass: groupOfNames\nobjectClass: posixGroup\ncn: " << name
+         << "\ngidNumber: " << 200000 + number << "\nentryUUID: " << guid('2', number) << "\n";
+    for (const auto& member : members) ldif << "member: " << member << "\n";
+    ldif << "\n";
+  };
+  for (std::size_t level = 0; level < kLevels.size(); ++level) {
+    writeGroup(levelDN(level), "level" + std::to_string(level), static_cast<int>(level),
+               membersOf(level));
+  }
+  for (int number = static_cast<int>(kLevels.size()); number < kGroups; ++number) {
+    const auto name = "group" + std::to_string(number);
+    writeGroup("cn=" + name + ",ou=groups," + kSuffix, name, number,
+               {userDN(number), userDN(number * 7), userDN(number * 31)});
+  }
+}
+
+std::string table(const std::string& name, const std::string& uri) {
+  return "[[directory]]\nname = \"" + name + "\"\nservers = [\"" + uri + "\"]\nbase = \"" +
+         kSuffix + "\"\nprofile = \"rfc2307bis\"\ntls = \"off\"\ntime-limit = 2\n";
+}
+
+void configure(const std::string& tables) {
+  std::ofstream("/etc/gatehall/directory.toml") << tables;
+}
+
+/// ldapsearch for the filter, with the attributes that the layer asks for.
+Command search(const std::string& uri, const std::string& filter, const Strings& attributes,
+               bool isPaged) {
+  Command command{"/usr/bin/ldapsearch", "-x", "-LLL", "-H", uri, "-b", kSuffix};
+  if (isPaged) command.insert(command.end(), {"-E", "pr=1000/noprompt"});
+  command.push_back(filter);
+  command.insert(command.end(), attributes.begin(), attributes.end());
+  return command;
+}
+
+double median(std::vector<double> samples) {
+  std::sort(samples.begin(), samples.end());
+  return samples[samples.size() / 2];
+}
+
+struct Medians {
+  double ours;
+  double theirs;
+};
+
+template <class Ours, class Theirs>
+Medians compare(int runs, Ours ours, Theirs theirs) {
+  std::vector<double> ourTimes;
+  std::vector<double> theirTimes;
+  for (int time = 0; time < runs; ++time) {
+    ourTimes.push_back(secondsOf(ours));
+    theirTimes.push_back(secondsOf(theirs));
+  }
+  return {median(ourTimes), median(theirTimes)};
+}
+
+/// The searches of the expansion: one for the group, then its members by filters of hundreds.
+std::vector<Command> expansionSearches(const std::string& uri, const LdapSchemas& schemas) {
+  auto attributes = schemas.users.wanted();
+  for (const auto& each : schemas.groups.wanted()) {
+    if (std::ranges::find(attributes, each) == attributes.end()) attributes.push_back(each);
+  }
+  const auto either = "(|" + schemas.users.filter() + schemas.groups.filter() + ")";
+  std::vector<Command> searches{
+      search(uri, "(&" + either + "(entryUUID=" + guid('2', 0) + "))", attributes, false)};
+  for (std::size_t level = 0; level < kLevels.size(); ++level) {
+    const auto members = membersOf(level);
+    for (std::size_t begin = 0; begin < members.size(); begin += kFilterTerms) {
+      std::string terms;
+      for (auto at = begin; at < std::min(members.size(), begin + kFilterTerms); ++at) {
+        terms += "(entryDN=" + members[at] + ")";
+      }
+      searches.push_back(search(uri, "(&" + either + "(|" + terms + "))", attributes, false));
+    }
+  }
+  return searches;
+}
+
+/// How many searches the expansion sends.
+std::uint64_t roundTrips() {
+  Platform::install(std::make_shared<LinuxPlatform>(
+      HostOptions(), std::make_shared<LinuxLog>("network-directories")));
+  const auto before = LdapConnection::searchesSent();
+  const auto found = expandGUIDList(Strings{guid('2', 0)});
+  if (!found || found->size() != 20000) fail("expansion");
+  const auto sent = LdapConnection::searchesSent() - before;
+  Platform::install(nullptr);
+  return sent;
+}
+
+void isolate(const std::filesystem::path& folder) {
+  if (unshare(CLONE_NEWNS) != 0) fail("unshare");
+  if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) fail("mount");
+  run({"cp", "-a", "/etc", folder});
+  std::filesystem::create_directories(folder / "etc/gatehall");
+  if (mount((folder / "etc").c_str(), "/etc", nullptr, MS_BIND, nullptr) != 0) fail("mount /etc");
+}
+
+}  // namespace
+
+int main(int, char** argv) {
+  const auto ctl = (std::filesystem::canonical(argv[0]).parent_path() / "gatehallctl").string();
+  auto folderTemplate = (std::filesystem::temp_directory_path() / "gatehall-bench-XXXXXX").string();
+  const std::filesystem::path folder = mkdtemp(folderTemplate.data());
+  isolate(folder);
+  writeLdif(folder / "data.ldif");
+  {
+    const DirectoryServer server(folder, folder / "data.ldif");
+    const auto& uri = server.uri();
+    LdapSettings settings;
+    settings.usersBase = settings.groupsBase = kSuffix;
+    settings.profile = LdapProfile::Rfc2307bis;
+    const LdapSchemas schemas(settings);
+    configure(table("example", uri));
+
+    const auto one = compare(
+        21,
+        [&] {
+          run({ctl, "can-log-in", std::to_string(kFirstUserID + kUsers / 2)});
+        },
+        [&] {
+          run(search(uri, "(&" + schemas.users.filter() + "(uidNumber=45000))",
+                     schemas.users.wanted(), false));
+        });
+    std::printf("network-can-log-in: %.1f ms cold; ldapsearch of the user %.1f ms\n",
+                one.ours * 1e3, one.theirs * 1e3);
+
+    const auto trips = roundTrips();
+    const double most = static_cast<double>(kLevels.size()) + 20000.0 / kFilterTerms;
+    const auto searches = expansionSearches(uri, schemas);
+    std::string group = guid('2', 0);
+    const auto expansion = compare(
+        kRuns,
+        [&] {
+          run({ctl, "--json", "expand", group});
+        },
+        [&] {
+          for (const auto& each : searches) run(each);
+        });
+    std::printf("network-expand: %.3f s; %zu times ldapsearch %.3f s\n", expansion.ours,
+                searches.size(), expansion.theirs);
+    std::printf("network-expand-round-trips: %lu for 20,000 users on 3 levels\n",
+                static_cast<unsigned long>(trips));
+    std::printf("network-expand-round-trips ratio %.2f aim 1.0\n",
+                static_cast<double>(trips) / most);
+    std::printf("network-expand ratio %.2f aim 0.5\n", expansion.ours / expansion.theirs);
+
+    {
+      const Listener silent;
+      const auto others = table("one", uri) + table("two", uri);
+      configure(others);
+      const Command verb{ctl, "can-log-in", std::to_string(kFirstUserID)};
+      const double without = secondsOf([&] { run(verb); });
+      configure(table("silent", silent.uri()) + others);
+      const double with = secondsOf([&] { run(verb); });
+      std::printf(
+          "network-silent: %.3f s with a directory that accepts nothing, limit %.0f s; "
+          "%.3f s without it\n",
+          with, kTimeLimit, without);
+      std::printf("network-silent ratio %.2f aim 1.0\n", with / (kTimeLimit + 2 * without));
+    }
+
+    configure(table("example", uri));
+    const auto all = compare(
+        kRuns,
+        [&] {
+          run({ctl, "network-users"});
+        },
+        [&] { run(search(uri, schemas.users.filter(), schemas.users.wanted(), true)); });
+    std::printf("network-users: %.3f s for %d users; ldapsearch %.3f s (medians of %d)\n", all.ours,
+                kUsers, all.theirs, kRuns);
+    std::printf("network-users ratio %.2f aim 1.0\n", all.ours / all.theirs);
+  }
+  umount2("/etc", MNT_DETACH);
+  std::filesystem::remove_all(folder);
+  return 0;
+}
