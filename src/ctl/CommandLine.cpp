@@ -67,7 +67,7 @@ std::string usage(const Verb& verb) {
       break;
   }
   for (const auto& [option, value, help] : verb.options) {
-    operands += " [" + option + " " + value + "]";
+    operands.append(" [").append(option).append(" ").append(value).append("]");
   }
   return std::string(kProgram) + " [OPTIONS] " + std::string(verb.name) + operands;
 }

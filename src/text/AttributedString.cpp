@@ -86,9 +86,9 @@ void MutableAttributedString::replaceCharacters(TextRange range, std::u16string_
 }
 
 void MutableAttributedString::append(const AttributedString& string) {
-  const AttributedString appended = string;
-  mText += appended.string();
-  appendRuns(appended, {0, appended.length()});
+  if (&string == this) return append(AttributedString(string));
+  mText += string.string();
+  appendRuns(string, {0, string.length()});
 }
 
 }  // namespace gatehall
