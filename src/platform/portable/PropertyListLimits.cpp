@@ -165,7 +165,22 @@ class BinaryNesting {
     if (depth > kDeepest) tooDeep("object " + std::to_string(index) + ": ");
     const auto references = isDictionary ? 2 * count : count;
     for (std::uint64_t reference = 0; reference < references; ++reference) {
-      unfold(number(content + reference * mReferenceSize, mReferenceSize), depth + 1);
+      const auto held = number(content + reference * mReferenceSize, mReferenceSize);
+      if (isDictionary && reference < count) checkKey(held);
+      unfold(held, depth + 1);
+    }
+  }
+
+  /// libplist ends the process over a key that goes on behind a NUL character.
+  void checkKey(std::uint64_t index) const {
+    const auto [kind, count, content] = object(index);
+    const std::uint64_t unit = kind == 6 ? 2 : 1;
+    if (kind != 5 && kind != 6) return;
+    for (std::uint64_t at = 0; at < count; ++at) {
+      if (number(content + at * unit, unit) == 0) {
+        throw MalformedPropertyList("object " + std::to_string(index) +
+                                    ": a key with a NUL character");
+      }
     }
   }
 

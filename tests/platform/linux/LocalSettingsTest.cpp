@@ -64,6 +64,13 @@ TEST_F(LocalSettingsFile, ThatIsWrittenWrongMakesNobodyAnAdministratorAndTheLogS
   EXPECT_THAT(machine.log.lines().front(), HasSubstr("/etc/gatehall/directory.toml:4: "));
 }
 
+TEST_F(LocalSettingsFile, WithAMarkWhereANameBelongsIsOneThatIsWrittenWrong) {
+  machine.write(kFile, "[local]\n[!node]\n");
+  EXPECT_THAT(admins(), ElementsAre("root"));
+  ASSERT_EQ(machine.log.lines().size(), 1U);
+  EXPECT_THAT(machine.log.lines().front(), HasSubstr("/etc/gatehall/directory.toml:2: "));
+}
+
 TEST_F(LocalSettingsFile, WithAWrongValueLosesThatValueAndTheLogSaysWhere) {
   machine.write(kFile, "[local]\nadmin-groups = \"sudo\"\nguests = [\"gus\",\n 3]\nextra = 1\n");
   EXPECT_THAT(admins(), ElementsAre("root"));

@@ -172,6 +172,17 @@ TEST(PropertyList, RefusesABinaryCollectionThatHoldsItself) {
   EXPECT_THAT(refusal(binary({"\xA1\0\0"s})), HasSubstr("more than 100 collections"));
 }
 
+TEST(PropertyList, RefusesABinaryKeyWithANULCharacter) {
+  for (const auto& key : {"\x53"
+                          "a\0b"s,
+                          "\x51\0"s, "\x62\0a\0\0"s}) {
+    EXPECT_THAT(refusal(binary({"\xD1\0\1\0\2"s, key, "\x51x"})),
+                HasSubstr("object 1: a key with a NUL character"));
+  }
+  EXPECT_EQ(parsePropertyList(binary({"\xD1\0\1\0\2"s, "\x61\0a"s, "\x51x"})),
+            Value(Dictionary{{"a", "x"}}));
+}
+
 TEST(PropertyList, RefusesBinaryThatUnfoldsWithoutMeasure) {
   std::vector<std::string> objects;
   for (std::uint64_t index = 1; index <= 60; ++index) {
