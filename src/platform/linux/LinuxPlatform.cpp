@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/linux/LinuxClock.h"
+#include "platform/linux/LinuxCollation.h"
 #include "platform/linux/LinuxDirectory.h"
 #include "platform/linux/LinuxLog.h"
 #include "platform/linux/LinuxLoginService.h"
@@ -14,8 +15,8 @@
 #include "platform/linux/LinuxProcess.h"
 #include "platform/linux/LinuxPropertyLists.h"
 #include "platform/linux/LinuxSessions.h"
-#include "platform/linux/MachineLocale.h"
-#include "platform/portable/IcuCollation.h"
+#include "platform/linux/LinuxSystemNotifications.h"
+#include "platform/linux/MachineEvents.h"
 #include "platform/portable/LocalNotificationCenter.h"
 #include "platform/portable/PangoText.h"
 #include "platform/portable/PortableMarkup.h"
@@ -33,6 +34,9 @@ class Lazy {
     std::call_once(mMade, [&] { mService.emplace(std::forward<Arguments>(arguments)...); });
     return *mService;
   }
+
+  /// nullptr when nobody has asked for it.
+  Service* made() { return mService ? &*mService : nullptr; }
 
  private:
   std::once_flag mMade;
@@ -53,10 +57,13 @@ struct LinuxPlatform::Services {
   Lazy<LinuxLoginService> loginService;
   Lazy<LinuxPreferences> preferences;
   Lazy<LinuxPropertyLists> propertyLists;
-  Lazy<IcuCollation> collation;
+  Lazy<LinuxCollation> collation;
   Lazy<LinuxParentalControls> parentalControls;
   PangoText text;
   PortableMarkup markup;
+  Lazy<LinuxRunLoop> runLoop;
+  Lazy<LinuxSystemNotifications> systemNotifications;
+  std::optional<MachineEvents> events;
 };
 
 LinuxPlatform::LinuxPlatform(HostOptions options, std::string identity)
@@ -65,7 +72,7 @@ LinuxPlatform::LinuxPlatform(HostOptions options, std::string identity)
 LinuxPlatform::LinuxPlatform(HostOptions options, std::shared_ptr<Log> log)
     : mOptions(std::move(options)), mLog(std::move(log)), mServices(std::make_unique<Services>()) {}
 
-LinuxPlatform::~LinuxPlatform() = default;
+LinuxPlatform::~LinuxPlatform() { LinuxPlatform::endThreads(); }
 
 Process& LinuxPlatform::process() { return mServices->process; }
 
@@ -101,10 +108,33 @@ TextSystem& LinuxPlatform::text() { return mServices->text; }
 
 Markup& LinuxPlatform::markup() { return mServices->markup; }
 
-Collation& LinuxPlatform::collation() { return mServices->collation.get(machineLocale(mOptions)); }
+Collation& LinuxPlatform::collation() { return mServices->collation.get(mOptions); }
 
 ParentalControls& LinuxPlatform::parentalControls() {
   return mServices->parentalControls.get(mOptions, *mLog, mServices->clock);
+}
+
+SystemNotifications& LinuxPlatform::systemNotifications() {
+  return mServices->systemNotifications.get(runLoop());
+}
+
+LinuxRunLoop& LinuxPlatform::runLoop() {
+  return mServices->runLoop.get(mMainThread, [this](EventLoop& events) { listen(events); });
+}
+
+void LinuxPlatform::listen(EventLoop& events) {
+  systemNotifications();
+  mServices->events.emplace(mOptions, *mLog, directory(), runLoop(), events,
+                            EventTargets{.inProcess = mServices->notificationCenter,
+                                         .distributed = mServices->distributedNotificationCenter,
+                                         .system = *mServices->systemNotifications.made(),
+                                         .localeChanged = [this] {
+                                           mServices->collation.get(mOptions).localeChanged();
+                                         }});
+}
+
+void LinuxPlatform::endThreads() {
+  if (auto* runLoop = mServices->runLoop.made()) runLoop->endThreads();
 }
 
 }  // namespace gatehall

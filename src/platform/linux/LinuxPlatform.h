@@ -2,10 +2,12 @@
 
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "platform/Platform.h"
 #include "platform/linux/HostOptions.h"
 #include "platform/linux/LinuxDirectory.h"
+#include "platform/linux/LinuxRunLoop.h"
 
 namespace gatehall {
 
@@ -37,10 +39,16 @@ class LinuxPlatform final : public Platform {
   TextSystem& text() override;
   Markup& markup() override;
   ParentalControls& parentalControls() override;
+  SystemNotifications& systemNotifications() override;
+  LinuxRunLoop& runLoop() override;
+  void endThreads() override;
 
  private:
   struct Services;
 
+  void listen(EventLoop& events);
+
+  const std::thread::id mMainThread = std::this_thread::get_id();
   HostOptions mOptions;
   std::shared_ptr<Log> mLog;
   std::unique_ptr<Services> mServices;

@@ -1,22 +1,23 @@
 #include "platform/linux/SessionLimits.h"
 
-#include <charconv>
 #include <string_view>
 #include <unistd.h>
 #include <utility>
 #include <variant>
 
 #include "platform/PlatformException.h"
+#include "platform/linux/AccountsServiceUser.h"
 #include "platform/linux/SystemBus.h"
 
 namespace gatehall {
 
 namespace {
 
-constexpr const char* kService = "org.freedesktop.Accounts";
-constexpr const char* kPath = "/org/freedesktop/Accounts";
-constexpr std::string_view kUserPath = "/org/freedesktop/Accounts/User";
-constexpr const char* kInterface = "com.endlessm.ParentalControls.SessionLimits";
+using accountsService::kName;
+using accountsService::kPath;
+using accountsService::kSessionLimits;
+using accountsService::kUserPath;
+
 constexpr const char* kInstalled =
     "/usr/share/accountsservice/interfaces/com.endlessm.ParentalControls.SessionLimits.xml";
 
@@ -28,30 +29,20 @@ constexpr std::int64_t kDailySchedule = 1;
 constexpr std::chrono::seconds kRest{10};
 
 [[noreturn]] void failUnexpected(const char* member) {
-  throw PlatformException(std::string("Unable to ask ") + kService + " for " + member +
+  throw PlatformException(std::string("Unable to ask ") + kName + " for " + member +
                           ": an answer of a type that was not expected");
-}
-
-/// The user whose object stands at the path.
-std::optional<std::uint32_t> userOf(std::string_view path) {
-  if (!path.starts_with(kUserPath)) return std::nullopt;
-  path.remove_prefix(kUserPath.size());
-  std::uint32_t userID = 0;
-  const auto read = std::from_chars(path.data(), path.data() + path.size(), userID);
-  if (read.ec != std::errc() || read.ptr != path.data() + path.size()) return std::nullopt;
-  return userID;
 }
 
 /// Also has the service put the users' objects on the bus.
 std::unordered_set<std::uint32_t> listedUsers(SystemBus& bus) {
-  const auto values = bus.call({kService, kPath, kService, "ListCachedUsers"});
+  const auto values = bus.call({kName, kPath, kName, "ListCachedUsers"});
   const auto* paths = values.size() == 1 ? values.front().array() : nullptr;
   if (paths == nullptr) failUnexpected("ListCachedUsers");
   std::unordered_set<std::uint32_t> users;
   for (const auto& each : *paths) {
     const auto* path = each.string();
     if (path == nullptr) failUnexpected("ListCachedUsers");
-    if (const auto userID = userOf(*path)) users.insert(*userID);
+    if (const auto userID = accountsService::userOf(*path)) users.insert(*userID);
   }
   return users;
 }
@@ -108,7 +99,7 @@ std::unordered_set<std::uint32_t> SessionLimits::limited(
       }
     });
   } catch (const PlatformException& error) {
-    mFaults.report(kInterface, error.what());
+    mFaults.report(kSessionLimits, error.what());
   }
   return found;
 }
@@ -126,7 +117,7 @@ std::optional<LoginHours> SessionLimits::askHours(SystemBus& bus, std::uint32_t 
   const auto path = std::string(kUserPath) + std::to_string(userID);
   Array values;
   try {
-    values = bus.call({kService, path, "org.freedesktop.DBus.Properties", "GetAll"}, {kInterface});
+    values = bus.call({kName, path, "org.freedesktop.DBus.Properties", "GetAll"}, {kSessionLimits});
   } catch (const BusError& error) {
     if (!isGone(error)) throw;
     return std::nullopt;
@@ -137,7 +128,8 @@ std::optional<LoginHours> SessionLimits::askHours(SystemBus& bus, std::uint32_t 
   if (type == kNoLimit) return std::nullopt;
   const auto hours = type == kDailySchedule ? dailySchedule(*properties) : LoginHours::never();
   if (hours == LoginHours::never()) {
-    mFaults.report(kInterface, "the limit of user " + std::to_string(userID) + " can't be read");
+    mFaults.report(kSessionLimits,
+                   "the limit of user " + std::to_string(userID) + " can't be read");
   }
   return hours;
 }

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/NotificationNames.h"
 #include "platform/Platform.h"
 #include "tests/platform/contracts/Scene.h"
 
@@ -97,6 +98,63 @@ TEST_P(NotificationContract, LetsAHandlerEndItsOwnAndOtherObservations) {
   mHost->postDistributed("com.orvane.first", {});
   mHost->deliver();
   EXPECT_THAT(mReceived, testing::ElementsAre("com.orvane.first"));
+}
+
+/// A machine whose console and groups change.
+class SystemNotificationHost {
+ public:
+  virtual ~SystemNotificationHost() = default;
+  virtual Platform& platform() = 0;
+
+  virtual void changeConsole() = 0;
+  virtual void changeGroups() = 0;
+
+  /// Runs the main run loop until everything that happened so far was delivered.
+  virtual void deliver() = 0;
+};
+
+class SystemNotificationContract : public testing::TestWithParam<Factory<SystemNotificationHost>> {
+ protected:
+  RunLoop& loop() { return mHost->platform().runLoop(); }
+
+  std::shared_ptr<RunLoopSource> registerName(std::string_view name) {
+    return mHost->platform().systemNotifications().registerName(name, [this, name] {
+      mThreads.push_back(std::this_thread::get_id());
+      mReceived.emplace_back(name);
+    });
+  }
+
+  const std::unique_ptr<SystemNotificationHost> mHost = GetParam()();
+  std::vector<std::string> mReceived;
+  std::vector<std::thread::id> mThreads;
+};
+
+TEST_P(SystemNotificationContract, TellOnTheMainThreadWhatHappened) {
+  const auto console = registerName(kConsoleSessionChangedNotification);
+  const auto groups = registerName(kLocalGroupsChangedNotification);
+  ASSERT_NE(console, nullptr);
+  ASSERT_NE(groups, nullptr);
+  loop().addSource(console, RunLoopMode::Common);
+  loop().addSource(groups, RunLoopMode::Default);
+  mHost->changeConsole();
+  mHost->deliver();
+  EXPECT_THAT(mReceived, testing::ElementsAre(kConsoleSessionChangedNotification));
+  mHost->changeGroups();
+  mHost->deliver();
+  EXPECT_THAT(mReceived, testing::ElementsAre(kConsoleSessionChangedNotification,
+                                              kLocalGroupsChangedNotification));
+  EXPECT_THAT(mThreads, testing::Each(std::this_thread::get_id()));
+}
+
+TEST_P(SystemNotificationContract, TellNothingThroughASourceThatIsNotInTheRunLoop) {
+  const auto console = registerName(kConsoleSessionChangedNotification);
+  mHost->changeConsole();
+  mHost->deliver();
+  loop().addSource(console, RunLoopMode::Default);
+  loop().removeSource(console, RunLoopMode::Default);
+  mHost->changeConsole();
+  mHost->deliver();
+  EXPECT_THAT(mReceived, testing::IsEmpty());
 }
 
 }  // namespace gatehall::contracts

@@ -11,6 +11,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "platform/NotificationNames.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "tests/platform/linux/Machine.h"
 
@@ -40,6 +41,9 @@ TEST(LinuxPlatform, MapsALibraryOnlyWhenAServiceNeedsIt) {
         platform.loginService();
         platform.preferences().copyApplicationValue("DenyList", "com.orvane.gatehall");
         platform.parentalControls();
+        platform.distributedNotificationCenter().addObserver(&machine, "any", [](const auto&) {});
+        platform.systemNotifications().registerName(kLocalGroupsChangedNotification, [] {});
+        platform.runLoop().performAfterDelay(0, [] {});
         platform.propertyLists().readPropertyList("/Library/Managed Preferences/a.plist");
         auto& collation = platform.collation();
         for (const auto* library : {"libsystemd.so", "libplist", "libicui18n", "libldap"}) {
@@ -81,10 +85,26 @@ TEST(LinuxPlatform, KnowsItsProcessAndTheTime) {
   EXPECT_LE(now, Date(std::chrono::system_clock::now()));
 }
 
-TEST(LinuxPlatform, LacksWhatALoginScreenAloneWouldNeed) {
+TEST(LinuxPlatform, IsDrivenByTheThreadThatMadeIt) {
   Machine machine;
   LinuxPlatform platform(machine.options, std::make_shared<KeptLog>());
-  EXPECT_THROW(platform.runLoop(), PlatformException);
+  std::thread other([&] { platform.runLoop(); });
+  other.join();
+  bool ran = false;
+  platform.runLoop().performOnMainThreadAndWait([&] { ran = true; });
+  EXPECT_TRUE(ran);
+}
+
+TEST(LinuxPlatform, EndsItsThreadsBeforeAnotherHostTakesItsPlace) {
+  Machine machine;
+  auto host = std::make_shared<LinuxPlatform>(machine.options, std::make_shared<KeptLog>());
+  std::weak_ptr<Platform> seen = host;
+  Platform::install(std::move(host));
+  platform().runLoop().detachNewThread([] {
+    while (true) platform().runLoop().sleep(0);
+  });
+  Platform::install(nullptr);
+  EXPECT_TRUE(seen.expired());
 }
 
 }  // namespace

@@ -40,6 +40,17 @@ class WorldNotificationHost final : public InWorld<NotificationHost> {
   void deliver() override { mWorld->runLoop().pump(); }
 };
 
+class WorldSystemNotificationHost final : public InWorld<SystemNotificationHost> {
+ public:
+  void changeConsole() override {
+    mWorld->systemNotifications().post(kConsoleSessionChangedNotification);
+  }
+  void changeGroups() override {
+    mWorld->systemNotifications().post(kLocalGroupsChangedNotification);
+  }
+  void deliver() override { mWorld->runLoop().pump(); }
+};
+
 class WorldParentalControlsHost final : public InWorld<ParentalControlsHost> {
  public:
   Date allow(const Account& account) override { return limit(account, {true, 0, {}}); }
@@ -105,6 +116,8 @@ INSTANTIATE_TEST_SUITE_P(World, DirectoryContract, testing::Values(&make<WorldDi
 INSTANTIATE_TEST_SUITE_P(World, MembershipContract, testing::Values(&make<WorldMembershipHost>));
 INSTANTIATE_TEST_SUITE_P(World, NotificationContract,
                          testing::Values(&make<WorldNotificationHost>));
+INSTANTIATE_TEST_SUITE_P(World, SystemNotificationContract,
+                         testing::Values(&make<WorldSystemNotificationHost>));
 INSTANTIATE_TEST_SUITE_P(World, ParentalControlsContract,
                          testing::Values(&make<WorldParentalControlsHost>));
 INSTANTIATE_TEST_SUITE_P(World, PreferenceContract, testing::Values(&make<WorldPreferenceHost>));

@@ -1,0 +1,128 @@
+#include "platform/linux/AccountEvents.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+#include <variant>
+
+#include "platform/AttributeKinds.h"
+#include "platform/NotificationNames.h"
+#include "platform/PlatformException.h"
+#include "platform/linux/AccountLookup.h"
+#include "platform/linux/AccountsServiceUser.h"
+
+namespace gatehall {
+
+namespace {
+
+using accountsService::kName;
+
+/// AccountsService reads the files some tenths of a second after they change.
+constexpr double kMoment = 1.0;
+
+/// What a login screen shows of an account.
+constexpr std::array<std::string_view, 3> kShown = {"RealName", "IconFile", "PasswordHint"};
+
+}  // namespace
+
+std::set<std::string, std::less<>> changedProperties(const BusSignal& signal,
+                                                     std::string_view interface) {
+  std::set<std::string, std::less<>> names;
+  if (signal.values.size() != 3) return names;
+  const auto* name = signal.values[0].string();
+  const auto* changed = signal.values[1].dictionary();
+  const auto* invalidated = signal.values[2].array();
+  if (name == nullptr || *name != interface) return names;
+  if (changed != nullptr) {
+    for (const auto& [property, unused] : *changed) names.insert(property);
+  }
+  if (invalidated != nullptr) {
+    for (const auto& each : *invalidated) {
+      if (const auto* property = each.string()) names.insert(*property);
+    }
+  }
+  return names;
+}
+
+AccountEvents::AccountEvents(BusWatch& bus, LinuxRunLoop& runLoop, DirectoryService& directory,
+                             LocalNotificationCenter& distributed, Log& log)
+    : mBus(bus), mRunLoop(runLoop), mDirectory(directory), mDistributed(distributed), mLog(log) {
+  mBus.follow(kName, [this](bool isThere) {
+    // It comes when it is first asked for something; what it missed before is in the files.
+    if (isThere && mWasThere) post(kRefreshUserListNotification);
+    mWasThere = true;
+  });
+  mBus.listen(
+      kName,
+      "type='signal',path='/org/freedesktop/Accounts',interface='" + std::string(kName) + "'",
+      [this](const BusSignal& signal) { accountsChanged(signal); });
+  mBus.listen(kName,
+              "type='signal',path_namespace='/org/freedesktop/Accounts',"
+              "interface='org.freedesktop.DBus.Properties',member='PropertiesChanged'",
+              [this](const BusSignal& signal) { propertiesChanged(signal); });
+}
+
+void AccountEvents::accountsChanged(const BusSignal& signal) {
+  if (signal.member == "UserAdded") post(kUserWasAddedNotification);
+  if (signal.member == "UserDeleted") post(kUserWasRemovedNotification);
+}
+
+void AccountEvents::propertiesChanged(const BusSignal& signal) {
+  const auto userID = accountsService::userOf(signal.path);
+  if (!userID) return;
+  if (!changedProperties(signal, accountsService::kSessionLimits).empty()) {
+    postAbout(*userID, kKinwatchLoginStatusChangedNotification, kKinwatchUserNameKey,
+              attribute::RecordName);
+    return;
+  }
+  const auto changed = changedProperties(signal, accountsService::kUser);
+  if (changed.contains("Locked")) lockChanged(signal);
+  if (std::any_of(kShown.begin(), kShown.end(),
+                  [&](std::string_view each) { return changed.contains(each); })) {
+    postAbout(*userID, kFullUserNameDidChangeNotification, kGeneratedUIDKey, attribute::GUID);
+  }
+}
+
+void AccountEvents::lockChanged(const BusSignal& signal) {
+  const auto& changed = *signal.values[1].dictionary();
+  const auto found = changed.find("Locked");
+  const auto* isLocked =
+      found == changed.end() ? nullptr : std::get_if<bool>(&found->second.storage());
+  if (isLocked == nullptr) {
+    post(kRefreshUserListNotification);
+  } else {
+    post(*isLocked ? kUserWasDisabledNotification : kUserWasEnabledNotification);
+  }
+}
+
+/// Posts the notification with an attribute of the account, which is looked up beside the main
+/// thread: it may be in a network directory.
+void AccountEvents::postAbout(std::uint32_t userID, std::string_view notification,
+                              std::string_view key, std::string_view kind) {
+  mRunLoop.detachNewThread([this, userID, notification, key, kind] {
+    std::optional<std::string> value;
+    try {
+      value = accountAttribute(mDirectory, userID, kind);
+    } catch (const PlatformException& failure) {
+      mLog.error("Unable to find user " + std::to_string(userID) + ": " + failure.what());
+    }
+    if (!value) return;
+    mRunLoop.post([this, notification, userInfo = Dictionary{{std::string(key), *value}}] {
+      mDistributed.post({std::string(notification), userInfo});
+    });
+  });
+}
+
+void AccountEvents::fileChanged() {
+  if (!mBus.isThere(kName)) return post(kRefreshUserListNotification);
+  mRunLoop.performAfterDelay(kMoment, [this, posted = mPosted] {
+    if (posted == mPosted) post(kRefreshUserListNotification);
+  });
+}
+
+void AccountEvents::post(std::string_view notification) {
+  ++mPosted;
+  mDistributed.post({std::string(notification), std::nullopt});
+}
+
+}  // namespace gatehall

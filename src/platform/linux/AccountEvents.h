@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "platform/DirectoryService.h"
+#include "platform/Log.h"
+#include "platform/linux/BusWatch.h"
+#include "platform/linux/LinuxRunLoop.h"
+#include "platform/portable/LocalNotificationCenter.h"
+
+namespace gatehall {
+
+/// The properties of the interface that a signal PropertiesChanged says have changed.
+std::set<std::string, std::less<>> changedProperties(const BusSignal& signal,
+                                                     std::string_view interface);
+
+/// Posts what AccountsService says about accounts: added, deleted, locked, unlocked, shown
+/// otherwise, limited otherwise in their sessions. Its signal Changed is left alone: it comes for
+/// every account whenever one of them logs in.
+///
+/// AccountsService keeps silent about accounts beyond the first fifty, and where it doesn't run
+/// about all: the account files' own changes are posted as a refresh of the list, unless it says
+/// more within a moment. On the main thread.
+class AccountEvents {
+ public:
+  AccountEvents(BusWatch& bus, LinuxRunLoop& runLoop, DirectoryService& directory,
+                LocalNotificationCenter& distributed, Log& log);
+
+  /// Somebody wrote an account file.
+  void fileChanged();
+
+ private:
+  void accountsChanged(const BusSignal& signal);
+  void propertiesChanged(const BusSignal& signal);
+  void lockChanged(const BusSignal& signal);
+  void postAbout(std::uint32_t userID, std::string_view notification, std::string_view key,
+                 std::string_view kind);
+  void post(std::string_view notification);
+
+  BusWatch& mBus;
+  LinuxRunLoop& mRunLoop;
+  DirectoryService& mDirectory;
+  LocalNotificationCenter& mDistributed;
+  Log& mLog;
+  std::uint64_t mPosted = 0;  ///< notifications for which lists are built anew
+  bool mWasThere = false;
+};
+
+}  // namespace gatehall

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/Log.h"
+#include "platform/Value.h"
+#include "platform/linux/EventLoop.h"
+#include "platform/linux/HostOptions.h"
+#include "platform/linux/LinuxRunLoop.h"
+
+namespace gatehall {
+
+/// A signal on the bus.
+struct BusSignal {
+  std::string path;
+  std::string interface;
+  std::string member;
+  Array values;  ///< as SystemBus::call describes them
+};
+
+/// Listens to the system bus, on the main run loop, for as long as it lives. A bus that goes away
+/// is looked for again, in growing intervals. Never waits. On the main thread.
+class BusWatch {
+ public:
+  using Handler = std::function<void(const BusSignal&)>;
+
+  BusWatch(LinuxRunLoop& runLoop, EventLoop& events, HostOptions options, Log& log);
+  ~BusWatch();
+  BusWatch(const BusWatch&) = delete;
+  BusWatch& operator=(const BusWatch&) = delete;
+
+  /// Calls the handler for each signal that the match rule selects (dbus-daemon(1)) and the owner
+  /// of the service's name sent; no name: anyone.
+  void listen(std::string_view service, std::string rule, Handler handler);
+
+  /// Calls the handler when the service comes and when it goes. What is there when the connection
+  /// comes up is no news.
+  void follow(const char* service, std::function<void(bool isThere)> handler);
+
+  /// Whether the service is on the bus; false for one that is not followed.
+  bool isThere(std::string_view service) const;
+
+  /// Connects, once everything to listen to is named. The handler is called when a connection comes
+  /// up after there was none: what happened meanwhile is not known.
+  void start(std::function<void()> whenBack);
+
+ private:
+  struct Connection;
+  struct Service;
+  struct Listener;
+
+  Service& service(std::string_view name);
+  void connect();
+  void connectOnce();
+  void ready();
+  void lose(const std::string& why);
+
+  LinuxRunLoop& mRunLoop;
+  EventLoop& mEvents;
+  const HostOptions mOptions;
+  Log& mLog;
+  std::list<Service> mServices;
+  std::list<Listener> mListeners;
+  std::function<void()> mWhenBack;
+  std::unique_ptr<Connection> mConnection;
+  std::uint64_t mAttempt = 0;  ///< what is left of another attempt is stale
+  std::chrono::milliseconds mPause;
+  bool mWasAway = false;
+};
+
+}  // namespace gatehall

@@ -1,0 +1,89 @@
+#include "platform/linux/MachineEvents.h"
+
+#include <utility>
+
+#include "platform/NotificationNames.h"
+#include "platform/PlatformException.h"
+
+namespace gatehall {
+
+namespace {
+
+constexpr const char* kLocale = "org.freedesktop.locale1";
+
+constexpr const char* kEtc = "/etc";
+
+/// Whatever changes in them, besides /etc, may be about who is shown.
+constexpr const char* kSettings[] = {"/etc/gatehall", "/etc/userdb",
+                                     "/Library/Managed Preferences"};
+
+}  // namespace
+
+MachineEvents::MachineEvents(const HostOptions& options, Log& log, DirectoryService& directory,
+                             LinuxRunLoop& runLoop, EventLoop& events, EventTargets targets)
+    : mRunLoop(runLoop),
+      mTargets(std::move(targets)),
+      mBus(runLoop, events, options, log),
+      mAccounts(mBus, runLoop, directory, mTargets.distributed, log),
+      mSessions(mBus, mTargets.distributed, mTargets.system, log) {
+  listenToOthers();
+  listenToLocale();
+  watchFolders(options, events, log);
+  mBus.start([this] {
+    mSessions.readSessions();
+    refresh();
+  });
+}
+
+void MachineEvents::listenToOthers() {
+  mBus.listen("", "type='signal',interface='com.orvane.Notifications1',member='Posted'",
+              [this](const BusSignal& signal) {
+                if (signal.values.size() != 3) return;
+                const auto* name = signal.values[0].string();
+                const auto* sender = signal.values[1].string();
+                const auto* userInfo = signal.values[2].dictionary();
+                if (name == nullptr || sender == nullptr || userInfo == nullptr) return;
+                mTargets.distributed.post({*name, *userInfo});
+              });
+}
+
+void MachineEvents::listenToLocale() {
+  mBus.listen(
+      kLocale,
+      "type='signal',path='/org/freedesktop/locale1',"
+      "interface='org.freedesktop.DBus.Properties',member='PropertiesChanged'",
+      [this](const BusSignal& signal) {
+        if (!changedProperties(signal, kLocale).contains("Locale")) return;
+        mTargets.localeChanged();
+        mTargets.inProcess.post({std::string(kCurrentLocaleDidChangeNotification), std::nullopt});
+      });
+}
+
+void MachineEvents::watchFolders(const HostOptions& options, EventLoop& events, Log& log) {
+  const auto watch = [&](const std::string& folder,
+                         std::function<void(std::string_view name)> handler) {
+    try {
+      mFolders.push_back(events.whenChanged(options.root + folder, std::move(handler)));
+    } catch (const PlatformException& failure) {
+      log.diagnostic(failure.what());
+    }
+  };
+  watch(kEtc, [this](std::string_view name) {
+    mRunLoop.post([this, name = std::string(name)] { accountFileChanged(name); });
+  });
+  for (const auto* folder : kSettings) {
+    watch(folder, [this](std::string_view) { mRunLoop.post([this] { refresh(); }); });
+  }
+}
+
+void MachineEvents::accountFileChanged(std::string_view name) {
+  const bool isUnknown = name.empty();
+  if (isUnknown || name == "group") mTargets.system.post(kLocalGroupsChangedNotification);
+  if (isUnknown || name == "passwd" || name == "shadow") mAccounts.fileChanged();
+}
+
+void MachineEvents::refresh() {
+  mTargets.distributed.post({std::string(kRefreshUserListNotification), std::nullopt});
+}
+
+}  // namespace gatehall

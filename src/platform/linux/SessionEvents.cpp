@@ -1,0 +1,80 @@
+#include "platform/linux/SessionEvents.h"
+
+#include "platform/NotificationNames.h"
+#include "platform/PlatformException.h"
+#include "platform/linux/AccountEvents.h"
+#include "platform/linux/GraphicalSession.h"
+#include "platform/linux/SdLogin.h"
+
+namespace gatehall {
+
+namespace {
+
+constexpr const char* kLogind = "org.freedesktop.login1";
+
+}  // namespace
+
+SessionEvents::SessionEvents(BusWatch& bus, LocalNotificationCenter& distributed,
+                             LinuxSystemNotifications& system, Log& log)
+    : mDistributed(distributed), mSystem(system), mLog(log) {
+  readSessions();
+  bus.follow(kLogind, [this](bool isThere) {
+    if (!isThere) return;
+    readSessions();
+    post(kRefreshUserListNotification);
+  });
+  bus.listen(kLogind,
+             "type='signal',path='/org/freedesktop/login1',"
+             "interface='org.freedesktop.login1.Manager'",
+             [this](const BusSignal& signal) { sessionsChanged(signal); });
+  bus.listen(kLogind,
+             std::string("type='signal',path='/org/freedesktop/login1/seat/") +
+                 graphicalSession::kSeat +
+                 "',interface='org.freedesktop.DBus.Properties',member='PropertiesChanged'",
+             [this](const BusSignal& signal) {
+               const auto changed = changedProperties(signal, "org.freedesktop.login1.Seat");
+               if (changed.contains("ActiveSession")) {
+                 mSystem.post(kConsoleSessionChangedNotification);
+               }
+             });
+}
+
+void SessionEvents::sessionsChanged(const BusSignal& signal) {
+  const auto* name = signal.values.empty() ? nullptr : signal.values[0].string();
+  if (name == nullptr) return;
+  if (signal.member == "SessionNew" && counts(*name)) {
+    mSessions.insert(*name);
+    post(kSessionUserChangedNotification);
+  } else if (signal.member == "SessionRemoved" && mSessions.erase(*name) > 0) {
+    post(kSessionUserChangedNotification);
+  }
+}
+
+/// Whether a login screen has to know of the session; one that can't be looked at may be such.
+bool SessionEvents::counts(const std::string& session) const {
+  try {
+    const auto found = sdLogin::session(session);
+    return !found || (!found->seat.empty() && graphicalSession::isGraphical(found->type) &&
+                      graphicalSession::isUsers(found->kind));
+  } catch (const PlatformException& failure) {
+    mLog.error(failure.what());
+    return true;
+  }
+}
+
+void SessionEvents::readSessions() {
+  mSessions.clear();
+  try {
+    for (const auto& name : sdLogin::sessions()) {
+      if (counts(name)) mSessions.insert(name);
+    }
+  } catch (const PlatformException& failure) {
+    mLog.error(failure.what());
+  }
+}
+
+void SessionEvents::post(std::string_view notification) {
+  mDistributed.post({std::string(notification), std::nullopt});
+}
+
+}  // namespace gatehall
