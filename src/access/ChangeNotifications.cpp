@@ -79,9 +79,12 @@ void UserAccess::rebuildLater() {
   });
 }
 
-void UserAccess::dropListAndRebuildLater() {
-  mVisibleUsersList.store(nullptr);
-  rebuildLater();
+/// False when there was none.
+bool UserAccess::dropList() {
+  auto list = mVisibleUsersList.exchange(nullptr);
+  if (!list) return false;
+  mDroppedList.store(std::move(list));
+  return true;
 }
 
 void UserAccess::dropLoginLists() {
@@ -91,7 +94,8 @@ void UserAccess::dropLoginLists() {
 
 void UserAccess::handleUserChangeNotification(const Notification& notification) {
   if (notification.name != kFullUserNameDidChangeNotification) {
-    dropListAndRebuildLater();
+    dropList();
+    rebuildLater();
     return;
   }
   const auto list = mVisibleUsersList.load();

@@ -104,11 +104,14 @@ class UserAccess : public NetworkStatusTarget, public std::enable_shared_from_th
   void buildVisibleUsersListThreadController();
   void observe(NotificationCenter& center, std::string_view name,
                void (UserAccess::*handler)(const Notification&));
-  void dropListAndRebuildLater();
+  bool dropList();
   void rebuildLater();
   void dropLoginLists();
 
   AtomicSharedPtr<CachedUserList> mVisibleUsersList;
+  /// The one that was dropped. The thread that builds the next one takes it apart: that of a large
+  /// list would hold up the main thread.
+  AtomicSharedPtr<CachedUserList> mDroppedList;
   AtomicSharedPtr<const LoginList> mAllowList;
   AtomicSharedPtr<const LoginList> mDenyList;
   /// Replaced whole, because the build thread walks it while the main thread may change it.

@@ -163,6 +163,7 @@ void UserAccess::buildVisibleUsersList() {
 }
 
 void UserAccess::buildVisibleUsersListThreadController() {
+  mDroppedList.store(nullptr);
   std::shared_ptr<CachedUserList> list;
   try {
     list = buildVisibleUsersListWithNetworkUsers(false);
@@ -175,7 +176,7 @@ void UserAccess::buildVisibleUsersListThreadController() {
 }
 
 void UserAccess::updateLoggedInUsers() {
-  if (mVisibleUsersList.exchange(nullptr)) rebuildLater();
+  if (dropList()) rebuildLater();
 }
 
 }  // namespace gatehall

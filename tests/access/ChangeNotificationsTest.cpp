@@ -62,6 +62,14 @@ INSTANTIATE_TEST_SUITE_P(Names, AccountChange,
                                            "com.orvane.UserWasDisabledNotification",
                                            kSessionUserChanged));
 
+TEST_F(ChangeNotifications, ADroppedListIsTakenApartByTheRebuildNotByWhoDropsIt) {
+  const std::weak_ptr<CachedUserList> dropped = access()->visibleUsersList();
+  post(kAdded);
+  EXPECT_FALSE(dropped.expired());
+  advance(1.0);
+  EXPECT_TRUE(dropped.expired());
+}
+
 TEST_F(ChangeNotifications, AListAskedForBeforeTheRebuildIsBuiltAtOnce) {
   access()->visibleUsersList();
   addUser("zoe", "1005");
