@@ -64,12 +64,6 @@ class GroupSelection {
 
   bool isByExactName() const { return mWay == Way::Name && mValues.isExact(); }
 
-  /// False when no line of the file can have one of the names.
-  bool mayFindNames(GroupNames& names, const Strings& wanted) const {
-    return !isByExactName() ||
-           std::ranges::any_of(wanted, [&](const auto& name) { return names.mayHold(name); });
-  }
-
   bool wantsNothingButNames(std::size_t found) const {
     return isByExactName() && found == mValues.size();
   }
@@ -105,6 +99,15 @@ bool needsMembers(const QueryDescription& description) {
 
 }  // namespace
 
+bool mayFindLocalGroups(LocalHost& host, const QueryDescription& description) {
+  const bool isByExactName = attribute::canonical(description.attribute) == attribute::RecordName &&
+                             description.match == MatchType::EqualTo;
+  return !isByExactName || std::ranges::any_of(description.values, [&](const std::string& name) {
+    return name == attribute::AllRecords || name == kAdminGroupName ||
+           host.groupNames.mayHold(name);
+  });
+}
+
 std::vector<std::shared_ptr<LocalGroup>> findLocalGroups(
     const std::shared_ptr<LocalContext>& context, const QueryDescription& description) {
   std::vector<std::shared_ptr<LocalGroup>> found;
@@ -114,7 +117,6 @@ std::vector<std::shared_ptr<LocalGroup>> findLocalGroups(
 
   const std::size_t limit = description.maximumResults;
   const bool mayWantAdmin = selection.mayWantAdmin();
-  if (!mayWantAdmin && !selection.mayFindNames(host.groupNames, description.values)) return found;
   const auto isFull = [&] { return limit != 0 && found.size() >= limit && !selection.isByValue(); };
   const Strings none;
   const auto& adminGroups = mayWantAdmin ? context->settings().adminGroups : none;

@@ -35,9 +35,13 @@ class LocalQuery final : public DirectoryQuery {
       : mHost(std::move(host)), mDescription(withGUIDsAsSpelled(std::move(description))) {}
 
   std::optional<Records> results(bool) override {
-    const auto context = std::make_shared<LocalContext>(mHost);
     Records records;
-    if (asksFor(mDescription, record::Users)) {
+    const bool asksForUsers = asksFor(mDescription, record::Users);
+    const bool asksForGroups =
+        asksFor(mDescription, record::Groups) && mayFindLocalGroups(*mHost, mDescription);
+    if (!asksForUsers && !asksForGroups) return records;
+    const auto context = std::make_shared<LocalContext>(mHost);
+    if (asksForUsers) {
       auto users = findLocalUsers(context, mDescription);
       records.assign(users.begin(), users.end());
     }
@@ -47,7 +51,7 @@ class LocalQuery final : public DirectoryQuery {
       if (records.size() >= limit) return records;
       groupDescription.maximumResults = limit - static_cast<std::uint32_t>(records.size());
     }
-    if (asksFor(mDescription, record::Groups)) {
+    if (asksForGroups) {
       auto groups = findLocalGroups(context, groupDescription);
       records.insert(records.end(), groups.begin(), groups.end());
     }

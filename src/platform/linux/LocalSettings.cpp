@@ -54,10 +54,10 @@ LocalSettings LocalSettings::read(const HostOptions& options, FaultLog& faults) 
 }
 
 bool LocalSettings::isGuest(std::string_view loginName) const {
-  const std::string name(loginName);
   return std::any_of(guests.begin(), guests.end(), [&](const std::string& pattern) {
     const auto literal = std::string_view(pattern).substr(0, pattern.find_first_of("*?["));
-    return name.starts_with(literal) && fnmatch(pattern.c_str(), name.c_str(), FNM_NOESCAPE) == 0;
+    return loginName.starts_with(literal) &&
+           fnmatch(pattern.c_str(), std::string(loginName).c_str(), FNM_NOESCAPE) == 0;
   });
 }
 

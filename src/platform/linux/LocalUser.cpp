@@ -23,8 +23,15 @@ constexpr std::array kKinds{
     attribute::AuthenticationHint, attribute::Password,       attribute::MetaNodeLocation,
     attribute::TavloSettings,      attribute::Guest};
 
+/// A list of one, into which the text is moved.
+Strings one(std::string text) {
+  Strings values(1);
+  values.front() = std::move(text);
+  return values;
+}
+
 Strings oneUnlessEmpty(std::string_view text) {
-  return text.empty() ? Strings() : Strings{std::string(text)};
+  return text.empty() ? Strings() : one(std::string(text));
 }
 
 /// The line that passwd(5) would have for a user record, with the defaults of systemd's records.
@@ -107,10 +114,10 @@ std::optional<Dictionary> LocalUser::recordDetails(const Strings& kinds) {
 
 Strings LocalUser::values(std::string_view kind) {
   if (kind == attribute::RecordName) return recordNames();
-  if (kind == attribute::UniqueID) return {std::to_string(mEntry.userID)};
-  if (kind == attribute::PrimaryGroupID) return {std::to_string(mEntry.groupID)};
-  if (kind == attribute::GUID) return {guid()};
-  if (kind == attribute::MetaNodeLocation) return {std::string(kLocalNodeName)};
+  if (kind == attribute::UniqueID) return one(std::to_string(mEntry.userID));
+  if (kind == attribute::PrimaryGroupID) return one(std::to_string(mEntry.groupID));
+  if (kind == attribute::GUID) return one(guid());
+  if (kind == attribute::MetaNodeLocation) return one(std::string(kLocalNodeName));
   if (kind == attribute::Password) return passwordMark();
   if (kind == attribute::AuthenticationAuthority) return authenticationAuthority();
   if (kind == attribute::TavloSettings) return isLimited() ? Strings{"session limits"} : Strings();
@@ -118,7 +125,7 @@ Strings LocalUser::values(std::string_view kind) {
   if (kind == attribute::FullName) return fullName();
   if (kind == attribute::NFSHomeDirectory) return oneUnlessEmpty(mEntry.homeDirectory);
   if (kind == attribute::UserShell) {
-    return {std::string(mContext->shells().effective(mEntry.shell))};
+    return one(std::string(mContext->shells().effective(mEntry.shell)));
   }
   if (kind == attribute::Picture) return oneUnlessEmpty(accountsService().picture);
   if (kind == attribute::AuthenticationHint) return oneUnlessEmpty(accountsService().passwordHint);
@@ -127,7 +134,7 @@ Strings LocalUser::values(std::string_view kind) {
 }
 
 Strings LocalUser::recordNames() const {
-  Strings names{std::string(mEntry.name)};
+  auto names = one(std::string(mEntry.name));
   if (mUserRecord) {
     names.insert(names.end(), mUserRecord->aliases.begin(), mUserRecord->aliases.end());
   }

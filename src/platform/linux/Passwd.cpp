@@ -20,8 +20,10 @@ std::optional<PasswdEntry> parsePasswdLine(std::string_view line, std::string& f
 }
 
 std::string fullNameOfGecos(std::string_view gecos, std::string_view loginName) {
+  const auto full = gecos.substr(0, gecos.find(','));
+  if (full.find('&') == std::string_view::npos) return std::string(full);
   std::string name;
-  for (const char c : gecos.substr(0, gecos.find(','))) {
+  for (const char c : full) {
     if (c != '&') {
       name += c;
       continue;
