@@ -8,7 +8,7 @@ namespace gatehall {
 
 // Distributed notifications.
 
-/// The managed settings of the login screen changed.
+/// The settings of the login screen changed, or accounts did in a way that nothing is known about.
 inline constexpr std::string_view kRefreshUserListNotification =
     "com.orvane.gatehall.refreshuserlist";
 inline constexpr std::string_view kUserWasAddedNotification = "com.orvane.UserWasAddedNotification";

@@ -93,12 +93,23 @@ Event readRemoval(const JsonCursor& at, std::string_view type,
           }};
 }
 
-using Change = std::function<void(WorldRecord&)>;
+struct Change {
+  std::function<void(WorldRecord&)> make;
+  bool isOfWhatIsShown = false;  ///< part of it is what a login screen shows of an account
+  bool isOfMore = false;
+};
+
+bool isShown(std::string_view kind) {
+  return kind == attribute::FullName || kind == attribute::Picture ||
+         kind == attribute::AuthenticationHint;
+}
 
 Change readChange(const JsonCursor& at) {
-  std::vector<Change> changes;
+  std::vector<std::function<void(WorldRecord&)>> changes;
+  Change whole;
   if (const auto attributes = at.find("attributes")) {
     forEachAttribute(*attributes, [&](const std::string& kind, const JsonCursor& values) {
+      (isShown(kind) ? whole.isOfWhatIsShown : whole.isOfMore) = true;
       if (values.isNull()) {
         changes.emplace_back([kind](WorldRecord& record) { record.removeAttribute(kind); });
       } else {
@@ -116,9 +127,11 @@ Change readChange(const JsonCursor& at) {
     const auto rules = policy->isNull() ? std::nullopt : std::optional(readPolicy(*policy));
     changes.emplace_back([rules](WorldRecord& record) { record.setPolicy(rules); });
   }
-  return [changes](WorldRecord& record) {
+  whole.isOfMore = whole.isOfMore || at.find("password") || at.find("policy");
+  whole.make = [changes](WorldRecord& record) {
     for (const auto& change : changes) change(record);
   };
+  return whole;
 }
 
 bool isDisabled(WorldRecord& user) {
@@ -128,20 +141,22 @@ bool isDisabled(WorldRecord& user) {
          });
 }
 
-/// Whether an account is enabled is told by names of its own; everything else is told as a full
-/// name is.
+/// Whether an account is enabled is told by names of its own, and what is shown of it as the full
+/// name is; of the rest a host knows only that the account files changed.
 Event readUserChange(const JsonCursor& at) {
   at.object({"node", "name", "attributes", "password", "policy"});
   const auto name = readName(at, "name");
   return {name, [=, place = readPlace(at), change = readChange(at)](World& world) {
             const auto user = recordOf(world, place, record::Users, name);
             const bool wasDisabled = isDisabled(*user);
-            change(*user);
+            change.make(*user);
             if (isDisabled(*user) != wasDisabled) {
               return postUser(
                   world, place,
                   wasDisabled ? kUserWasEnabledNotification : kUserWasDisabledNotification);
             }
+            if (change.isOfMore) postUser(world, place, kRefreshUserListNotification);
+            if (!change.isOfWhatIsShown) return;
             const auto guids = user->valuesForAttribute(attribute::GUID).value_or(Strings());
             Dictionary userInfo;
             if (!guids.empty()) userInfo.emplace(kGeneratedUIDKey, guids.front());
@@ -153,7 +168,7 @@ Event readGroupChange(const JsonCursor& at) {
   at.object({"node", "name", "attributes"});
   const auto name = readName(at, "name");
   return {name, [=, place = readPlace(at), change = readChange(at)](World& world) {
-            change(*recordOf(world, place, record::Groups, name));
+            change.make(*recordOf(world, place, record::Groups, name));
             postGroups(world, place);
           }};
 }

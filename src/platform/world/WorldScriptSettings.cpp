@@ -26,7 +26,11 @@ std::string names(const auto& members) {
   return text;
 }
 
-/// Preferences are set and, by null, removed one by one; nobody posts anything when they are.
+void postRefresh(World& world) {
+  world.distributedNotificationCenter().post(kRefreshUserListNotification);
+}
+
+/// Preferences are set and, by null, removed one by one.
 Event readPreferences(const JsonCursor& section) {
   using Scope = WorldPreferences::Scope;
   using Settings = std::vector<std::pair<std::string, std::optional<Value>>>;
@@ -56,6 +60,7 @@ Event readPreferences(const JsonCursor& section) {
                 }
               }
             }
+            postRefresh(world);
           }};
 }
 
@@ -71,7 +76,7 @@ Event readManaged(const JsonCursor& section) {
                 world.propertyLists().removeFile(path);
               }
             }
-            world.distributedNotificationCenter().post(kRefreshUserListNotification);
+            postRefresh(world);
           }};
 }
 
