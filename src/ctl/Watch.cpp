@@ -9,6 +9,7 @@
 #include "ctl/WatchEvents.h"
 #include "platform/NotificationNames.h"
 #include "platform/Platform.h"
+#include "platform/linux/LinuxRunLoop.h"
 
 namespace gatehall::ctl {
 
@@ -23,18 +24,19 @@ Date now() { return platform().clock().now(); }
 Watch::Watch(const Host& host, const Request& request) : mHost(host), mRequest(request) {}
 
 void Watch::begin() {
-  platform().runLoop();  // a host without one can't be watched
+  // From now on the machine is listened to, so that no change is missed.
+  if (mHost.machine() != nullptr) mHost.machine()->runLoop().descriptor();
   mAccess = UserAccess::sharedUserAccess();
   mUsers = watchEvent::usersOf(mAccess->visibleUsersList());
   const auto list = watchEvent::list(now(), mUsers);
-  printLog();
   if (!mRequest.json && !(mHost.world() == nullptr && mRequest.screen.size())) {
     mPending += tableText(usersTable(mUsers, kWithoutList), mRequest.style);
     if (mRequest.style.legend) mPending += '\n';
   }
   if (mRequest.json) add(list);
   const auto network = NetworkStatus::sharedNetworkStatus();
-  if (network->hasParentNetwork()) printNetwork();
+  if (network->hasParentNetwork()) addNetwork();
+  addLog();
   print();
 
   mAccess->addTarget(shared_from_this());
@@ -62,15 +64,15 @@ void Watch::announce(const std::string& event) {
 }
 
 void Watch::printLog() {
-  for (const auto& entry : mHost.log().takeEntries()) add(watchEvent::logged(now(), entry));
+  addLog();
   if (!mPending.empty()) print();
 }
 
 void Watch::visibleUsersListChanged() { reportList(true); }
 
 void Watch::networkStatusChanged() {
-  printNetwork();
-  print();
+  addNetwork();
+  printLog();
 }
 
 void Watch::reportList(bool isTold) {
@@ -87,7 +89,11 @@ void Watch::reportList(bool isTold) {
   printLog();
 }
 
-void Watch::printNetwork() {
+void Watch::addLog() {
+  for (const auto& entry : mHost.log().takeEntries()) add(watchEvent::logged(now(), entry));
+}
+
+void Watch::addNetwork() {
   const auto network = NetworkStatus::sharedNetworkStatus();
   add(watchEvent::network(now(), network->networkStatus(), network->parentNetworkExists()));
 }
@@ -109,7 +115,10 @@ void Watch::print() {
   if (!mRequest.json && mHost.world() == nullptr && size) {
     mPending = mTable.repainted(mPending, usersTable(mUsers, kWithoutList), mRequest.style, *size);
   }
-  if (!mRequest.screen.write(mPending)) mIsBroken = true;
+  if (!mRequest.screen.write(mPending)) {
+    mIsBroken = true;
+    if (mHost.machine() != nullptr) mHost.machine()->runLoop().stop();
+  }
   mPending.clear();
 }
 

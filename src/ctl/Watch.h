@@ -40,7 +40,8 @@ class Watch final : public UserAccessTarget,
 
  private:
   void reportList(bool isTold);
-  void printNetwork();
+  void addNetwork();
+  void addLog();
   void add(const Json& event);
   void print();
   std::string clockText(Date now) const;

@@ -1,5 +1,9 @@
+#include <optional>
+#include <signal.h>
+
 #include "ctl/Verbs.h"
 #include "ctl/Watch.h"
+#include "platform/linux/LinuxRunLoop.h"
 #include "platform/world/WorldScript.h"
 
 namespace gatehall::ctl {
@@ -8,6 +12,24 @@ namespace {
 
 /// A rebuild follows a second after its cause, and a network's status is measured once a second.
 constexpr double kSecondsAfterTheLastEvent = 2.0;
+
+/// From the first line on an interruption waits for the run loop, which ends for it in good order.
+class HeldInterruptions {
+ public:
+  HeldInterruptions() {
+    sigset_t interruptions;
+    sigemptyset(&interruptions);
+    sigaddset(&interruptions, SIGINT);
+    sigaddset(&interruptions, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &interruptions, &mBefore);
+  }
+  ~HeldInterruptions() { pthread_sigmask(SIG_SETMASK, &mBefore, nullptr); }
+  HeldInterruptions(const HeldInterruptions&) = delete;
+  HeldInterruptions& operator=(const HeldInterruptions&) = delete;
+
+ private:
+  sigset_t mBefore{};
+};
 
 class Watching {
  public:
@@ -45,9 +67,16 @@ Answer run(const Host& host, const Request& request) {
   } else if (!file) {
     throw UsageError("in a world nothing happens without a --script");
   }
+  std::optional<HeldInterruptions> held;
+  if (host.machine() != nullptr) held.emplace();
   const auto script = file ? scriptFromFile(*file) : std::vector<WorldEvent>();
   const Watching watch(host, request);
-  if (host.world() != nullptr) letHappen(*host.world(), script, watch);
+  if (host.world() != nullptr) {
+    letHappen(*host.world(), script, watch);
+  } else {
+    host.machine()->runLoop().runUntilInterrupted();
+    watch->printLog();
+  }
   return {.tellsLog = true, .isPrinted = true};
 }
 

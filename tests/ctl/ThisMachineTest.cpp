@@ -1,5 +1,14 @@
+#include <array>
+#include <csignal>
+#include <cstdio>
 #include <gtest/gtest.h>
+#include <memory>
+#include <spawn.h>
+#include <stdexcept>
+#include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 #include "tests/ctl/RunWorld.h"
 
@@ -33,6 +42,67 @@ TEST(ThisMachine, ItsPreferencesAndItsNetworkAreShown) {
 TEST(ThisMachine, FindsNobodyWithTheReservedUserID) {
   const auto outcome = run({"--json", "user", "4294967294"});
   EXPECT_EQ(outcome.status, ExitStatus::No) << outcome.errors;
+}
+
+/// The program itself, whose output is read while it runs.
+class RunningProgram {
+ public:
+  explicit RunningProgram(Strings words) {
+    words.insert(words.begin(), GATEHALLCTL);
+    std::vector<char*> arguments;
+    for (auto& word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    std::array<int, 2> ends{};
+    if (pipe(ends.data()) != 0) throw std::runtime_error("pipe");
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+    const int error =
+        posix_spawn(&mProcess, GATEHALLCTL, &actions, nullptr, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(ends[1]);
+    mOutput.reset(fdopen(ends[0], "r"));
+    if (error != 0) throw std::runtime_error("posix_spawn");
+  }
+  ~RunningProgram() {
+    if (mProcess != 0) end(SIGKILL);
+  }
+  RunningProgram(const RunningProgram&) = delete;
+  RunningProgram& operator=(const RunningProgram&) = delete;
+
+  std::string line() {
+    std::string text;
+    for (int c = getc(mOutput.get()); c != EOF && c != '\n'; c = getc(mOutput.get())) {
+      text += static_cast<char>(c);
+    }
+    return text;
+  }
+
+  /// What waitpid(2) says of it then.
+  int end(int signal) {
+    int status = 0;
+    kill(mProcess, signal);
+    waitpid(std::exchange(mProcess, 0), &status, 0);
+    return status;
+  }
+
+ private:
+  struct Close {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+
+  pid_t mProcess = 0;
+  std::unique_ptr<std::FILE, Close> mOutput;
+};
+
+TEST(ThisMachine, IsWatchedUntilItIsInterruptedWhichIsNoFailure) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    RunningProgram program({"--json", "watch"});
+    const auto first = Json::parse(program.line());
+    EXPECT_EQ(first["event"], "list");
+    EXPECT_TRUE(first["users"].is_array());
+    EXPECT_EQ(program.end(signal), 0);
+  }
 }
 
 }  // namespace
