@@ -17,7 +17,7 @@ CONSUMER = pathlib.Path(__file__).with_name("consumer.cpp")
 PROJECT = """
 cmake_minimum_required(VERSION 3.25)
 project(consumer LANGUAGES CXX)
-find_package(gatehall 0.1 REQUIRED)
+find_package(gatehall 1.0 REQUIRED)
 add_executable(consumer consumer.cpp)
 target_link_libraries(consumer PRIVATE gatehall::gatehall)
 """
@@ -50,7 +50,7 @@ class Installed(unittest.TestCase):
         links = [
             path.name for path in self.libraries.glob("libgatehall.so*") if path.is_symlink()
         ]
-        self.assertEqual(sorted(links), ["libgatehall.so", "libgatehall.so.0"])
+        self.assertEqual(sorted(links), ["libgatehall.so", "libgatehall.so.1"])
 
     def test_every_header_compiles_by_itself(self):
         include = self.prefix / "include" / "gatehall"

@@ -27,8 +27,7 @@ def bob_in_a_text_login_that_is_not_in_front_is_refused(desktop):
 def bob_in_a_graphical_session_behind_anns_is_refused(desktop):
     desktop.start_session_of("bob")
     desktop.bring_to_front("ann")
-    desktop.login1("UnlockSession", desktop.session_of("ann").name)
-    desktop.until(lambda: not desktop.session_of("ann").is_locked, "ann's session unlocked")
+    desktop.unlock("ann")
     result = desktop.switch("-suspend", by="bob")
     _is_refused_and_changes_nothing(desktop, result, asked=["user bob"])
 

@@ -1,4 +1,7 @@
 """The console goes from one person to another."""
+import os
+
+from system import run
 
 
 def to_a_user_without_a_password_starts_the_session_and_asks_nothing(desktop):
@@ -57,3 +60,34 @@ def suspend_brings_the_greeter_and_locks_the_session(desktop):
     desktop.until_greeter()
     assert result.log == [], result
     desktop.until_locked("ann")
+
+
+def to_a_guest_starts_the_display_managers_guest_session(desktop):
+    desktop.write("/etc/gatehall/directory.toml", '[local]\nguests = ["gus"]\n')
+    with desktop.without_password("gus"):
+        result = desktop.switch("-switchToUserID", "1004")
+        desktop.until_in_front("gus")
+    assert result.log == [], result
+    assert desktop.guest_accounts_opened() == 1
+    desktop.until_locked("ann")
+
+
+def without_a_network_loginctl_shows_who_has_the_seat(desktop):
+    assert os.listdir("/sys/class/net") == ["lo"]
+    ann = desktop.session_of("ann")
+    desktop.switch("-switchToUserID", "1001")
+    bob = desktop.until_in_front("bob")
+    desktop.until_locked("ann")
+
+    def shown(session, *properties):
+        text = run("loginctl", "show-session", session.name,
+                   *(f"--property={name}" for name in properties))
+        return dict(line.split("=", 1) for line in text.splitlines())
+
+    assert shown(bob, "Name", "Seat", "Active", "State", "Class", "LockedHint") == {
+        "Name": "bob", "Seat": "seat0", "Active": "yes", "State": "active", "Class": "user",
+        "LockedHint": "no"}
+    assert shown(ann, "Name", "Seat", "Active", "State", "LockedHint") == {
+        "Name": "ann", "Seat": "seat0", "Active": "no", "State": "online", "LockedHint": "yes"}
+    assert run("loginctl", "show-seat", "seat0", "--property=ActiveSession", "--value") == (
+        f"{bob.name}\n")

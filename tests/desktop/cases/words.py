@@ -61,3 +61,32 @@ def suspend_ends_them(desktop):
     desktop.until_greeter()
     desktop.until_locked("ann")
     assert desktop.session_of("bob") is None, desktop.describe()
+
+
+def several_ids_by_ann_are_asked_for_in_turn(desktop):
+    """Ann owned the console when she began. LightDM takes its time with each."""
+    result = desktop.switch("-switchToUserID", "1002", "-switchToUserID", "1001")
+    assert result.log == [], result
+    assert desktop.asked()[:2] == ["user carol", "user bob"], desktop.asked()
+    desktop.until_in_front("bob")
+    desktop.until_locked("ann")
+
+
+def several_running_sessions_come_to_the_front_in_turn_for_ann(desktop):
+    """Once ann's session is not in front any more, others than LightDM refuse her."""
+    desktop.start_session_of("bob")
+    desktop.start_session_of("erin")
+    desktop.bring_to_front("ann")
+    for user in ("ann", "bob"):
+        desktop.unlock(user)
+    desktop.switch("-switchToUserID", "1001", "-switchToUserID", "1003")
+    desktop.until_in_front("erin")
+    desktop.until_locked("ann")
+
+
+def an_id_that_is_refused_does_not_stop_the_next(desktop):
+    desktop.add_group("gatehall-access", "bob")
+    result = desktop.switch("-switchToUserID", "1002", "-switchToUserID", "1001")
+    assert result.log == [], result
+    assert desktop.asked() == ["user bob"], desktop.asked()
+    desktop.until_in_front("bob")

@@ -95,9 +95,15 @@ class Desktop:
     def asked(self):
         """What LightDM was asked to bring since the case began: "greeter", "user bob". It notes that
         before it answers, so that whoever asked and has ended is in here."""
-        log = LIGHTDM_LOG.read_text()[self._log_start:]
         return [(m[1] or "greeter") for m in re.finditer(
-            r"Seat seat0: (?:Switching to (user .*)|Creating greeter session)", log)]
+            r"Seat seat0: (?:Switching to (user .*)|Creating greeter session)", self._log())]
+
+    def guest_accounts_opened(self):
+        """For how many guests LightDM asked for an account since the case began."""
+        return self._log().count("Opening guest account with command")
+
+    def _log(self):
+        return LIGHTDM_LOG.read_text()[self._log_start:]
 
     # Waiting.
 
@@ -155,6 +161,10 @@ class Desktop:
         self.login1("ActivateSession", name)
         return self.until(lambda: (s := self.in_front()) and s.name == name and s,
                           f"{user}'s session {name} in front")
+
+    def unlock(self, user):
+        self.login1("UnlockSession", self.session_of(user).name)
+        self.until(lambda: not self.session_of(user).is_locked, f"{user}'s session unlocked")
 
     @contextlib.contextmanager
     def without_password(self, user):
@@ -264,19 +274,42 @@ class Desktop:
 
     # Between cases.
 
+    def begin(self):
+        """Waits for what the boot brings."""
+        self.until(self._is_fresh, "ann's session, alone and in front")
+        self.clear()
+
+    def begin(self):
+        """Waits for what the boot brings."""
+        self.until(self._is_fresh, "ann's session, alone and in front")
+        self.clear()
+
     def clear(self, is_certain=True):
         """Undoes what the case did, then brings back ann's session alone, in front and unlocked.
         Without certainty about what may still be on its way it does so from the ground up."""
         self._undo.close()
         if not (is_certain and self._is_fresh()):
             self.stop_display_manager()
-            for session in self.sessions():
-                with contextlib.suppress(GLib.Error):  # gone meanwhile
-                    self.login1("TerminateSession", session.name)
-            self.until(lambda: not self.sessions(), "no session left")
+            self.until(self._has_ended_sessions, "no session left")
             run("systemctl", "start", "lightdm.service")
             self.until(self._is_fresh, "ann's session alone")
         self._log_start = len(LIGHTDM_LOG.read_text())
+
+    def _has_ended_sessions(self):
+        """One may still come when the display manager that began it is gone."""
+        sessions = self.sessions()
+        for session in sessions:
+            with contextlib.suppress(GLib.Error):  # gone meanwhile
+                self.login1("TerminateSession", session.name)
+        return not sessions
+
+    def _has_ended_sessions(self):
+        """One may still come when the display manager that began it is gone."""
+        sessions = self.sessions()
+        for session in sessions:
+            with contextlib.suppress(GLib.Error):  # gone meanwhile
+                self.login1("TerminateSession", session.name)
+        return not sessions
 
     def _is_fresh(self):
         try:

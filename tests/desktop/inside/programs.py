@@ -2,22 +2,12 @@
 import os
 import pwd
 import resource
-import shutil
 import subprocess
 import time
 from pathlib import Path
 
 SWITCH = "/usr/bin/gatehall-switch"
 LONGEST_RUN_SECONDS = 15
-
-
-def install(programs):
-    """Puts our programs where a package puts them."""
-    for program, mode, group in (("gatehall-switch", 0o2755, "shadow"), ("gatehallctl", 0o755, "root")):
-        target = Path("/usr/bin") / program
-        shutil.copyfile(Path(programs) / program, target)
-        shutil.chown(target, "root", group)
-        target.chmod(mode)
 
 
 class Run:

@@ -1,0 +1,71 @@
+"""What the packages install on this machine."""
+import grp
+import json
+import pwd
+import subprocess
+import sys
+from pathlib import Path
+
+from programs import SWITCH
+from system import run
+
+EXAMPLES = Path("/usr/share/doc/gatehall/examples")
+
+
+def _ownership(path):
+    status = Path(path).stat()
+    return (f"{status.st_mode & 0o7777:o}", pwd.getpwuid(status.st_uid).pw_name,
+            grp.getgrgid(status.st_gid).gr_name)
+
+
+def the_tool_belongs_to_root_and_is_set_group_id_shadow(desktop):
+    assert _ownership(SWITCH) == ("2755", "root", "shadow"), _ownership(SWITCH)
+
+
+def nothing_else_has_rights_of_its_own(desktop):
+    files = run("dpkg", "--listfiles", "gatehall", "libgatehall1").splitlines()
+    special = [f for f in files if Path(f).is_file() and Path(f).stat().st_mode & 0o7000]
+    assert special == [SWITCH], special
+    assert _ownership("/usr/bin/gatehallctl") == ("755", "root", "root")
+    assert _ownership("/etc/gatehall") == ("755", "root", "root")
+
+
+def every_file_is_as_it_was_packed(desktop):
+    assert run("dpkg", "--verify", "gatehall", "libgatehall1") == ""
+
+
+def what_an_administrator_set_survives_an_installation(desktop):
+    """As dpkg has it for every file with rights of its own."""
+    run("dpkg-statoverride", "--update", "--add", "root", "root", "0755", SWITCH)
+    (package,) = Path("/opt/packages").glob("gatehall_*.deb")
+    install = ["dpkg", "--force-unsafe-io", "--path-include=/usr/share/*gatehall*", "--install",
+               str(package)]
+    desktop.after(run, *install)
+    desktop.after(run, "dpkg-statoverride", "--remove", SWITCH)
+    run(*install)
+    assert _ownership(SWITCH) == ("755", "root", "root"), _ownership(SWITCH)
+
+
+def the_library_is_found_by_its_soname(desktop):
+    run(sys.executable, "-c", "import ctypes; ctypes.CDLL('libgatehall.so.1')")
+
+
+def the_example_configuration_is_understood(desktop):
+    for name in ("directory.toml", "com.orvane.gatehall.plist"):
+        desktop.write(f"/etc/gatehall/{name}", (EXAMPLES / name).read_text())
+    done = subprocess.run(["gatehallctl", "--json", "prefs"], stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, text=True, check=False)
+    assert (done.returncode, done.stderr) == (0, ""), done
+    preferences = json.loads(done.stdout)
+    assert preferences["hiddenUsersList"] == {"value": ["backup"], "source": "preferences"}, preferences
+    assert preferences["showAdminUsers"] == {"value": False, "source": "preferences"}, preferences
+    desktop.join_group("staff", "bob")
+    (admin,) = json.loads(run("gatehallctl", "--json", "admins"))["users"]
+    assert admin["shortName"] == "bob", admin
+
+
+def the_example_worlds_can_be_asked(desktop):
+    worlds = sorted(EXAMPLES.glob("*.world.json"))
+    assert len(worlds) > 3
+    for world in worlds:
+        run("gatehallctl", "--world", str(world), "users")
