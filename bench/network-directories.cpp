@@ -9,6 +9,7 @@
 
 #include "bench/DirectoryServer.h"
 #include "directory/GroupMembership.h"
+#include "directory/UserLists.h"
 #include "platform/linux/LdapConnection.h"
 #include "platform/linux/LdapEntry.h"
 #include "platform/linux/LinuxLog.h"
@@ -147,16 +148,24 @@ std::vector<Command> expansionSearches(const std::string& uri, const LdapSchemas
   return searches;
 }
 
-/// How many searches the expansion sends.
-std::uint64_t roundTrips() {
+/// Runs the work in this process, on this machine.
+template <class Work>
+auto onThisMachine(Work work) {
   Platform::install(std::make_shared<LinuxPlatform>(
       HostOptions(), std::make_shared<LinuxLog>("network-directories")));
-  const auto before = LdapConnection::searchesSent();
-  const auto found = expandGUIDList(Strings{guid('2', 0)});
-  if (!found || found->size() != 20000) fail("expansion");
-  const auto sent = LdapConnection::searchesSent() - before;
+  const auto result = work();
   Platform::install(nullptr);
-  return sent;
+  return result;
+}
+
+/// How many searches the expansion sends.
+std::uint64_t roundTrips() {
+  return onThisMachine([] {
+    const auto before = LdapConnection::searchesSent();
+    const auto found = expandGUIDList(Strings{guid('2', 0)});
+    if (!found || found->size() != 20000) fail("expansion");
+    return LdapConnection::searchesSent() - before;
+  });
 }
 
 void isolate(const std::filesystem::path& folder) {
@@ -232,12 +241,26 @@ int main(int, char** argv) {
     }
 
     configure(table("example", uri));
+    const auto searchAll = [&] {
+      run(search(uri, schemas.users.filter(), schemas.users.wanted(), true));
+    };
+    const auto list = compare(
+        kRuns,
+        [] {
+          if (onThisMachine([] { return networkUsers()->count(); }) != kUsers) fail("list");
+        },
+        searchAll);
+    std::printf(
+        "network-list: %.3f s for the list of users without its printing; ldapsearch "
+        "%.3f s\n",
+        list.ours, list.theirs);
+    std::printf("network-list ratio %.2f aim 1.0\n", list.ours / list.theirs);
     const auto all = compare(
         kRuns,
         [&] {
           run({ctl, "network-users"});
         },
-        [&] { run(search(uri, schemas.users.filter(), schemas.users.wanted(), true)); });
+        searchAll);
     std::printf("network-users: %.3f s for %d users; ldapsearch %.3f s (medians of %d)\n", all.ours,
                 kUsers, all.theirs, kRuns);
     std::printf("network-users ratio %.2f aim 1.0\n", all.ours / all.theirs);

@@ -52,11 +52,20 @@ void LdapCache::keepKey(std::string key, LdapEntries entries) {
 }
 
 std::optional<LdapEntries> LdapCache::find(Type type, LdapSlot slot, std::string_view value) {
+  if (slot == LdapSlot::GUID) {
+    if (auto known = findKey(entryKey(value))) {
+      return known->front()->type == type ? std::move(*known) : LdapEntries();
+    }
+  }
   return findKey(key(type, slot, value));
 }
 
 void LdapCache::keep(Type type, LdapSlot slot, std::string_view value, LdapEntries entries) {
   keepKey(key(type, slot, value), std::move(entries));
+}
+
+void LdapCache::keepEntry(const std::shared_ptr<const LdapEntry>& entry) {
+  keepKey(entryKey(entry->first(LdapSlot::GUID)), {entry});
 }
 
 std::optional<LdapEntries> LdapCache::findAll(Type type) {

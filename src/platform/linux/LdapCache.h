@@ -23,6 +23,9 @@ class LdapCache {
   std::optional<LdapEntries> find(Type type, LdapSlot slot, std::string_view value);
   void keep(Type type, LdapSlot slot, std::string_view value, LdapEntries entries);
 
+  /// An entry, to be found by its GUID, which is no other one's.
+  void keepEntry(const std::shared_ptr<const LdapEntry>& entry);
+
   /// All entries of the type.
   std::optional<LdapEntries> findAll(Type type);
   void keepAll(Type type, LdapEntries entries);
@@ -41,6 +44,7 @@ class LdapCache {
   using Answers = std::unordered_map<std::string, Answer>;
 
   static std::string key(Type type, LdapSlot slot, std::string_view value);
+  static std::string entryKey(std::string_view guid) { return "e" + std::string(guid); }
   std::optional<LdapEntries> findKey(const std::string& key);
   void keepKey(std::string key, LdapEntries entries);
   double now() { return mClock.now().time_since_epoch().count(); }

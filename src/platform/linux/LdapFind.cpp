@@ -73,14 +73,6 @@ bool isIdentity(LdapSlot slot) {
   return slot == LdapSlot::Name || slot == LdapSlot::UserID || slot == LdapSlot::GUID;
 }
 
-/// A GUID is one entry's, whatever its type and whatever was asked for.
-void keepGUID(LdapCache& cache, const std::shared_ptr<const LdapEntry>& entry) {
-  for (const auto type : kTypes) {
-    cache.keep(type, LdapSlot::GUID, entry->first(LdapSlot::GUID),
-               entry->type == type ? LdapEntries{entry} : LdapEntries());
-  }
-}
-
 /// Asks the directory for values that nothing is known of, and keeps the answers.
 LdapEntries fetch(LdapDirectory& directory, std::span<const Type> types, LdapSlot slot,
                   const std::unordered_set<std::string>& values) {
@@ -122,11 +114,15 @@ LdapEntries fetch(LdapDirectory& directory, std::span<const Type> types, LdapSlo
       answer->second.push_back(entry);
       isMeant = std::ranges::find(types, entry->type) != types.end();
     }
-    if (slot != LdapSlot::GUID) keepGUID(cache, entry);
+    cache.keepEntry(entry);
     if (isMeant) found.push_back(entry);
   }
   for (const auto type : asked) {
-    for (auto& [value, entries] : of(type)) cache.keep(type, slot, value, std::move(entries));
+    for (auto& [value, entries] : of(type)) {
+      if (slot != LdapSlot::GUID || entries.empty()) {
+        cache.keep(type, slot, value, std::move(entries));
+      }
+    }
   }
   return found;
 }
@@ -316,7 +312,7 @@ LdapEntries findByNames(LdapDirectory& directory, const Strings& names) {
       const auto canonical = ldapName::canonical(entry->dn);
       if (!canonical || missing.erase(*canonical) == 0) continue;
       cache.keepName(*canonical, entry);
-      keepGUID(cache, entry);
+      cache.keepEntry(entry);
       // Login names are looked up next, those of a group's members for one.
       const auto slot = LdapSlot::Name;
       for (const auto& name : entry->of(slot)) {

@@ -19,6 +19,32 @@ int digitValue(char c) {
 
 char lowered(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
+/// Whether a name is as its canonical spelling has it but for upper-case letters; most are. Quick,
+/// since the members of large groups all pass through here.
+bool isPlain(std::string_view name) {
+  bool isInType = true;
+  std::size_t length = 0;  // of the attribute or value so far
+  for (const char c : name) {
+    const char low = lowered(c);
+    const bool isLetter = (low >= 'a' && low <= 'z') || (low >= '0' && low <= '9') || low == '-';
+    if (isLetter || (!isInType && (low == '_' || low == '.'))) {
+      ++length;
+    } else if (c == (isInType ? '=' : ',') && length > 0) {
+      isInType = !isInType;
+      length = 0;
+    } else {
+      return false;
+    }
+  }
+  return !isInType && length > 0;
+}
+
+std::string loweredText(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) c = lowered(c);
+  return result;
+}
+
 class Reader {
  public:
   explicit Reader(std::string_view text) : mRest(text) {}
@@ -147,6 +173,9 @@ class Reader {
 
 }  // namespace
 
-std::optional<std::string> canonical(std::string_view name) { return Reader(name).name(); }
+std::optional<std::string> canonical(std::string_view name) {
+  if (isPlain(name)) return loweredText(name);
+  return Reader(name).name();
+}
 
 }  // namespace gatehall::ldapName
