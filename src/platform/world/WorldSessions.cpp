@@ -52,7 +52,8 @@ void WorldSessions::open(WorldSession session) {
 void WorldSessions::change(const WorldSession& session) {
   const std::scoped_lock lock(mMutex);
   auto* present = session.id ? find(*session.id) : nullptr;
-  if (present == nullptr) throw std::invalid_argument("no session " + std::to_string(session.id.value_or(0)));
+  if (present == nullptr)
+    throw std::invalid_argument("no session " + std::to_string(session.id.value_or(0)));
   if (session.userID) present->userID = session.userID;
   if (session.userName) present->userName = session.userName;
   if (session.loginDone) present->loginDone = session.loginDone;
