@@ -32,8 +32,19 @@ Alternative orElse(Log& log, Alternative alternative, Operation operation) {
   }
 }
 
-bool isLightDM(SystemBus& bus) {
-  return displayManagerCalls::find(bus) == switchDecision::DisplayManager::LightDM;
+/// Takes the lock away with which a session greets its user that was left by a switch. False when
+/// that is better left to LightDM, which may do it where others than root can't.
+bool unlock(SystemBus& bus, Log& log, const std::string& session) {
+  try {
+    Login1(bus).unlock(session);
+  } catch (const BusError& refusal) {
+    using switchDecision::DisplayManager;
+    const auto displayManager =
+        orElse(log, DisplayManager::None, [&] { return displayManagerCalls::find(bus); });
+    if (displayManager == DisplayManager::LightDM) return false;
+    log.error(refusal.what());
+  }
+  return true;
 }
 
 /// Brings a running session of the user to the front, which asks nobody for a password. False when
@@ -42,20 +53,13 @@ bool activateRunningSession(SystemBus& bus, Log& log, std::uint32_t userID) {
   Login1 login1(bus);
   const auto running = orElse(log, std::optional<Login1::RunningSession>(),
                               [&] { return login1.runningSession(userID); });
-  if (!running) return false;
-  // A session that its user left by a switch is locked. LightDM may unlock it, others than root
-  // can't.
-  if (running->isLocked && orElse(log, false, [&] { return isLightDM(bus); })) return false;
-  const bool isInFront = orElse(log, false, [&] {
+  if (!running || (running->isLocked && !unlock(bus, log, running->name))) return false;
+  return orElse(log, false, [&] {
     if (login1.activeSession() == running->name) return true;
     login1.lockActiveSession();
     login1.activate(running->name);
     return true;
   });
-  if (isInFront && running->isLocked) {
-    orElse(log, false, [&] { return login1.unlock(running->name), true; });
-  }
-  return isInFront;
 }
 
 /// LightDM locks the session that it leaves behind when it switches to a user; what only brings up

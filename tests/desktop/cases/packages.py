@@ -31,7 +31,8 @@ def nothing_else_has_rights_of_its_own(desktop):
 
 
 def every_file_is_as_it_was_packed(desktop):
-    assert run("dpkg", "--verify", "gatehall", "libgatehall1") == ""
+    changed = run("dpkg", "--verify", "gatehall", "libgatehall1")
+    assert changed == "", changed
 
 
 def what_an_administrator_set_survives_an_installation(desktop):

@@ -67,7 +67,8 @@ def several_ids_by_ann_are_asked_for_in_turn(desktop):
     """Ann owned the console when she began. LightDM takes its time with each."""
     result = desktop.switch("-switchToUserID", "1002", "-switchToUserID", "1001")
     assert result.log == [], result
-    assert desktop.asked()[:2] == ["user carol", "user bob"], desktop.asked()
+    users = [each for each in desktop.asked() if each != "greeter"]
+    assert users == ["user carol", "user bob"], desktop.asked()
     desktop.until_in_front("bob")
     desktop.until_locked("ann")
 

@@ -251,24 +251,24 @@ TEST_F(LinuxLoginServiceTest, LeavesItToTheDisplayManagerWhenItMayNotActivate) {
   EXPECT_THAT(log.errors, ElementsAre(refused, refused));
 }
 
-TEST_F(LinuxLoginServiceTest, LeavesALockedSessionToLightDMWhichUnlocksIt) {
-  start({"lightdm", "logind", kBobLocked});
-  EXPECT_EQ(service().switchToUser(bob), 0);
-  EXPECT_EQ(callsWithoutTrouble(), kSwitchToBob);
-}
-
-TEST_F(LinuxLoginServiceTest, UnlocksALockedSessionThatItActivates) {
-  for (const auto* displayManager : {"sddm", "gdm"}) {
+TEST_F(LinuxLoginServiceTest, UnlocksALockedSessionBeforeItActivatesIt) {
+  for (const auto* displayManager : {"lightdm", "sddm", "gdm"}) {
     start({displayManager, "logind", kBobLocked});
     EXPECT_EQ(service().switchToUser(bob), 0);
-    EXPECT_EQ(callsWithoutTrouble(), std::string(kLockAnn) + kActivateBob + kUnlockBob);
+    EXPECT_EQ(callsWithoutTrouble(), std::string(kUnlockBob) + kLockAnn + kActivateBob);
   }
 }
 
-TEST_F(LinuxLoginServiceTest, HasSwitchedEvenWhenItMayNotUnlock) {
+TEST_F(LinuxLoginServiceTest, LeavesALockedSessionToLightDMWhenItMayNotUnlock) {
+  start({"lightdm", "logind=UnlockSession", kBobLocked});
+  EXPECT_EQ(service().switchToUser(bob), 0);
+  EXPECT_EQ(callsWithoutTrouble(), std::string(kUnlockBob) + kSwitchToBob);
+}
+
+TEST_F(LinuxLoginServiceTest, ActivatesALockedSessionElsewhereWhenItMayNotUnlock) {
   start({"sddm", "logind=UnlockSession", kBobLocked});
   EXPECT_EQ(service().switchToUser(bob), 0);
-  EXPECT_EQ(bus.calls(), std::string(kLockAnn) + kActivateBob + kUnlockBob);
+  EXPECT_EQ(bus.calls(), std::string(kUnlockBob) + kLockAnn + kActivateBob);
   EXPECT_THAT(log.errors,
               ElementsAre("Unable to ask org.freedesktop.login1 for UnlockSession: Not?today"));
 }
