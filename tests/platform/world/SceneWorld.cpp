@@ -12,7 +12,9 @@ namespace {
 std::string guid(std::string_view start, std::uint32_t number) {
   auto digits = std::to_string(number);
   digits.insert(0, 12 - digits.size(), '0');
-  return std::string(start) + "-0000-4000-8000-" + digits;
+  std::string text(start);
+  text += "-0000-4000-8000-";
+  return text += digits;
 }
 
 RecordDescription describe(const contracts::Account& account) {
