@@ -31,8 +31,10 @@ def nothing_else_has_rights_of_its_own(desktop):
 
 
 def every_file_is_as_it_was_packed(desktop):
-    changed = run("dpkg", "--verify", "gatehall", "libgatehall1")
-    assert changed == "", changed
+    """But the documents that this machine's dpkg leaves out."""
+    changed = [line for line in run("dpkg", "--verify", "gatehall", "libgatehall1").splitlines()
+               if not line.startswith("missing     /usr/share/doc/libgatehall1/")]
+    assert changed == [], changed
 
 
 def what_an_administrator_set_survives_an_installation(desktop):
