@@ -2,13 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <utility>
 #include <variant>
 
 #include "platform/AttributeKinds.h"
 #include "platform/NotificationNames.h"
-#include "platform/PlatformException.h"
-#include "platform/linux/AccountLookup.h"
 #include "platform/linux/AccountsServiceUser.h"
 
 namespace gatehall {
@@ -44,9 +41,10 @@ std::set<std::string, std::less<>> changedProperties(const BusSignal& signal,
   return names;
 }
 
-AccountEvents::AccountEvents(BusWatch& bus, LinuxRunLoop& runLoop, DirectoryService& directory,
-                             LocalNotificationCenter& distributed, Log& log)
-    : mBus(bus), mRunLoop(runLoop), mDirectory(directory), mDistributed(distributed), mLog(log) {
+AccountEvents::AccountEvents(BusWatch& bus, LinuxRunLoop& runLoop,
+                             LocalNotificationCenter& distributed,
+                             AccountNotifications notifications)
+    : mBus(bus), mRunLoop(runLoop), mDistributed(distributed), mNotifications(notifications) {
   mBus.follow(kName, [this](bool isThere) {
     // It comes when it is first asked for something; what it missed before is in the files.
     if (isThere && mWasThere) post(kRefreshUserListNotification);
@@ -71,15 +69,16 @@ void AccountEvents::propertiesChanged(const BusSignal& signal) {
   const auto userID = accountsService::userOf(signal.path);
   if (!userID) return;
   if (!changedProperties(signal, accountsService::kSessionLimits).empty()) {
-    postAbout(*userID, kKinwatchLoginStatusChangedNotification, kKinwatchUserNameKey,
-              attribute::RecordName);
+    mNotifications.post(*userID, kKinwatchLoginStatusChangedNotification, kKinwatchUserNameKey,
+                        attribute::RecordName);
     return;
   }
   const auto changed = changedProperties(signal, accountsService::kUser);
   if (changed.contains("Locked")) lockChanged(signal);
   if (std::any_of(kShown.begin(), kShown.end(),
                   [&](std::string_view each) { return changed.contains(each); })) {
-    postAbout(*userID, kFullUserNameDidChangeNotification, kGeneratedUIDKey, attribute::GUID);
+    mNotifications.post(*userID, kFullUserNameDidChangeNotification, kGeneratedUIDKey,
+                        attribute::GUID);
   }
 }
 
@@ -93,24 +92,6 @@ void AccountEvents::lockChanged(const BusSignal& signal) {
   } else {
     post(*isLocked ? kUserWasDisabledNotification : kUserWasEnabledNotification);
   }
-}
-
-/// Posts the notification with an attribute of the account, which is looked up beside the main
-/// thread: it may be in a network directory.
-void AccountEvents::postAbout(std::uint32_t userID, std::string_view notification,
-                              std::string_view key, std::string_view kind) {
-  mRunLoop.detachNewThread([this, userID, notification, key, kind] {
-    std::optional<std::string> value;
-    try {
-      value = accountAttribute(mDirectory, userID, kind);
-    } catch (const PlatformException& failure) {
-      mLog.error("Unable to find user " + std::to_string(userID) + ": " + failure.what());
-    }
-    if (!value) return;
-    mRunLoop.post([this, notification, userInfo = Dictionary{{std::string(key), *value}}] {
-      mDistributed.post({std::string(notification), userInfo});
-    });
-  });
 }
 
 void AccountEvents::fileChanged() {

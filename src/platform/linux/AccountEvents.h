@@ -2,13 +2,11 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
 
-#include "platform/DirectoryService.h"
-#include "platform/Log.h"
+#include "platform/linux/AccountNotifications.h"
 #include "platform/linux/BusWatch.h"
 #include "platform/linux/LinuxRunLoop.h"
 #include "platform/portable/LocalNotificationCenter.h"
@@ -28,8 +26,8 @@ std::set<std::string, std::less<>> changedProperties(const BusSignal& signal,
 /// more within a moment. On the main thread.
 class AccountEvents {
  public:
-  AccountEvents(BusWatch& bus, LinuxRunLoop& runLoop, DirectoryService& directory,
-                LocalNotificationCenter& distributed, Log& log);
+  AccountEvents(BusWatch& bus, LinuxRunLoop& runLoop, LocalNotificationCenter& distributed,
+                AccountNotifications notifications);
 
   /// Somebody wrote an account file.
   void fileChanged();
@@ -38,15 +36,12 @@ class AccountEvents {
   void accountsChanged(const BusSignal& signal);
   void propertiesChanged(const BusSignal& signal);
   void lockChanged(const BusSignal& signal);
-  void postAbout(std::uint32_t userID, std::string_view notification, std::string_view key,
-                 std::string_view kind);
   void post(std::string_view notification);
 
   BusWatch& mBus;
   LinuxRunLoop& mRunLoop;
-  DirectoryService& mDirectory;
   LocalNotificationCenter& mDistributed;
-  Log& mLog;
+  AccountNotifications mNotifications;
   std::uint64_t mPosted = 0;  ///< notifications for which lists are built anew
   bool mWasThere = false;
 };

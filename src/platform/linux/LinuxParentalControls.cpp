@@ -9,8 +9,14 @@
 
 namespace gatehall {
 
-LinuxParentalControls::LinuxParentalControls(HostOptions options, Log& log, Clock& clock)
-    : mLog(log), mClock(clock), mFaults(log), mLimits(std::move(options), mFaults) {}
+LinuxParentalControls::LinuxParentalControls(
+    HostOptions options, Log& log, Clock& clock,
+    std::function<void(std::uint32_t userID, Date change)> expect)
+    : mLog(log),
+      mClock(clock),
+      mFaults(log),
+      mLimits(std::move(options), mFaults),
+      mExpect(std::move(expect)) {}
 
 bool LinuxParentalControls::mayLogInNow(std::uint32_t userID, std::int32_t& result,
                                         std::optional<Date>& nextCurfew) {
@@ -29,6 +35,7 @@ bool LinuxParentalControls::mayLogInNow(std::uint32_t userID, std::int32_t& resu
       std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(mClock.now()));
   if (const auto change = hours->nextChange(now)) {
     nextCurfew = std::chrono::system_clock::from_time_t(*change);
+    mExpect(userID, *nextCurfew);
   }
   if (hours->contain(now)) return true;
   result = kRefused;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
+
 #include "platform/Clock.h"
 #include "platform/Log.h"
 #include "platform/ParentalControls.h"
@@ -26,7 +29,9 @@ class LinuxParentalControls final : public ParentalControls {
  public:
   static constexpr std::int32_t kRefused = 1;
 
-  LinuxParentalControls(HostOptions options, Log& log, Clock& clock);
+  /// Tells of each date that it answers.
+  LinuxParentalControls(HostOptions options, Log& log, Clock& clock,
+                        std::function<void(std::uint32_t userID, Date change)> expect);
 
   bool mayLogInNow(std::uint32_t userID, std::int32_t& result,
                    std::optional<Date>& nextCurfew) override;
@@ -36,6 +41,7 @@ class LinuxParentalControls final : public ParentalControls {
   Clock& mClock;
   FaultLog mFaults;
   SessionLimits mLimits;
+  const std::function<void(std::uint32_t userID, Date change)> mExpect;
 };
 
 }  // namespace gatehall

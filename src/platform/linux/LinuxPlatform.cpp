@@ -16,6 +16,7 @@
 #include "platform/linux/LinuxPropertyLists.h"
 #include "platform/linux/LinuxSessions.h"
 #include "platform/linux/LinuxSystemNotifications.h"
+#include "platform/linux/LoginHoursEvents.h"
 #include "platform/linux/MachineEvents.h"
 #include "platform/portable/LocalNotificationCenter.h"
 #include "platform/portable/PangoText.h"
@@ -62,6 +63,7 @@ struct LinuxPlatform::Services {
   PangoText text;
   PortableMarkup markup;
   Lazy<LinuxRunLoop> runLoop;
+  Lazy<LoginHoursEvents> loginHours;
   Lazy<LinuxSystemNotifications> systemNotifications;
   std::optional<MachineEvents> events;
 };
@@ -111,7 +113,15 @@ Markup& LinuxPlatform::markup() { return mServices->markup; }
 Collation& LinuxPlatform::collation() { return mServices->collation.get(mOptions); }
 
 ParentalControls& LinuxPlatform::parentalControls() {
-  return mServices->parentalControls.get(mOptions, *mLog, mServices->clock);
+  return mServices->parentalControls.get(
+      mOptions, *mLog, mServices->clock, [this](std::uint32_t userID, Date change) {
+        auto& services = *mServices;
+        services.loginHours
+            .get(runLoop(), services.clock,
+                 AccountNotifications(runLoop(), directory(),
+                                      services.distributedNotificationCenter, *mLog))
+            .expect(userID, change);
+      });
 }
 
 SystemNotifications& LinuxPlatform::systemNotifications() {

@@ -24,7 +24,8 @@ MachineEvents::MachineEvents(const HostOptions& options, Log& log, DirectoryServ
     : mRunLoop(runLoop),
       mTargets(std::move(targets)),
       mBus(runLoop, events, options, log),
-      mAccounts(mBus, runLoop, directory, mTargets.distributed, log),
+      mAccounts(mBus, runLoop, mTargets.distributed,
+                AccountNotifications(runLoop, directory, mTargets.distributed, log)),
       mSessions(mBus, mTargets.distributed, mTargets.system, log) {
   listenToOthers();
   listenToLocale();

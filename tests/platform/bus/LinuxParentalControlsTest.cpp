@@ -48,8 +48,9 @@ class LimitedMachine {
 
   LinuxParentalControls& controls() {
     if (!mControls) {
-      mControls =
-          std::make_unique<LinuxParentalControls>(machine.options, machine.log, machine.clock);
+      mControls = std::make_unique<LinuxParentalControls>(
+          machine.options, machine.log, machine.clock,
+          [this](std::uint32_t userID, Date change) { expected.emplace_back(userID, change); });
     }
     return *mControls;
   }
@@ -65,6 +66,7 @@ class LimitedMachine {
 
   PrivateBus bus;
   Machine machine;
+  std::vector<std::pair<std::uint32_t, Date>> expected;  ///< changes that were told of
 
  private:
   std::unique_ptr<LinuxParentalControls> mControls;
@@ -105,6 +107,8 @@ TEST_F(LinuxParentalControlsTest, GoByTheScheduleOfTheDay) {
   EXPECT_EQ(ask(1001), (Answer{true, 0, hour(17)}));
   EXPECT_EQ(ask(1002), (Answer{false, LinuxParentalControls::kRefused, hour(17)}));
   EXPECT_EQ(ask(1003), (Answer{false, LinuxParentalControls::kRefused, hour(24)}));
+  EXPECT_THAT(expected, ElementsAre(testing::Pair(1001, hour(17)), testing::Pair(1002, hour(17)),
+                                    testing::Pair(1003, hour(24))));
   EXPECT_THAT(machine.log.lines(), IsEmpty());
 }
 

@@ -1,0 +1,58 @@
+#include "platform/linux/LoginHoursEvents.h"
+
+#include <algorithm>
+#include <chrono>
+#include <vector>
+
+#include "platform/AttributeKinds.h"
+#include "platform/NotificationNames.h"
+
+namespace gatehall {
+
+namespace {
+
+/// The clock may be set, and the machine may sleep: neither moves the run loop's timers.
+constexpr double kLongestPause = 60.0;
+constexpr double kShortestPause = 0.05;
+
+}  // namespace
+
+void LoginHoursEvents::expect(std::uint32_t userID, Date moment) {
+  const std::scoped_lock lock(mMutex);
+  mMoments.insert_or_assign(userID, moment);
+  lookLater();
+}
+
+/// Under the lock.
+void LoginHoursEvents::lookLater() {
+  ++mLooks;
+  if (mMoments.empty()) return;
+  const auto next = std::min_element(
+      mMoments.begin(), mMoments.end(),
+      [](const auto& left, const auto& right) { return left.second < right.second; });
+  const auto pause = (next->second - mClock.now()).count();
+  mRunLoop.performAfterDelay(std::clamp(pause, kShortestPause, kLongestPause),
+                             [this, look = mLooks] { this->look(look); });
+}
+
+void LoginHoursEvents::look(std::uint64_t number) {
+  std::vector<std::uint32_t> due;
+  {
+    const std::scoped_lock lock(mMutex);
+    if (number != mLooks) return;
+    const auto now = mClock.now();
+    std::erase_if(mMoments, [&](const auto& each) {
+      const auto& [userID, moment] = each;
+      if (moment > now) return false;
+      due.push_back(userID);
+      return true;
+    });
+    lookLater();
+  }
+  for (const auto userID : due) {
+    mNotifications.post(userID, kKinwatchLoginStatusChangedNotification, kKinwatchUserNameKey,
+                        attribute::RecordName);
+  }
+}
+
+}  // namespace gatehall
