@@ -30,13 +30,10 @@ std::set<std::string, std::less<>> changedProperties(const BusSignal& signal,
   const auto* changed = signal.values[1].dictionary();
   const auto* invalidated = signal.values[2].array();
   if (name == nullptr || *name != interface) return names;
-  if (changed != nullptr) {
-    for (const auto& [property, unused] : *changed) names.insert(property);
-  }
-  if (invalidated != nullptr) {
-    for (const auto& each : *invalidated) {
-      if (const auto* property = each.string()) names.insert(*property);
-    }
+  if (changed == nullptr || invalidated == nullptr) return names;
+  for (const auto& [property, unused] : *changed) names.insert(property);
+  for (const auto& each : *invalidated) {
+    if (const auto* property = each.string()) names.insert(*property);
   }
   return names;
 }

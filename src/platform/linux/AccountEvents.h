@@ -13,7 +13,8 @@
 
 namespace gatehall {
 
-/// The properties of the interface that a signal PropertiesChanged says have changed.
+/// The properties of the interface that a signal PropertiesChanged says have changed; none when the
+/// signal is not made like one.
 std::set<std::string, std::less<>> changedProperties(const BusSignal& signal,
                                                      std::string_view interface);
 

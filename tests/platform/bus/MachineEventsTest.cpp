@@ -175,6 +175,8 @@ TEST_F(MachineEventsTest, KeepSilentAboutWhatNobodyShows) {
   peer->change("/org/freedesktop/Accounts/User1001x", kUser, "RealName", "x");
   peer->emit(kBobPath, kUser, "Changed", "", {});
   peer->emit(kBobPath, "org.freedesktop.DBus.Properties", "PropertiesChanged", "s", {kUser});
+  peer->emit(kBobPath, "org.freedesktop.DBus.Properties", "PropertiesChanged", "sss",
+             {kUser, "Locked", "Locked"});
   ASSERT_TRUE(settle(*peer));
   driveFor(loop(), 0.05);
   EXPECT_THAT(heard, IsEmpty());
