@@ -20,17 +20,19 @@ constexpr double kShortestPause = 0.05;
 void LoginHoursEvents::expect(std::uint32_t userID, Date moment) {
   const std::scoped_lock lock(mMutex);
   mMoments.insert_or_assign(userID, moment);
-  lookLater();
+  if (!mPlanned || moment < *mPlanned) lookLater();
 }
 
 /// Under the lock.
 void LoginHoursEvents::lookLater() {
   ++mLooks;
+  mPlanned.reset();
   if (mMoments.empty()) return;
   const auto next = std::min_element(
       mMoments.begin(), mMoments.end(),
       [](const auto& left, const auto& right) { return left.second < right.second; });
-  const auto pause = (next->second - mClock.now()).count();
+  mPlanned = next->second;
+  const auto pause = (*mPlanned - mClock.now()).count();
   mRunLoop.performAfterDelay(std::clamp(pause, kShortestPause, kLongestPause),
                              [this, look = mLooks] { this->look(look); });
 }

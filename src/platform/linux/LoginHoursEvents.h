@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
 
 #include "platform/Clock.h"
 #include "platform/Value.h"
@@ -30,7 +31,8 @@ class LoginHoursEvents {
   AccountNotifications mNotifications;
   std::mutex mMutex;  ///< guards what follows
   std::map<std::uint32_t, Date> mMoments;
-  std::uint64_t mLooks = 0;  ///< the last one that was planned, which alone counts
+  std::optional<Date> mPlanned;  ///< the first moment, for which there will be a look
+  std::uint64_t mLooks = 0;      ///< the last one that was planned, which alone counts
 };
 
 }  // namespace gatehall
