@@ -14,8 +14,8 @@ namespace {
 
 using accountsService::kName;
 
-/// AccountsService reads the files some tenths of a second after they change.
-constexpr double kMoment = 1.0;
+/// AccountsService reads the files half a second after they change.
+constexpr double kMoment = 0.75;
 
 /// What a login screen shows of an account.
 constexpr std::array<std::string_view, 3> kShown = {"RealName", "IconFile", "PasswordHint"};
@@ -65,9 +65,12 @@ void AccountEvents::accountsChanged(const BusSignal& signal) {
 void AccountEvents::propertiesChanged(const BusSignal& signal) {
   const auto userID = accountsService::userOf(signal.path);
   if (!userID) return;
-  if (!changedProperties(signal, accountsService::kSessionLimits).empty()) {
+  const auto limits = changedProperties(signal, accountsService::kSessionLimits);
+  if (!limits.empty()) {
     mNotifications.post(*userID, kKinwatchLoginStatusChangedNotification, kKinwatchUserNameKey,
                         attribute::RecordName);
+    // Whether there is a limit at all is read with the account.
+    if (limits.contains("LimitType")) post(kRefreshUserListNotification);
     return;
   }
   const auto changed = changedProperties(signal, accountsService::kUser);

@@ -64,17 +64,21 @@ void MachineEvents::watchFolders(const HostOptions& options, EventLoop& events, 
   const auto watch = [&](const std::string& folder,
                          std::function<void(std::string_view name)> handler) {
     try {
-      mFolders.push_back(events.whenChanged(options.root + folder, std::move(handler)));
+      mFolders.push_back(events.whenChanged(folder, std::move(handler)));
     } catch (const PlatformException& failure) {
       log.diagnostic(failure.what());
     }
   };
-  watch(kEtc, [this](std::string_view name) {
+  watch(options.root + kEtc, [this](std::string_view name) {
     mRunLoop.post([this, name = std::string(name)] { accountFileChanged(name); });
   });
   for (const auto* folder : kSettings) {
-    watch(folder, [this](std::string_view) { mRunLoop.post([this] { refresh(); }); });
+    watch(options.root + folder,
+          [this](std::string_view) { mRunLoop.post([this] { refresh(); }); });
   }
+  watch(SessionEvents::kFolder, [this](std::string_view name) {
+    mRunLoop.post([this, name = std::string(name)] { mSessions.fileChanged(name); });
+  });
 }
 
 void MachineEvents::accountFileChanged(std::string_view name) {

@@ -42,31 +42,39 @@ SessionEvents::SessionEvents(BusWatch& bus, LocalNotificationCenter& distributed
 void SessionEvents::sessionsChanged(const BusSignal& signal) {
   const auto* name = signal.values.empty() ? nullptr : signal.values[0].string();
   if (name == nullptr) return;
-  if (signal.member == "SessionNew" && counts(*name)) {
-    mSessions.insert(*name);
-    post(kSessionUserChangedNotification);
-  } else if (signal.member == "SessionRemoved" && mSessions.erase(*name) > 0) {
-    post(kSessionUserChangedNotification);
+  if (signal.member == "SessionNew") note(*name, login(*name) != Login::No);
+  if (signal.member == "SessionRemoved") note(*name, false);
+}
+
+void SessionEvents::fileChanged(const std::string& session) {
+  const auto now = login(session);
+  if (now != Login::Unknown) note(session, now == Login::Yes);
+}
+
+/// Whether a login screen has to know of the session as that of somebody who is logged in.
+SessionEvents::Login SessionEvents::login(const std::string& session) const {
+  try {
+    const auto found = sdLogin::session(session);
+    if (!found) return Login::Unknown;
+    const bool counts = !found->seat.empty() && graphicalSession::isGraphical(found->type) &&
+                        graphicalSession::isUsers(found->kind);
+    return counts && graphicalSession::isLoggedIn(found->state) ? Login::Yes : Login::No;
+  } catch (const PlatformException& failure) {
+    mLog.error(failure.what());
+    return Login::Unknown;
   }
 }
 
-/// Whether a login screen has to know of the session; one that can't be looked at may be such.
-bool SessionEvents::counts(const std::string& session) const {
-  try {
-    const auto found = sdLogin::session(session);
-    return !found || (!found->seat.empty() && graphicalSession::isGraphical(found->type) &&
-                      graphicalSession::isUsers(found->kind));
-  } catch (const PlatformException& failure) {
-    mLog.error(failure.what());
-    return true;
-  }
+void SessionEvents::note(const std::string& session, bool isLoggedIn) {
+  const bool changes = isLoggedIn ? mSessions.insert(session).second : mSessions.erase(session) > 0;
+  if (changes) post(kSessionUserChangedNotification);
 }
 
 void SessionEvents::readSessions() {
   mSessions.clear();
   try {
     for (const auto& name : sdLogin::sessions()) {
-      if (counts(name)) mSessions.insert(name);
+      if (login(name) != Login::No) mSessions.insert(name);
     }
   } catch (const PlatformException& failure) {
     mLog.error(failure.what());

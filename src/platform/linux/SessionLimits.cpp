@@ -26,7 +26,9 @@ constexpr std::string_view kDenied = "org.freedesktop.Accounts.Error.PermissionD
 constexpr std::int64_t kNoLimit = 0;
 constexpr std::int64_t kDailySchedule = 1;
 
-constexpr std::chrono::seconds kRest{10};
+/// Long enough for a list whose users are asked about one after another, and over when a list is
+/// built anew for the service that came back.
+constexpr std::chrono::milliseconds kRest{900};
 
 [[noreturn]] void failUnexpected(const char* member) {
   throw PlatformException(std::string("Unable to ask ") + kName + " for " + member +
@@ -139,12 +141,12 @@ void SessionLimits::ask(const std::function<void(SystemBus&)>& question) {
     const std::scoped_lock lock(mMutex);
     if (SteadyClock::now() < mAskAgain) throw PlatformException(mFailure);
   }
+  const auto limit = SteadyClock::now() + mOptions.callTimeout;
   try {
-    SystemBus bus(mOptions, SteadyClock::now() + mOptions.callTimeout);
+    SystemBus bus(mOptions, limit);
     question(bus);
   } catch (const PlatformException& error) {
-    const auto* answer = dynamic_cast<const BusError*>(&error);
-    if (answer == nullptr || answer->name() != kDenied) {
+    if (SteadyClock::now() >= limit) {
       const std::scoped_lock lock(mMutex);
       mAskAgain = SteadyClock::now() + kRest;
       mFailure = error.what();

@@ -21,8 +21,8 @@ class SystemBus;
 /// where the extension is not installed. Whom polkit does not admit to
 /// com.endlessm.ParentalControls.SessionLimits.ReadAny sees but the limit of its own account.
 ///
-/// A question takes no longer than one call may; when it failed, none is asked for some seconds.
-/// From any thread.
+/// A question takes no longer than one call may; after one that waited so long in vain, none is
+/// asked for a moment. From any thread.
 class SessionLimits {
  public:
   SessionLimits(HostOptions options, FaultLog& faults);

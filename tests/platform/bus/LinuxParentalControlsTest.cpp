@@ -173,6 +173,14 @@ TEST_F(LinuxParentalControlsTest, WaitForASilentServiceOnceAndThenLetItRest) {
   EXPECT_THAT(machine.log.lines(), SizeIs(3));
 }
 
+TEST_F(LinuxParentalControlsTest, AreAskedAgainAsSoonAsTheServiceIsThere) {
+  EXPECT_EQ(ask(1001), kRefusedForGood);
+  EXPECT_FALSE(isManaged("bob"));
+  bus.start({"accounts", "account=1001,1,28800,61200"});
+  EXPECT_EQ(ask(1001), (Answer{true, 0, hour(17)}));
+  EXPECT_TRUE(isManaged("bob"));
+}
+
 TEST_F(LinuxParentalControlsTest, AskNobodyWithoutMalcontent) {
   std::filesystem::remove_all(machine.path("/usr"));
   bus.start({"accounts", "account=1001,1,0,3600"});

@@ -163,9 +163,17 @@ TEST_F(MachineEventsTest, TellOfAUserWhoIsLockedOrUnlocked) {
 
 TEST_F(MachineEventsTest, TellOfAUserWhoseSessionsAreLimitedOtherwise) {
   begin({kAccounts});
-  peer->invalidate(kBobPath, "com.endlessm.ParentalControls.SessionLimits", "LimitType");
+  peer->invalidate(kBobPath, "com.endlessm.ParentalControls.SessionLimits", "DailySchedule");
   EXPECT_TRUE(isHeard(std::string(kKinwatchLoginStatusChangedNotification) + "{userName = bob; }"));
   EXPECT_EQ(heard.size(), 1U);
+}
+
+TEST_F(MachineEventsTest, RefreshForAUserWhoIsPerhapsLimitedForTheFirstTime) {
+  begin({kAccounts});
+  peer->invalidate(kBobPath, "com.endlessm.ParentalControls.SessionLimits", "LimitType");
+  EXPECT_TRUE(isHeard(std::string(kKinwatchLoginStatusChangedNotification) + "{userName = bob; }"));
+  EXPECT_TRUE(isHeard(kRefresh));
+  EXPECT_EQ(heard.size(), 2U);
 }
 
 TEST_F(MachineEventsTest, KeepSilentAboutWhatNobodyShows) {
@@ -212,6 +220,32 @@ TEST_F(MachineEventsTest, KeepSilentAboutSessionsThatAreNotGraphical) {
   peer->emit(kLogindPath, kManager, "SessionRemoved", "so", {"g3", "/"});
   ASSERT_TRUE(settle(*peer));
   EXPECT_THAT(heard, ElementsAre(kSessions)) << "of a session that was there before";
+}
+
+TEST_F(MachineEventsTest, TellOfALoginOnceItIsDoneAndOfASessionAsSoonAsItEnds) {
+  if (!OwnRun::obstacle().empty()) GTEST_SKIP() << OwnRun::obstacle();
+  const OwnRun run;
+  const auto write = [](const char* state) {
+    OwnRun::write("sessions/g1", std::string("UID=1001\nACTIVE=1\nTYPE=x11\nCLASS=user\n") +
+                                     "SEAT=seat0\nSTATE=" + state + "\n");
+  };
+  begin({kLogind});
+  write("opening");
+  peer->emit(kLogindPath, kManager, "SessionNew", "so", {"g1", "/"});
+  ASSERT_TRUE(settle(*peer));
+  EXPECT_THAT(heard, IsEmpty());
+  write("active");
+  EXPECT_TRUE(isHeard(kSessions));
+  write("online");
+  ASSERT_TRUE(settle(*peer));
+  EXPECT_THAT(heard, ElementsAre(kSessions));
+  heard.clear();
+  write("closing");
+  EXPECT_TRUE(isHeard(kSessions));
+  peer->emit(kLogindPath, kManager, "SessionRemoved", "so", {"g1", "/"});
+  OwnRun::write("sessions/.#g2", "STATE=active\n");
+  ASSERT_TRUE(settle(*peer));
+  EXPECT_THAT(heard, ElementsAre(kSessions));
 }
 
 TEST_F(MachineEventsTest, TellThatAnotherSessionOwnsTheConsole) {

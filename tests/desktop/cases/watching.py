@@ -1,0 +1,216 @@
+"""gatehallctl watch shows what happens on the machine soon after it did, and nothing else."""
+import datetime
+
+from gi.repository import GLib
+
+from system import run
+from watch import Watch
+
+ACCOUNTS = "org.freedesktop.Accounts"
+LIMITS = "com.endlessm.ParentalControls.SessionLimits"
+NONE, DAILY = 0, 1
+DAY = 86400
+
+
+def _add_user(desktop, name, *options):
+    """Somebody who needs no password."""
+    desktop.after(run, "userdel", name, check=False)
+    run("useradd", "--shell", "/bin/bash", "--password", "", *options, name)
+
+
+def _set_limit(desktop, name, value):
+    """A part of bob's limit."""
+    desktop.bus.call(ACCOUNTS, "/org/freedesktop/Accounts/User1001", "org.freedesktop.DBus.Properties",
+                     "Set", GLib.Variant("(ssv)", (LIMITS, name, value)))
+
+
+def _set_schedule(desktop, start, end):
+    _set_limit(desktop, "DailySchedule", GLib.Variant("(uu)", (start, end)))
+
+
+def _lift_limit(desktop):
+    _set_limit(desktop, "LimitType", GLib.Variant("u", NONE))
+
+
+def _limit(desktop, start, end):
+    """Limits bob's sessions to these seconds of each day, for the time of the case."""
+    desktop.after(_lift_limit, desktop)
+    _set_schedule(desktop, start, end)
+    _set_limit(desktop, "LimitType", GLib.Variant("u", DAILY))
+
+
+def _other_hours():
+    """A schedule that is far from the present moment, and in how many days it starts."""
+    return ((0, 60), 1) if _second_of_day() > DAY // 2 else ((DAY - 120, DAY), 0)
+
+
+def _let_limits_be_known(desktop):
+    """AccountsService writes down what else it has of an account when it has to for the first time."""
+    desktop.bus.call(ACCOUNTS, "/org/freedesktop/Accounts", ACCOUNTS, "FindUserById",
+                     GLib.Variant("(x)", (1001,)))
+    _lift_limit(desktop)
+
+
+def _second_of_day():
+    now = datetime.datetime.now()
+    return now.hour * 3600 + now.minute * 60 + now.second
+
+
+def _moment(second, days=0):
+    """A second of today, or so many days later, as gatehallctl prints it."""
+    midnight = datetime.datetime.now().replace(hour=0, minute=0, second=0, microsecond=0)
+    moment = midnight + datetime.timedelta(days=days, seconds=second)
+    return moment.astimezone(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
+
+
+def an_account_that_is_added_and_deleted(desktop):
+    watch = Watch(desktop)
+    watch.shows_promptly(lambda: _add_user(desktop, "zoe"), {"zoe": "added"})
+    watch.shows_promptly(lambda: run("userdel", "zoe"), {"zoe": "removed"})
+
+
+def an_account_once_it_has_a_password(desktop):
+    _add_user(desktop, "zoe", "--password", "!")
+    watch = Watch(desktop)
+    assert "zoe" not in watch.names(), watch.users
+    watch.shows_promptly(lambda: run("passwd", "--quiet", "--delete", "zoe"), {"zoe": "added"})
+    watch.shows_promptly(lambda: run("usermod", "--shell", "/usr/sbin/nologin", "zoe"),
+                         {"zoe": "removed"})
+
+
+def a_full_name_that_changes_and_the_order_with_it(desktop):
+    _add_user(desktop, "zoe", "--comment", "Zoe")
+    watch = Watch(desktop)
+    assert watch.names() == ["ann", "bob", "carol", "erin", "zoe"], watch.users
+    watch.shows_promptly(lambda: run("usermod", "--comment", "Aaron,Room 5", "zoe"),
+                         {"zoe": {"longName": "Aaron"}})
+    assert watch.names() == ["zoe", "ann", "bob", "carol", "erin"], watch.users
+
+
+def the_access_group_that_somebody_joins_and_leaves(desktop):
+    desktop.add_group("gatehall-access", "ann", "carol")
+    watch = Watch(desktop)
+    assert watch.names() == ["ann", "carol"], watch.users
+    watch.shows_promptly(lambda: run("gpasswd", "--add", "bob", "gatehall-access"), {"bob": "added"})
+    watch.shows_promptly(lambda: run("gpasswd", "--delete", "carol", "gatehall-access"),
+                         {"carol": "removed"})
+
+
+def administrators_who_are_hidden(desktop):
+    desktop.write("/etc/gatehall/com.orvane.gatehall.plist",
+                  '<plist version="1.0"><dict><key>HideAdminUsers</key><true/></dict></plist>\n')
+    watch = Watch(desktop)
+    watch.shows_promptly(lambda: desktop.join_group("sudo", "bob"), {"bob": "removed"})
+    watch.shows_promptly(lambda: run("gpasswd", "--delete", "bob", "sudo"), {"bob": "added"})
+    run("gpasswd", "--add", "bob", "sudo")  # as the case's end expects it
+
+
+def a_preference_that_is_set(desktop):
+    watch = Watch(desktop)
+    watch.shows_promptly(lambda: desktop.write(
+        "/etc/gatehall/com.orvane.gatehall.plist",
+        '<plist version="1.0"><dict><key>HiddenUsersList</key><array><string>bob</string></array>'
+        '</dict></plist>\n'), {"bob": "removed"})
+
+
+def a_limit_of_sessions_that_is_set_changed_and_lifted(desktop):
+    _let_limits_be_known(desktop)
+    watch = Watch(desktop)
+    (start, end), days = _other_hours()
+    watch.shows_promptly(lambda: _limit(desktop, start, end), {
+        "bob": {"kinwatchAllowsLogin": False, "kinwatchNextCurfewTime": _moment(start, days)}})
+    watch.shows_promptly(lambda: _set_schedule(desktop, start + 30, end), {
+        "bob": {"kinwatchNextCurfewTime": _moment(start + 30, days)}})
+    watch.shows_promptly(lambda: _lift_limit(desktop), {
+        "bob": {"kinwatchAllowsLogin": True, "kinwatchNextCurfewTime": None}})
+
+
+def the_end_of_the_hours_in_which_somebody_may_log_in(desktop):
+    _let_limits_be_known(desktop)
+    end = _second_of_day() + 4
+    _limit(desktop, end - 60, end)
+    watch = Watch(desktop)
+    assert watch.user("bob")["kinwatchAllowsLogin"], watch.users
+    watch.shows_promptly(
+        lambda: desktop.until(lambda: _second_of_day() >= end, "the end of the hours"),
+        {"bob": {"kinwatchAllowsLogin": False, "kinwatchNextCurfewTime": _moment(end - 60, days=1)}})
+
+
+def a_login_on_another_terminal_and_its_end(desktop):
+    watch = Watch(desktop)
+    watch.shows_promptly(lambda: desktop.start_plain_session_of("bob", 9), {"bob": {"suspended": True}})
+
+    def end():
+        session = desktop.session_of("bob")
+        run("systemctl", "stop", "plain-session-bob-9.service")
+        desktop.until(lambda: session.name not in [s.name for s in desktop.sessions()],
+                      "bob's session gone")
+
+    watch.shows_promptly(end, {"bob": {"suspended": False}})
+
+
+def a_login_in_text_shows_nobody_as_logged_in(desktop):
+    watch = Watch(desktop)
+    watch.shows_promptly(lambda: desktop.start_plain_session_of("bob", 9, type="tty"), {})
+
+
+def a_login_that_takes_longer_than_a_list_waits_for_it(desktop):
+    """Erin's, whose part of systemd does not run yet."""
+    desktop.after(run, "systemctl", "daemon-reload")
+    desktop.write("/etc/systemd/system/user@1003.service.d/slow.conf",
+                  "[Service]\nExecStartPre=/bin/sleep 2\n")
+    run("systemctl", "daemon-reload")
+    watch = Watch(desktop)
+    watch.shows_promptly(lambda: desktop.start_plain_session_of("erin", 9), {"erin": {"suspended": True}})
+
+
+def a_switch_there_and_back(desktop):
+    watch = Watch(desktop)
+
+    def switch():
+        desktop.switch("-switchToUserID", "1001")
+        desktop.until_in_front("bob")
+
+    watch.shows_promptly(switch, {"ann": {"current": False},
+                                  "bob": {"current": True, "suspended": True}})
+    watch.shows_promptly(lambda: desktop.bring_to_front("ann"), {"ann": {"current": True},
+                                                                 "bob": {"current": False}})
+
+
+def _goes_on(desktop, watch):
+    """What watch shows is what somebody who looks only now is shown, and it hears of changes."""
+    fresh = Watch(desktop)
+    watch.settle()
+    desktop.until(lambda: watch.users == fresh.users, "what another watch shows, too")
+    assert not watch.user("bob")["kinwatchAllowsLogin"], watch.users
+    watch.shows_promptly(lambda: _add_user(desktop, "zoe"), {"zoe": "added"})
+    watch.shows_promptly(lambda: run("userdel", "zoe"), {"zoe": "removed"})
+    watch.shows_promptly(lambda: _lift_limit(desktop),
+                         {"bob": {"kinwatchAllowsLogin": True, "kinwatchNextCurfewTime": None}})
+    watch.shows_promptly(lambda: desktop.start_plain_session_of("bob", 9), {"bob": {"suspended": True}})
+
+
+def _restart(desktop, *units):
+    """Restarts them under a watch that shows bob as refused, as it does again afterwards."""
+    _let_limits_be_known(desktop)
+    _limit(desktop, *_other_hours()[0])
+    watch = Watch(desktop)
+    assert not watch.user("bob")["kinwatchAllowsLogin"], watch.users
+    run("systemctl", "restart", *units)
+    return watch
+
+
+def the_accounts_service_is_restarted(desktop):
+    _goes_on(desktop, _restart(desktop, "accounts-daemon.service"))
+
+
+def logind_is_restarted(desktop):
+    _goes_on(desktop, _restart(desktop, "systemd-logind.service"))
+
+
+def the_system_bus_is_restarted(desktop):
+    """Which takes LightDM and its sessions along."""
+    watch = _restart(desktop, "dbus.service")
+    desktop.until(lambda: watch.has_logged("The system bus is back."), "the bus heard again")
+    desktop.until(desktop.in_front, "somebody in front")
+    _goes_on(desktop, watch)
