@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "platform/Platform.h"
-#include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/LinuxSwitchPlatform.h"
 #include "platform/linux/ProcessStart.h"
 #include "platform/linux/ResourceLimits.h"
 #include "switcher/SwitchFlow.h"
@@ -15,8 +15,9 @@ void __gnu_cxx::__verbose_terminate_handler() { std::abort(); }
 int main(int argc, char** argv) {
   gatehall::distrustCaller();
   const std::vector<std::string_view> words(argv + (argc > 0 ? 1 : 0), argv + argc);
-  gatehall::Platform::install(
-      std::make_shared<gatehall::LinuxPlatform>(gatehall::HostOptions(), "gatehall-switch"));
+  // The login service minds login hours; whether the switch is asked for does not depend on them.
+  gatehall::Platform::install(std::make_shared<gatehall::LinuxSwitchPlatform>(
+      gatehall::HostOptions{.sessionLimits = false}, "gatehall-switch"));
   if (!gatehall::raiseResourceLimits()) {
     gatehall::platform().log().error(
         "Unable to Fast User Switch: The caller's limits on memory or open files are too low.");

@@ -5,9 +5,9 @@
 
 namespace gatehall {
 
-/// Where a Linux host's files and services are found. The defaults are the machine itself; tests
-/// point a host at a directory and a bus of their own. Nothing here is ever taken from the
-/// environment.
+/// Where a Linux host's files and services are found, and which are asked. The defaults are the
+/// machine itself; tests point a host at a directory and a bus of their own. Nothing here is ever
+/// taken from the environment.
 struct HostOptions {
   /// Put in front of every absolute path that the host reads: "" or a directory without a slash at
   /// its end.
@@ -18,6 +18,10 @@ struct HostOptions {
 
   /// How long one call to another process may take.
   std::chrono::milliseconds callTimeout{3000};
+
+  /// Whether accounts tell of the limits that parental controls hold. A program that acts on none
+  /// need not wait for the service that is asked for them.
+  bool sessionLimits = true;
 };
 
 }  // namespace gatehall

@@ -80,7 +80,7 @@ SessionLimits::SessionLimits(HostOptions options, FaultLog& faults)
     : mOptions(std::move(options)), mFaults(faults) {}
 
 bool SessionLimits::areOffered() const {
-  return access((mOptions.root + kInstalled).c_str(), F_OK) == 0;
+  return mOptions.sessionLimits && access((mOptions.root + kInstalled).c_str(), F_OK) == 0;
 }
 
 std::unordered_set<std::uint32_t> SessionLimits::limited(

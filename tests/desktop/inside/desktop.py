@@ -279,11 +279,6 @@ class Desktop:
         self.until(self._is_fresh, "ann's session, alone and in front")
         self.clear()
 
-    def begin(self):
-        """Waits for what the boot brings."""
-        self.until(self._is_fresh, "ann's session, alone and in front")
-        self.clear()
-
     def clear(self, is_certain=True):
         """Undoes what the case did, then brings back ann's session alone, in front and unlocked.
         Without certainty about what may still be on its way it does so from the ground up."""
@@ -294,14 +289,6 @@ class Desktop:
             run("systemctl", "start", "lightdm.service")
             self.until(self._is_fresh, "ann's session alone")
         self._log_start = len(LIGHTDM_LOG.read_text())
-
-    def _has_ended_sessions(self):
-        """One may still come when the display manager that began it is gone."""
-        sessions = self.sessions()
-        for session in sessions:
-            with contextlib.suppress(GLib.Error):  # gone meanwhile
-                self.login1("TerminateSession", session.name)
-        return not sessions
 
     def _has_ended_sessions(self):
         """One may still come when the display manager that began it is gone."""
