@@ -15,9 +15,11 @@ void __gnu_cxx::__verbose_terminate_handler() { std::abort(); }
 int main(int argc, char** argv) {
   gatehall::distrustCaller();
   const std::vector<std::string_view> words(argv + (argc > 0 ? 1 : 0), argv + argc);
-  // The login service minds login hours; whether the switch is asked for does not depend on them.
-  gatehall::Platform::install(std::make_shared<gatehall::LinuxSwitchPlatform>(
-      gatehall::HostOptions{.sessionLimits = false}, "gatehall-switch"));
+  gatehall::HostOptions options;
+  // Login hours don't decide whether a switch is asked for; the login service minds them.
+  options.sessionLimits = false;
+  gatehall::Platform::install(
+      std::make_shared<gatehall::LinuxSwitchPlatform>(options, "gatehall-switch"));
   if (!gatehall::raiseResourceLimits()) {
     gatehall::platform().log().error(
         "Unable to Fast User Switch: The caller's limits on memory or open files are too low.");

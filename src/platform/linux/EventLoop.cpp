@@ -172,8 +172,8 @@ bool EventLoop::arm() {
   return sd.get_state(handle()) == SD_EVENT_ARMED;
 }
 
-int EventLoop::descriptor() const { return check(libsystemd().get_fd(handle()), "events"); }
+int EventLoop::descriptor() const { return check(libsystemd().get_fd(mState->loop.get()), "events"); }
 
-sd_event* EventLoop::handle() const { return mState->loop.get(); }
+sd_event* EventLoop::handle() { return mState->loop.get(); }
 
 }  // namespace gatehall

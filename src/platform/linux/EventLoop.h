@@ -51,7 +51,7 @@ class EventLoop {
   /// Readable when a step has something to do, once armed.
   int descriptor() const;
 
-  sd_event* handle() const;
+  sd_event* handle();
 
  private:
   struct State;

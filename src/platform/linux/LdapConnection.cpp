@@ -32,7 +32,7 @@ std::atomic<std::uint64_t> gSearchesSent{0};
 const LdapLibrary& library() { return LdapLibrary::get(); }
 
 timeval timeUntil(Deadline deadline) {
-  const int left = millisecondsUntil(deadline);
+  const long left = millisecondsUntil(deadline);
   timeval time{};
   time.tv_sec = left / 1000;
   time.tv_usec = (left % 1000) * 1000;
@@ -125,7 +125,7 @@ struct LdapConnection::Session {
     return parse(wait(operation, deadline).get()).result;
   }
 
-  void startTls(const LdapSettings& settings, const std::string& root, Deadline deadline);
+  void startTls(const LdapSettings& settings, const std::string& root, Deadline deadline) const;
   int send(const LdapSearch& search, std::string_view cookie) const;
   std::string cookieOf(const Answer& answer) const;
   void decode(LDAPMessage* message, std::size_t index, const Sink& sink,
@@ -133,7 +133,7 @@ struct LdapConnection::Session {
 };
 
 void LdapConnection::Session::startTls(const LdapSettings& settings, const std::string& root,
-                                       Deadline deadline) {
+                                       Deadline deadline) const {
   auto* session = ldap.get();
   const int require =
       settings.tls == LdapSettings::Tls::Verified ? LDAP_OPT_X_TLS_HARD : LDAP_OPT_X_TLS_NEVER;
@@ -143,7 +143,7 @@ void LdapConnection::Session::startTls(const LdapSettings& settings, const std::
       LDAP_OPT_SUCCESS) {
     throw DirectoryUnreachable(server.text + ": TLS can't be set up");
   }
-  setOption(session, LDAP_OPT_X_TLS_PROTOCOL_MIN, int{LDAP_OPT_X_TLS_PROTOCOL_TLS1_2}, server);
+  setOption(session, LDAP_OPT_X_TLS_PROTOCOL_MIN, LDAP_OPT_X_TLS_PROTOCOL_TLS1_2, server);
   const int isServer = 0;
   if (library().set_option(session, LDAP_OPT_X_TLS_NEWCTX, &isServer) != LDAP_OPT_SUCCESS) {
     throw DirectoryUnreachable(server.text + ": TLS can't be set up; is " + caFile + " readable?");
@@ -243,6 +243,7 @@ LdapBindResult LdapConnection::bind(const std::string& name, std::string_view pa
 
 int LdapConnection::Session::send(const LdapSearch& search, std::string_view cookie) const {
   std::vector<char*> attributes;
+  attributes.reserve(search.attributes.size() + 1);
   for (const auto& each : search.attributes) attributes.push_back(const_cast<char*>(each.c_str()));
   attributes.push_back(nullptr);
   LdapOwned<LDAPControl> page;

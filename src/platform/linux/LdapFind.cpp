@@ -81,6 +81,7 @@ LdapEntries fetch(LdapDirectory& directory, std::span<const Type> types, LdapSlo
     const auto& schema = directory.schemas().of(together.front());
     if (schema.attribute(slot).empty()) return;
     std::vector<std::string> terms;
+    terms.reserve(values.size());
     for (const auto& value : values) terms.push_back(termOf(schema, slot, value));
     for (const auto& filter : filtersOf(terms)) {
       auto more = directory.searchesFor(together, filter, !isIdentity(slot));
@@ -182,6 +183,7 @@ LdapEntries searchNames(LdapDirectory& directory,
   const bool isActiveDirectory = directory.settings().profile == LdapProfile::ActiveDirectory;
   const std::string_view attribute = isActiveDirectory ? "distinguishedName" : "entryDN";
   std::vector<std::string> terms;
+  terms.reserve(names.size());
   for (const auto& [canonical, name] : names) terms.push_back(ldapFilter::equals(attribute, name));
   std::vector<LdapSearch> searches;
   for (const auto& filter : filtersOf(terms)) {

@@ -27,7 +27,9 @@ void readFurtherMembers(LdapDirectory& directory, const LdapEntry& group, String
   auto next = group.membersContinueAt;
   while (next) {
     const auto from = std::to_string(*next);
-    const auto more = directory.readAttribute(group.dn, attribute + ";range=" + from + "-*");
+    auto range = attribute;
+    range.append(";range=").append(from).append("-*");
+    const auto more = directory.readAttribute(group.dn, range);
     names.insert(names.end(), more.values.begin(), more.values.end());
     const auto dash = more.attribute.rfind('-');
     const auto last =
@@ -107,6 +109,7 @@ bool lists(const LdapEntry& group, const Identity& identity) {
   if (identity.dns.empty()) return false;
   if (group.membersContinueAt) return true;  // the server has seen all of them
   std::vector<std::optional<std::string>> wanted;
+  wanted.reserve(identity.dns.size());
   for (const auto& dn : identity.dns) wanted.push_back(ldapName::canonical(dn));
   return std::ranges::any_of(group.of(LdapSlot::Members), [&](const LdapEntry::Value& each) {
     return std::ranges::find(wanted, ldapName::canonical(each.text)) != wanted.end();

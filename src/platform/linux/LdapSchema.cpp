@@ -149,6 +149,7 @@ std::optional<LdapSlot> LdapSchema::slotOf(std::string_view kind) const {
 
 std::vector<std::string_view> LdapSchema::kinds() const {
   std::vector<std::string_view> kinds;
+  kinds.reserve(mKinds.size());
   for (const auto& each : mKinds) kinds.emplace_back(each.kind);
   return kinds;
 }

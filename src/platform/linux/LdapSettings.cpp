@@ -122,7 +122,8 @@ class DirectoryReader {
     const auto* node = find(key);
     if (node == nullptr) return;
     const auto seconds = node->value<double>();
-    if (!seconds || !(*seconds >= 0.001 && *seconds <= kLongestTime)) {
+    const bool isTime = seconds && *seconds >= 0.001 && *seconds <= kLongestTime;
+    if (!isTime) {
       return report(*node, key, "is not a number of seconds up to 3600");
     }
     time = std::chrono::milliseconds(std::lround(*seconds * 1000));

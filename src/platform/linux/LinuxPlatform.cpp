@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "platform/linux/LazyService.h"
-#include "platform/linux/LinuxDirectory.h"
 #include "platform/linux/LinuxParentalControls.h"
 #include "platform/linux/LinuxSystemNotifications.h"
 #include "platform/linux/LoginHoursEvents.h"

@@ -5,7 +5,6 @@
 #include "platform/linux/LazyService.h"
 #include "platform/linux/LinuxClock.h"
 #include "platform/linux/LinuxCollation.h"
-#include "platform/linux/LinuxDirectory.h"
 #include "platform/linux/LinuxLog.h"
 #include "platform/linux/LinuxLoginService.h"
 #include "platform/linux/LinuxMembership.h"
@@ -13,7 +12,6 @@
 #include "platform/linux/LinuxProcess.h"
 #include "platform/linux/LinuxPropertyLists.h"
 #include "platform/linux/LinuxSessions.h"
-#include "platform/portable/LocalNotificationCenter.h"
 
 namespace gatehall {
 
@@ -66,11 +64,11 @@ PropertyListReader& LinuxSwitchPlatform::propertyLists() {
   return mServices->propertyLists.get(mOptions, *mLog);
 }
 
-NotificationCenter& LinuxSwitchPlatform::notificationCenter() {
+LocalNotificationCenter& LinuxSwitchPlatform::notificationCenter() {
   return mServices->notificationCenter;
 }
 
-NotificationCenter& LinuxSwitchPlatform::distributedNotificationCenter() {
+LocalNotificationCenter& LinuxSwitchPlatform::distributedNotificationCenter() {
   return mServices->distributedNotificationCenter;
 }
 

@@ -5,10 +5,10 @@
 
 #include "platform/Platform.h"
 #include "platform/linux/HostOptions.h"
+#include "platform/linux/LinuxDirectory.h"
+#include "platform/portable/LocalNotificationCenter.h"
 
 namespace gatehall {
-
-class LinuxDirectory;
 
 /// What it takes of the Linux machine that the program runs on to decide about a switch and to
 /// perform it. Nothing here listens to the machine, draws or knows of login hours; a program that
@@ -34,8 +34,8 @@ class LinuxSwitchPlatform : public Platform {
   MembershipService& membership() override;
   PreferenceStore& preferences() override;
   PropertyListReader& propertyLists() override;
-  NotificationCenter& notificationCenter() override;
-  NotificationCenter& distributedNotificationCenter() override;
+  LocalNotificationCenter& notificationCenter() override;
+  LocalNotificationCenter& distributedNotificationCenter() override;
   Clock& clock() override;
   Log& log() override;
   Collation& collation() override;

@@ -24,7 +24,8 @@ std::vector<Kind> allKinds() {
 
 double readSeconds(const JsonCursor& at) {
   const auto seconds = at.isInteger() ? static_cast<double>(at.integer()) : at.real().value;
-  if (!(seconds >= 0 && seconds <= kLongestPause)) {
+  const bool isPause = seconds >= 0 && seconds <= kLongestPause;
+  if (!isPause) {
     at.fail("expected a number of seconds from 0 to 1000000000");
   }
   return seconds;
