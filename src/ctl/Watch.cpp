@@ -29,7 +29,8 @@ void Watch::begin() {
   mAccess = UserAccess::sharedUserAccess();
   mUsers = watchEvent::usersOf(mAccess->visibleUsersList());
   const auto list = watchEvent::list(now(), mUsers);
-  if (!mRequest.json && !(mHost.world() == nullptr && mRequest.screen.size())) {
+  const bool repaints = mHost.world() == nullptr && mRequest.screen.size();
+  if (!mRequest.json && !repaints) {
     mPending += tableText(usersTable(mUsers, kWithoutList), mRequest.style);
     if (mRequest.style.legend) mPending += '\n';
   }

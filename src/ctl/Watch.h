@@ -44,7 +44,7 @@ class Watch final : public UserAccessTarget,
   void addLog();
   void add(const Json& event);
   void print();
-  std::string clockText(Date now) const;
+  std::string clockText(Date moment) const;
 
   const Host& mHost;
   const Request& mRequest;

@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
   gatehall::distrustCaller();
   const std::vector<std::string_view> words(argv + (argc > 0 ? 1 : 0), argv + argc);
   gatehall::HostOptions options;
-  // Login hours don't decide whether a switch is asked for; the login service minds them.
+  // No rule of a switch looks at login hours.
   options.sessionLimits = false;
   gatehall::Platform::install(
       std::make_shared<gatehall::LinuxSwitchPlatform>(options, "gatehall-switch"));

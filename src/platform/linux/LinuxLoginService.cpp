@@ -54,8 +54,8 @@ bool activateRunningSession(SystemBus& bus, Log& log, std::uint32_t userID) {
   const auto running = orElse(log, std::optional<Login1::RunningSession>(),
                               [&] { return login1.runningSession(userID); });
   if (!running || (running->isLocked && !unlock(bus, log, running->name))) return false;
+  if (running->isActive) return true;
   return orElse(log, false, [&] {
-    if (login1.activeSession() == running->name) return true;
     login1.lockActiveSession();
     login1.activate(running->name);
     return true;

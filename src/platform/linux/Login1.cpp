@@ -48,11 +48,6 @@ std::optional<Login1::Reference> Login1::active() {
   return Reference{std::string(textAt(*structure, 0)), std::string(textAt(*structure, 1))};
 }
 
-std::optional<std::string> Login1::activeSession() {
-  const auto found = active();
-  return found ? std::optional(found->name) : std::nullopt;
-}
-
 std::optional<Dictionary> Login1::properties(const std::string& path) {
   try {
     const auto values =
@@ -79,8 +74,9 @@ std::optional<Login1::RunningSession> Login1::runningSession(std::uint32_t userI
       continue;
     }
     const auto state = textOf(*session, "State");
-    RunningSession found{std::string(textAt(*entry, 0)), isSet(*session, "LockedHint")};
-    if (state == "active") return found;
+    RunningSession found{std::string(textAt(*entry, 0)), isSet(*session, "LockedHint"),
+                         state == "active"};
+    if (found.isActive) return found;
     if (!running && graphicalSession::isLoggedIn(state)) running = std::move(found);
   }
   return running;

@@ -14,12 +14,10 @@ class Login1 {
  public:
   explicit Login1(SystemBus& bus) : mBus(bus) {}
 
-  /// The name of the seat's active session; absent when there is none.
-  std::optional<std::string> activeSession();
-
   struct RunningSession {
     std::string name;
     bool isLocked = false;
+    bool isActive = false;
   };
 
   /// A session on the seat, graphical and logged in, that belongs to the user: the active one

@@ -190,6 +190,14 @@ TEST_F(LinuxParentalControlsTest, AskNobodyWithoutMalcontent) {
   EXPECT_EQ(bus.calls(), "");
 }
 
+TEST_F(LinuxParentalControlsTest, AreNotAskedForAProgramThatActsOnNoLimits) {
+  bus.start({"accounts", "account=1001,1,28800,61200"});
+  machine.options.sessionLimits = false;
+  EXPECT_FALSE(isManaged("bob"));
+  EXPECT_THAT(managed(everyone()), IsEmpty());
+  EXPECT_EQ(bus.calls(), "");
+}
+
 TEST_F(LinuxParentalControlsTest, MakeAUserManagedWhoseSessionsTheyLimit) {
   bus.start({"accounts", "account=1000", "account=1001,1,0,3600"});
   EXPECT_TRUE(isManaged("bob"));
