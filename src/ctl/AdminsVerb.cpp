@@ -1,4 +1,3 @@
-#include "ctl/LogEntries.h"
 #include "ctl/UserEntries.h"
 #include "ctl/Verbs.h"
 #include "directory/GroupMembership.h"
@@ -7,14 +6,9 @@ namespace gatehall::ctl {
 
 namespace {
 
-Answer run(const Host& host, const Request&) {
-  Answer answer{.tellsLog = true};
-  answer.json["users"] = usersJson(adminGroupUsers());
-  answer.json["log"] = logJson(host.log());
-  answer.tables = {
-      usersTable(answer.json["users"], "there is no group \"admin\" on the local node"),
-      logTable(host.log())};
-  return answer;
+Answer run(const Host& host, const Request& request) {
+  return usersAnswer(host, request, adminGroupUsers(),
+                     "there is no group \"admin\" on the local node");
 }
 
 }  // namespace

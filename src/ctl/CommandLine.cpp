@@ -191,7 +191,7 @@ std::string tablesText(const Host& host, const Options& options, TableStyle styl
 Outcome answerVerb(const Verb& verb, Strings operands, const Options& options,
                    const Screen& screen) {
   const TableStyle style{.legend = !options.noLegend, .colour = screen.colour};
-  const Host host(options.world, options.trace || !verb.goesOn);
+  const Host host(options.world, options.trace ? Trace::Keeps::Calls : Trace::Keeps::LastOperation);
   Outcome outcome;
   std::optional<Answer> answer;
   try {

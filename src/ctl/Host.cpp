@@ -10,7 +10,8 @@
 
 namespace gatehall::ctl {
 
-Host::Host(const std::optional<std::string>& worldFile, bool isTraced) : mWorldFile(worldFile) {
+Host::Host(const std::optional<std::string>& worldFile, Trace::Keeps kept)
+    : mWorldFile(worldFile), mTrace(std::make_shared<Trace>(kept)) {
   std::shared_ptr<Platform> platform;
   std::vector<Fault> faults;
   if (worldFile) {
@@ -24,7 +25,7 @@ Host::Host(const std::optional<std::string>& worldFile, bool isTraced) : mWorldF
     platform = mMachine;
   }
   Platform::install(std::make_shared<InstrumentedPlatform>(
-      std::move(platform), std::move(faults), isTraced ? mTrace : nullptr,
+      std::move(platform), std::move(faults), mTrace,
       InstrumentedPlatform::Substitutes{
           .loginService = mLoginService, .log = mLog, .text = std::make_shared<PangoText>()}));
 }

@@ -18,8 +18,8 @@ namespace gatehall::ctl {
 class Host {
  public:
   /// The machine that the world file describes, with the faults that it asks for; without a file
-  /// this machine. What is asked of it is kept only if it is to be traced. Raises WorldError.
-  Host(const std::optional<std::string>& worldFile, bool isTraced);
+  /// this machine. Of what is asked of it that much is kept. Raises WorldError.
+  Host(const std::optional<std::string>& worldFile, Trace::Keeps kept);
   ~Host();
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
@@ -42,7 +42,7 @@ class Host {
   std::shared_ptr<LinuxPlatform> mMachine;
   std::shared_ptr<RecordingLog> mLog = std::make_shared<RecordingLog>();
   std::shared_ptr<RecordingLoginService> mLoginService;
-  std::shared_ptr<Trace> mTrace = std::make_shared<Trace>();
+  std::shared_ptr<Trace> mTrace;
 };
 
 }  // namespace gatehall::ctl

@@ -42,12 +42,11 @@ std::string_view serviceOf(std::string_view operation) {
 std::string hostFailureText(const Trace& trace, const std::exception& failure) {
   std::string text = "the host failed to answer: ";
   text += failure.what();
-  const auto calls = trace.calls();
-  if (calls.empty()) return text;
-  const auto& last = calls.back();
+  const auto last = trace.lastOperation();
+  if (last.empty()) return text;
   text += " (asked last: ";
-  text += serviceOf(last.operation);
-  return text + ", " + last.operation + ")";
+  text += serviceOf(last);
+  return text.append(", ").append(last).append(")");
 }
 
 }  // namespace gatehall::ctl

@@ -1,5 +1,4 @@
 #include "access/UserAccess.h"
-#include "ctl/LogEntries.h"
 #include "ctl/UserEntries.h"
 #include "ctl/Verbs.h"
 
@@ -7,14 +6,9 @@ namespace gatehall::ctl {
 
 namespace {
 
-Answer run(const Host& host, const Request&) {
-  Answer answer{.tellsLog = true};
-  answer.json["users"] = usersJson(UserAccess::sharedUserAccess()->allowedUsers());
-  answer.json["log"] = logJson(host.log());
-  answer.tables = {usersTable(answer.json["users"],
-                              "no network users: everyone is denied, or they can't be had"),
-                   logTable(host.log())};
-  return answer;
+Answer run(const Host& host, const Request& request) {
+  return usersAnswer(host, request, UserAccess::sharedUserAccess()->allowedUsers(),
+                     "no network users: everyone is denied, or they can't be had");
 }
 
 }  // namespace

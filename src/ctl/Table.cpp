@@ -11,12 +11,6 @@ namespace {
 
 constexpr std::size_t kGap = 2;
 
-struct ShownCell {
-  TerminalText content;
-  const char* colour;
-};
-using ShownRow = std::vector<ShownCell>;
-
 const char* colourOf(Tone tone) {
   switch (tone) {
     case Tone::Good:
@@ -29,57 +23,77 @@ const char* colourOf(Tone tone) {
   return "";
 }
 
-std::vector<ShownRow> shownRows(const Table& table, TableStyle style) {
-  std::vector<ShownRow> rows;
-  if (style.legend && !table.header.empty() && !table.rows.empty()) {
-    ShownRow row;
-    for (const auto& title : table.header) row.push_back({forTerminal(title), "\x1B[1m"});
-    rows.push_back(std::move(row));
+/// Calls each with every cell's column, text as a terminal shows it, and colour; and ends a row.
+/// Tables may be long, so what is shown is not kept.
+template <class Each, class EndRow>
+void forEachShown(const Table& table, TableStyle style, Each each, EndRow endRow) {
+  if (table.rows.empty()) return;
+  if (style.legend && !table.header.empty()) {
+    std::size_t column = 0;
+    for (const auto& title : table.header) each(column++, forTerminal(title), "\x1B[1m");
+    endRow();
   }
-  for (const auto& cells : table.rows) {
-    ShownRow row;
-    for (const auto& cell : cells) row.push_back({forTerminal(cell.text), colourOf(cell.tone)});
-    rows.push_back(std::move(row));
+  for (const auto& row : table.rows) {
+    std::size_t column = 0;
+    for (const auto& cell : row) each(column++, forTerminal(cell.text), colourOf(cell.tone));
+    endRow();
   }
-  return rows;
 }
 
-std::vector<std::size_t> columnWidths(const std::vector<ShownRow>& rows) {
-  std::vector<std::size_t> widths;
-  for (const auto& row : rows) {
-    widths.resize(std::max(widths.size(), row.size()));
-    // What stands last in a row needs no room kept for something behind it.
-    for (std::size_t column = 0; column + 1 < row.size(); ++column) {
-      widths[column] = std::max(widths[column], row[column].content.columns);
-    }
-  }
-  return widths;
+struct Measures {
+  std::vector<std::size_t> columns;  ///< how wide each is
+  std::size_t length = 0;            ///< about that of the whole text
+};
+
+Measures measuresOf(const Table& table, TableStyle style) {
+  Measures measures;
+  std::size_t last = 0;  // the columns of the cell that came last
+  std::size_t count = 0;
+  auto& columns = measures.columns;
+  forEachShown(
+      table, style,
+      [&](std::size_t column, const TerminalText& content, const char*) {
+        columns.resize(std::max(columns.size(), column + 1));
+        // What stands last in a row needs no room kept for something behind it.
+        if (column > 0) columns[column - 1] = std::max(columns[column - 1], last);
+        last = content.columns;
+        measures.length += content.text.size() - std::min(content.text.size(), content.columns);
+      },
+      [&] {
+        measures.length += last;
+        ++count;
+      });
+  for (const auto width : columns) measures.length += count * (width + kGap);
+  return measures;
 }
 
 }  // namespace
 
 std::string tableText(const Table& table, TableStyle style) {
-  const auto rows = shownRows(table, style);
-  const auto widths = columnWidths(rows);
+  const auto measures = measuresOf(table, style);
   std::string text;
-  for (const auto& row : rows) {
-    std::size_t missing = 0;  // columns between what is written and the next cell
-    for (std::size_t column = 0; column < row.size(); ++column) {
-      const auto& [content, colour] = row[column];
-      if (!content.text.empty()) {
-        const bool coloured = style.colour && *colour != '\0';
-        text.append(missing, ' ');
-        if (coloured) text += colour;
-        text += content.text;
-        if (coloured) text += "\x1B[0m";
+  text.reserve(measures.length + table.count.size() + 2);
+  std::size_t missing = 0;  // columns between what is written and the next cell
+  forEachShown(
+      table, style,
+      [&](std::size_t column, const TerminalText& content, const char* colour) {
+        if (!content.text.empty()) {
+          const bool coloured = style.colour && *colour != '\0';
+          text.append(missing, ' ');
+          if (coloured) text += colour;
+          text += content.text;
+          if (coloured) text += "\x1B[0m";
+          missing = 0;
+        }
+        const auto width = measures.columns[column];
+        missing += std::max(width, content.columns) - content.columns + kGap;
+      },
+      [&] {
+        text += '\n';
         missing = 0;
-      }
-      missing += std::max(widths[column], content.columns) - content.columns + kGap;
-    }
-    text += '\n';
-  }
+      });
   if (style.legend && !table.count.empty()) {
-    if (!rows.empty()) text += '\n';
+    if (!table.rows.empty()) text += '\n';
     text += table.count + '\n';
   }
   return text;

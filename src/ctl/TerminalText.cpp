@@ -1,5 +1,6 @@
 #include "ctl/TerminalText.h"
 
+#include <algorithm>
 #include <array>
 #include <clocale>
 #include <cstdio>
@@ -46,6 +47,10 @@ std::string escape(const char* format, unsigned code) {
 }  // namespace
 
 TerminalText forTerminal(std::string_view text) {
+  // Most texts are printable ASCII, and there may be very many.
+  if (std::ranges::all_of(text, [](char c) { return c >= 0x20 && c < 0x7F; })) {
+    return {std::string(text), text.size()};
+  }
   const Utf8Locale locale;
   TerminalText result;
   std::mbstate_t state{};

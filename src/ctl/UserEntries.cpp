@@ -1,6 +1,10 @@
 #include "ctl/UserEntries.h"
 
-#include <initializer_list>
+#include <cstddef>
+#include <optional>
+#include <utility>
+
+#include "ctl/LogEntries.h"
 
 namespace gatehall::ctl {
 
@@ -21,6 +25,30 @@ Json userJson(const CachedUser& user) {
   return entry;
 }
 
+std::string marksText(bool isLocal, bool isMobile, bool isCurrent, bool isSuspended) {
+  std::string text;
+  const auto add = [&text](const char* mark) {
+    if (!text.empty()) text += ", ";
+    text += mark;
+  };
+  if (isLocal) add("local");
+  if (isMobile) add("mobile");
+  if (isCurrent) add("current");
+  if (isSuspended) add("suspended");
+  return text.empty() ? "-" : text;
+}
+
+/// As cellText has it.
+std::string cellTextOf(std::optional<std::string> text) {
+  if (!text) return "-";
+  return text->empty() ? "\"\"" : std::move(*text);
+}
+
+Table emptyTable(std::size_t users) {
+  return {.header = {"UID", "SHORT NAME", "LONG NAME", "NODE", "MARKS", "GUID"},
+          .count = countText(users, "user")};
+}
+
 }  // namespace
 
 Json usersJson(const std::shared_ptr<CachedUserList>& users) {
@@ -31,19 +59,13 @@ Json usersJson(const std::shared_ptr<CachedUserList>& users) {
 }
 
 std::string userMarks(const Json& user) {
-  std::string text;
-  for (const auto* mark : {"local", "mobile", "current", "suspended"}) {
-    if (!user.at(mark).get<bool>()) continue;
-    if (!text.empty()) text += ", ";
-    text += mark;
-  }
-  return text.empty() ? "-" : text;
+  const auto has = [&user](const char* mark) { return user.at(mark).get<bool>(); };
+  return marksText(has("local"), has("mobile"), has("current"), has("suspended"));
 }
 
 Table usersTable(const Json& users, const std::string& withoutList) {
   if (users.is_null()) return {.rows = {{{withoutList}}}};
-  Table table{.header = {"UID", "SHORT NAME", "LONG NAME", "NODE", "MARKS", "GUID"},
-              .count = countText(users.size(), "user")};
+  auto table = emptyTable(users.size());
   for (const auto& user : users) {
     table.rows.push_back({{cellText(user.at("uid"))},
                           {cellText(user.at("shortName"))},
@@ -53,6 +75,42 @@ Table usersTable(const Json& users, const std::string& withoutList) {
                           {cellText(user.at("guid"))}});
   }
   return table;
+}
+
+namespace {
+
+/// The same without a document in between: there may be very many users.
+Table usersTable(const std::shared_ptr<CachedUserList>& users, const std::string& withoutList) {
+  if (!users) return {.rows = {{{withoutList}}}};
+  auto table = emptyTable(users->count());
+  table.rows.reserve(users->count());
+  for (const auto& user : *users) {
+    auto& row = table.rows.emplace_back();
+    row.reserve(table.header.size());
+    row.push_back({std::to_string(user->getUid())});
+    row.push_back({cellTextOf(user->shortName())});
+    row.push_back({cellTextOf(user->longName())});
+    row.push_back({cellTextOf(user->node())});
+    row.push_back({marksText(user->isLocalUser(), user->isMobileHomeUser(), user->isCurrentUser(),
+                             user->isSuspended())});
+    row.push_back({cellTextOf(user->getGUID())});
+  }
+  return table;
+}
+
+}  // namespace
+
+Answer usersAnswer(const Host& host, const Request& request,
+                   const std::shared_ptr<CachedUserList>& users, const std::string& withoutList) {
+  Answer answer{.tellsLog = true};
+  if (request.json) {
+    answer.json["users"] = usersJson(users);
+    answer.json["log"] = logJson(host.log());
+  } else {
+    answer.tables.push_back(usersTable(users, withoutList));
+    answer.tables.push_back(logTable(host.log()));
+  }
+  return answer;
 }
 
 }  // namespace gatehall::ctl

@@ -5,7 +5,6 @@
 #include <filesystem>
 
 #include "access/UserAccess.h"
-#include "ctl/LogEntries.h"
 #include "ctl/UserEntries.h"
 #include "ctl/UsersPicture.h"
 #include "ctl/Verbs.h"
@@ -75,11 +74,7 @@ std::string write(const std::string& file, const std::string& bytes) {
 Answer run(const Host& host, const Request& request) {
   const auto style = pictureStyle(host, request);
   const auto users = UserAccess::sharedUserAccess()->visibleUsersList();
-  Answer answer{.tellsLog = true};
-  answer.json["users"] = usersJson(users);
-  answer.json["log"] = logJson(host.log());
-  answer.tables = {usersTable(answer.json["users"], "no list of users can be had"),
-                   logTable(host.log())};
+  auto answer = usersAnswer(host, request, users, "no list of users can be had");
   if (style) {
     const auto picture = usersPicture(users, *style, platform().clock().now());
     const auto problem = write(*request.option("--picture"), picture);

@@ -59,7 +59,7 @@ TEST(HostFailureText, NamesTheServiceOfEveryOperation) {
   std::map<std::string, int> operationsOf;
   for (const auto operation : kOperations) {
     Trace trace;
-    trace.append({std::string(operation), {}});
+    trace.begin(operation.data());
     const auto text = ctl::hostFailureText(trace, failure);
     EXPECT_THAT(text, EndsWith(", " + std::string(operation) + ")"));
     const auto start = text.find("asked last: ") + 12;

@@ -17,20 +17,23 @@ class Instrumentation {
   Instrumentation(std::vector<Fault> faults, std::shared_ptr<Trace> trace)
       : mFaults(std::move(faults)), mTrace(std::move(trace)) {}
 
-  /// To be called first in every operation: records the call and counts it. Raises what a fault
-  /// says to raise; true when the operation is to answer nothing. Describing (a callable that
-  /// answers CallFacts) happens only when somebody wants to know.
+  /// To be called first in every operation, by a name that lives as long as the process: records
+  /// the call and counts it. Raises what a fault says to raise; true when the operation is to
+  /// answer nothing. Describing (a callable that answers CallFacts) happens only when somebody
+  /// wants to know.
   template <class Describe>
-  bool answersNothing(std::string_view operation, const Describe& describe) {
+  bool answersNothing(const char* operation, const Describe& describe) {
     const bool faulty = mFaults.concerns(operation);
-    if (!mTrace && !faulty) return false;
+    if (mTrace) mTrace->begin(operation);
+    const bool isTraced = mTrace && mTrace->keepsCalls();
+    if (!isTraced && !faulty) return false;
     CallFacts facts = describe();
-    if (mTrace) mTrace->append({std::string(operation), std::move(facts.arguments)});
+    if (isTraced) mTrace->append({operation, std::move(facts.arguments)});
     return faulty && mFaults.failsByAnsweringNothing(operation, facts);
   }
 
   /// The same for an operation without arguments.
-  bool answersNothing(std::string_view operation) {
+  bool answersNothing(const char* operation) {
     return answersNothing(operation, [] { return CallFacts{}; });
   }
 

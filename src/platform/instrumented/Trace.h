@@ -1,7 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/Value.h"
@@ -19,12 +21,26 @@ struct Call {
 /// The operations asked of a host, in the order in which they were asked. From any thread.
 class Trace {
  public:
+  /// All calls with their arguments, or no more than which operation was the last.
+  enum class Keeps { Calls, LastOperation };
+
+  explicit Trace(Keeps keeps = Keeps::Calls) : mKeeps(keeps) {}
+
+  bool keepsCalls() const { return mKeeps == Keeps::Calls; }
   void append(Call call);
+
+  /// The operation that is asked for now, by a name that lives as long as the process.
+  void begin(const char* operation) { mLastOperation = operation; }
 
   /// What was recorded so far.
   std::vector<Call> calls() const;
 
+  /// Empty when none was asked for.
+  std::string_view lastOperation() const;
+
  private:
+  const Keeps mKeeps;
+  std::atomic<const char*> mLastOperation = nullptr;
   mutable std::mutex mMutex;
   std::vector<Call> mCalls;
 };

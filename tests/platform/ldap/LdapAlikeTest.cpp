@@ -205,7 +205,7 @@ class LdapAlike : public testing::TestWithParam<unsigned> {
   }
 
   Json onTheMachine(const Strings& words) {
-    const ctl::Host host(std::nullopt, false);
+    const ctl::Host host(std::nullopt, Trace::Keeps::LastOperation);
     Platform::install(
         std::make_shared<LinuxPlatform>(machine.options, std::make_shared<KeptLog>()));
     const Strings operands(words.begin() + 1, words.end());
