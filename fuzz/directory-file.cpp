@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   settings.isGuest("guest-a1b2c3");
   for (const auto& directory : LdapSettings::readAll(options, faults)) {
     fuzz::require(!directory.name.empty() && !directory.servers.empty());
-    fuzz::require(directory.pageSize > 0 && directory.timeLimit.count() > 0);
+    fuzz::require(directory.pageSize.value_or(1) > 0 && directory.timeLimit.count() > 0);
   }
   return 0;
 }

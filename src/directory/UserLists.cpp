@@ -72,7 +72,9 @@ std::shared_ptr<CachedUserList> networkUsers() {
           nodeWithName((*names)[position]),
           equalTo({record::Users}, attribute::RecordName, {std::string(attribute::AllRecords)},
                   CachedUser::desiredAttributes()));
-      for (const auto& record : records.value_or(Records())) {
+      if (!records) continue;
+      list->reserve(list->count() + records->size());
+      for (const auto& record : *records) {
         list->addObject(CachedUser::cachedUserWithDirvoRecord(record));
       }
     }

@@ -42,7 +42,7 @@ std::int64_t codeOf(const LdapBindResult& answer) {
 /// Binds as the user; what a server can't decide raises DirectoryUnreachable.
 bool bindAs(LdapConnection& connection, const LdapDirectory& directory, const LdapEntry& user,
             std::string_view password, Deadline deadline, DirectoryError& error) {
-  const auto answer = connection.bind(user.dn, password, deadline);
+  const auto answer = connection.bind(std::string(user.dn), password, deadline);
   if (answer.result.isSuccess()) return true;
   if (answer.result.code == kBusy || answer.result.code == kUnavailable) {
     throw DirectoryUnreachable(directory.nodeName() + ": " + answer.result.text);
@@ -89,8 +89,8 @@ bool changeLdapPassword(LdapDirectory& directory, const LdapEntry& user,
   directory.runUnbound([&](LdapConnection& connection) {
     const auto& servers = directory.servers();
     if (!bindAs(connection, directory, user, oldPassword, servers.answerDeadline(), error)) return;
-    const auto result =
-        connection.changePassword(user.dn, oldPassword, newPassword, servers.answerDeadline());
+    const auto result = connection.changePassword(std::string(user.dn), oldPassword, newPassword,
+                                                  servers.answerDeadline());
     constexpr int kProtocolError = 2;  // of a server that doesn't know the operation
     isChanged =
         result.isSuccess() ||

@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <limits>
+#include <optional>
 #include <unordered_map>
 #include <utility>
 
@@ -55,13 +56,58 @@ void setOption(LDAP* session, int option, const Type& value, const LdapURI& serv
   }
 }
 
+/// The way through the pages of one search. A server begins each page by finding its place again,
+/// so unless a size is set, a page that comes fast is followed by a larger one.
+class Pages {
+ public:
+  explicit Pages(std::optional<std::int32_t> size)
+      : mSize(size.value_or(kFirst)), mMayGrow(!size.has_value()) {}
+
+  std::int32_t size() const { return mSize; }
+  const std::string& cookie() const { return mCookie; }
+
+  /// A page was asked for; an entry of it has come.
+  void start() {
+    mStart = std::chrono::steady_clock::now();
+    mIsEmpty = true;
+  }
+  void addEntry() { mIsEmpty = false; }
+
+  /// Takes the end of a page and the place of the next one; whether there is one to ask for. A page
+  /// that a server refuses for its size is to be asked for once more.
+  bool advance(const LdapResult& result, std::string cookie, std::chrono::milliseconds limit) {
+    if (!result.isSuccess()) {
+      if (mSize <= kFirst || !mMayGrow || !mIsEmpty) return false;
+      mSize = kFirst;
+      mMayGrow = false;
+      return true;
+    }
+    mCookie = std::move(cookie);
+    const bool isFast = std::chrono::steady_clock::now() - mStart < limit / kFast;
+    if (mMayGrow && isFast) mSize = std::min(mSize * kGrowth, kLargest);
+    return !mCookie.empty();
+  }
+
+ private:
+  static constexpr std::int32_t kFirst = 1000;
+  static constexpr std::int32_t kGrowth = 4;
+  static constexpr std::int32_t kLargest = 16000;
+  static constexpr int kFast = 10;  ///< times faster than it has to be
+
+  std::int32_t mSize;
+  bool mMayGrow;
+  bool mIsEmpty = true;
+  std::string mCookie;
+  std::chrono::steady_clock::time_point mStart;
+};
+
 }  // namespace
 
 struct LdapConnection::Session {
   LdapURI server;
   LdapOwned<LDAP> ldap;
   LdapTransport* transport = nullptr;
-  int pageSize = 0;
+  std::optional<std::int32_t> pageSize;
 
   struct Answer {
     LdapResult result;
@@ -126,7 +172,7 @@ struct LdapConnection::Session {
   }
 
   void startTls(const LdapSettings& settings, const std::string& root, Deadline deadline) const;
-  int send(const LdapSearch& search, std::string_view cookie) const;
+  int send(const LdapSearch& search, const Pages* pages) const;
   std::string cookieOf(const Answer& answer) const;
   void decode(LDAPMessage* message, std::size_t index, const Sink& sink,
               std::vector<LdapAttribute>& room) const;
@@ -241,16 +287,16 @@ LdapBindResult LdapConnection::bind(const std::string& name, std::string_view pa
   return bound;
 }
 
-int LdapConnection::Session::send(const LdapSearch& search, std::string_view cookie) const {
+int LdapConnection::Session::send(const LdapSearch& search, const Pages* pages) const {
   std::vector<char*> attributes;
   attributes.reserve(search.attributes.size() + 1);
   for (const auto& each : search.attributes) attributes.push_back(const_cast<char*>(each.c_str()));
   attributes.push_back(nullptr);
   LdapOwned<LDAPControl> page;
-  if (search.isPaged) {
-    auto at = viewOf(cookie);
+  if (pages != nullptr) {
+    auto at = viewOf(pages->cookie());
     LDAPControl* made = nullptr;
-    check(library().create_page_control(ldap.get(), pageSize, &at, 0, &made));
+    check(library().create_page_control(ldap.get(), pages->size(), &at, 0, &made));
     page.reset(made);
   }
   std::array<LDAPControl*, 2> controls{page.get(), nullptr};
@@ -309,22 +355,24 @@ std::vector<LdapResult> LdapConnection::search(std::span<const LdapSearch> searc
                                                const LdapLimits& limits, const Sink& sink) {
   std::vector<LdapResult> results(searches.size());
   std::unordered_map<int, std::size_t> running;
-  std::vector<std::pair<std::size_t, Message>> arrived;
   std::vector<LdapAttribute> room;
   std::size_t next = 0;
   bool hasBegun = false;
-  bool isPaging = false;  // a server keeps the place of one paged search a connection
+  std::optional<Pages> pages;  // a server keeps the place of one paged search a connection
+  const auto send = [&](std::size_t index) {
+    const bool isPaged = searches[index].isPaged;
+    if (isPaged) pages->start();
+    mSession->transport->gathers = pages && !pages->cookie().empty();
+    running.emplace(mSession->send(searches[index], isPaged ? &*pages : nullptr), index);
+  };
   const auto sendMore = [&] {
     while (next < searches.size() && running.size() < kAtATime) {
-      if (searches[next].isPaged && isPaging) return;
-      isPaging = isPaging || searches[next].isPaged;
-      running.emplace(mSession->send(searches[next], {}), next);
-      ++next;
+      if (searches[next].isPaged) {
+        if (pages) return;
+        pages.emplace(mSession->pageSize);
+      }
+      send(next++);
     }
-  };
-  const auto decodeArrived = [&] {
-    for (const auto& [index, message] : arrived) mSession->decode(message.get(), index, sink, room);
-    arrived.clear();
   };
   const auto answerDeadline = [&] {
     return std::min(limits.total, std::chrono::steady_clock::now() + limits.answer);
@@ -332,7 +380,6 @@ std::vector<LdapResult> LdapConnection::search(std::span<const LdapSearch> searc
 
   sendMore();
   auto deadline = answerDeadline();
-  constexpr std::size_t kMostKept = 4096;
   while (!running.empty()) {
     Message message;
     try {
@@ -346,8 +393,8 @@ std::vector<LdapResult> LdapConnection::search(std::span<const LdapSearch> searc
     const int type = library().msgtype(message.get());
     if (type == LDAP_RES_SEARCH_ENTRY) {
       hasBegun = true;
-      arrived.emplace_back(index, std::move(message));
-      if (arrived.size() >= kMostKept) decodeArrived();
+      if (searches[index].isPaged) pages->addEntry();
+      mSession->decode(message.get(), index, sink, room);
       continue;
     }
     if (type == LDAP_RES_SEARCH_REFERENCE) {
@@ -360,21 +407,21 @@ std::vector<LdapResult> LdapConnection::search(std::span<const LdapSearch> searc
     if (type != LDAP_RES_SEARCH_RESULT) continue;
     auto answer = mSession->parse(message.get());
     running.erase(search);
-    const auto cookie = searches[index].isPaged ? mSession->cookieOf(answer) : std::string();
     auto& result = results[index];
     result.code = answer.result.code;
     result.text = std::move(answer.result.text);
     result.referrals.insert(result.referrals.end(), answer.result.referrals.begin(),
                             answer.result.referrals.end());
-    // What comes next is asked for first, so that the server works while this page is read.
-    if (result.isSuccess() && !cookie.empty()) {
-      hasBegun = true;
-      running.emplace(mSession->send(searches[index], cookie), index);
-    } else if (searches[index].isPaged) {
-      isPaging = false;
+    if (searches[index].isPaged) {
+      if (pages->advance(result, mSession->cookieOf(answer), limits.answer)) {
+        hasBegun = true;
+        send(index);
+      } else {
+        pages.reset();
+        mSession->transport->gathers = false;
+      }
     }
     sendMore();
-    decodeArrived();
     deadline = answerDeadline();
   }
   return results;

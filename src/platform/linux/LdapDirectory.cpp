@@ -262,11 +262,11 @@ void LdapDirectory::follow(const Strings& referrals, const std::vector<LdapSearc
   }
 }
 
-LdapDirectory::RawValues LdapDirectory::readAttribute(const std::string& dn,
+LdapDirectory::RawValues LdapDirectory::readAttribute(std::string_view dn,
                                                       const std::string& attribute) {
   RawValues found;
   const std::array searches{
-      LdapSearch{dn, LdapSearch::Scope::Base, "(objectClass=*)", {attribute}, false}};
+      LdapSearch{std::string(dn), LdapSearch::Scope::Base, "(objectClass=*)", {attribute}, false}};
   const auto keep = [&](std::size_t, std::string_view, std::span<const LdapAttribute> attributes) {
     for (const auto& each : attributes) {
       if (!isSameAttribute(each.name, attribute)) continue;

@@ -61,7 +61,7 @@ class LdapDirectory {
     std::string attribute;
     Strings values;
   };
-  RawValues readAttribute(const std::string& dn, const std::string& attribute);
+  RawValues readAttribute(std::string_view dn, const std::string& attribute);
 
   /// A shell as records hand it out.
   std::string effectiveShell(std::string_view shell);

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <ranges>
+#include <strings.h>
 
 #include "platform/linux/AccountLine.h"
 #include "platform/portable/NameBasedUUID.h"
@@ -64,29 +65,31 @@ bool readOptions(std::string_view options, std::optional<std::uint32_t>& continu
   return true;
 }
 
+/// Whether the name is the attribute's, in any case; the options that follow it.
+std::optional<std::string_view> optionsOf(std::string_view name, std::string_view attribute) {
+  const auto length = attribute.size();
+  if (name.size() < length || strncasecmp(name.data(), attribute.data(), length) != 0) {
+    return std::nullopt;
+  }
+  if (name.size() == length) return std::string_view();
+  if (name[length] != ';') return std::nullopt;
+  return name.substr(length + 1);
+}
+
 class EntryReader {
  public:
   EntryReader(const LdapSchema& schema, LdapEntry& entry, std::string& fault)
       : mSchema(schema), mEntry(entry), mFault(fault) {}
 
-  bool read(std::span<const LdapAttribute> attributes) {
-    for (const auto& attribute : attributes) {
-      const auto semicolon = std::min(attribute.name.find(';'), attribute.name.size());
-      const auto name = attribute.name.substr(0, semicolon);
-      std::optional<std::uint32_t> continueAt;
-      const auto options = attribute.name.substr(std::min(semicolon + 1, attribute.name.size()));
-      if (!readOptions(options, continueAt)) continue;
-      for (const auto slot : mSchema.slotsOf(name)) {
-        if (slot == LdapSlot::ObjectClass) continue;
-        if (slot == LdapSlot::Members) mEntry.membersContinueAt = continueAt;
-        for (const auto value : attribute.values) {
-          if (!add(slot, name, value)) return false;
-        }
-      }
+  bool read(std::string_view dn, std::span<const LdapAttribute> attributes) {
+    constexpr auto kFirst = static_cast<std::size_t>(LdapSlot::ObjectClass) + 1;
+    for (auto slot = kFirst; slot < mSchema.slots(); ++slot) {
+      if (!readSlot(static_cast<LdapSlot>(slot), attributes)) return false;
     }
-    std::ranges::stable_sort(mEntry.values, {}, &LdapEntry::Value::slot);
     if (mEntry.first(LdapSlot::Name).empty()) return refuse("it has no name");
     if (mEntry.of(LdapSlot::GUID).size() != 1) return refuse("it has no GUID");
+    mEntry.dn = dn;
+    keepTexts();
     return true;
   }
 
@@ -96,53 +99,105 @@ class EntryReader {
     return false;
   }
 
+  bool readSlot(LdapSlot slot, std::span<const LdapAttribute> attributes) {
+    const auto& name = mSchema.attribute(slot);
+    if (name.empty()) return true;
+    for (const auto& attribute : attributes) {
+      const auto options = optionsOf(attribute.name, name);
+      std::optional<std::uint32_t> continueAt;
+      if (!options || !readOptions(*options, continueAt)) continue;
+      if (slot == LdapSlot::Members) mEntry.membersContinueAt = continueAt;
+      for (const auto value : attribute.values) {
+        if (!add(slot, name, value)) return false;
+      }
+    }
+    return true;
+  }
+
   bool add(LdapSlot slot, std::string_view attribute, std::string_view value) {
     if (slot == LdapSlot::GUID) {
       auto guid = guidText(mSchema, value);
       if (!guid) return refuse("its GUID is none");
-      mEntry.values.push_back({slot, std::move(*guid)});
+      mGUID = std::move(*guid);
+      mEntry.values.push_back({slot, mGUID});
       return true;
     }
-    const auto which = accountLine::printable(attribute);
-    if (value.size() > kLongestValue) return refuse("a value of " + which + " is too long");
+    const auto which = [attribute] { return accountLine::printable(attribute); };
+    if (value.size() > kLongestValue) return refuse("a value of " + which() + " is too long");
     if (value.find('\0') != std::string_view::npos || !isUtf8(value)) {
-      return refuse("a value of " + which + " is no text");
+      return refuse("a value of " + which() + " is no text");
     }
     if ((slot == LdapSlot::UserID || slot == LdapSlot::GroupID) && !accountLine::accountID(value)) {
-      return refuse("its " + which + " is no id: " + accountLine::printable(value));
+      return refuse("its " + which() + " is no id: " + accountLine::printable(value));
     }
-    mEntry.values.push_back({slot, std::string(value)});
+    mEntry.values.push_back({slot, value});
     return true;
+  }
+
+  /// Copies the texts out of the server's answer.
+  void keepTexts() {
+    auto length = mEntry.dn.size();
+    for (const auto& value : mEntry.values) length += value.text.size();
+    auto all = std::make_unique_for_overwrite<char[]>(length);
+    char* next = all.get();
+    const auto keep = [&next](std::string_view& text) {
+      char* const begin = next;
+      next = std::ranges::copy(text, begin).out;
+      text = {begin, text.size()};
+    };
+    keep(mEntry.dn);
+    for (auto& value : mEntry.values) keep(value.text);
+    mEntry.all = std::move(all);
   }
 
   const LdapSchema& mSchema;
   LdapEntry& mEntry;
   std::string& mFault;
+  std::string mGUID;
 };
 
 }  // namespace
 
 std::span<const LdapEntry::Value> LdapEntry::of(LdapSlot slot) const {
-  const auto found = std::ranges::equal_range(values, slot, {}, &Value::slot);
-  return {found.begin(), found.end()};
+  const auto begin = std::ranges::lower_bound(values, slot, {}, &Value::slot);
+  const auto isOther = [slot](const Value& value) { return value.slot != slot; };
+  return {begin, std::find_if(begin, values.end(), isOther)};
 }
 
 Strings LdapEntry::texts(LdapSlot slot) const {
+  const auto found = of(slot);
   Strings result;
-  for (const auto& each : of(slot)) result.push_back(each.text);
+  result.reserve(found.size());
+  for (const auto& each : found) result.emplace_back(each.text);
   return result;
 }
 
 std::string_view LdapEntry::first(LdapSlot slot) const {
-  const auto found = of(slot);
-  return found.empty() ? std::string_view() : std::string_view(found.front().text);
+  const auto found = std::ranges::lower_bound(values, slot, {}, &Value::slot);
+  return found == values.end() || found->slot != slot ? std::string_view() : found->text;
 }
 
-bool standsBefore(const LdapEntry& left, const LdapEntry& right) {
-  if (left.type != right.type) return left.type == LdapSchema::Type::User;
-  const int order = left.first(LdapSlot::Name).compare(right.first(LdapSlot::Name));
-  if (order != 0) return order < 0;
-  return left.first(LdapSlot::GUID) < right.first(LdapSlot::GUID);
+void sort(LdapEntries& entries) {
+  struct Keyed {
+    bool isGroup;
+    std::string_view name;
+    std::shared_ptr<const LdapEntry> entry;
+  };
+  const auto standsBefore = [](const Keyed& left, const Keyed& right) {
+    if (left.isGroup != right.isGroup) return right.isGroup;
+    const int order = left.name.compare(right.name);
+    if (order != 0) return order < 0;
+    return left.entry->first(LdapSlot::GUID) < right.entry->first(LdapSlot::GUID);
+  };
+  std::vector<Keyed> keyed;
+  keyed.reserve(entries.size());
+  for (auto& entry : entries) {
+    const bool isGroup = entry->type == LdapSchema::Type::Group;
+    const auto name = entry->first(LdapSlot::Name);
+    keyed.push_back({isGroup, name, std::move(entry)});
+  }
+  std::ranges::sort(keyed, standsBefore);
+  std::ranges::transform(keyed, entries.begin(), [](Keyed& each) { return std::move(each.entry); });
 }
 
 std::shared_ptr<const LdapEntry> readEntry(const LdapSchemas& schemas, std::string_view dn,
@@ -166,9 +221,10 @@ std::shared_ptr<const LdapEntry> readEntry(const LdapSchemas& schemas, std::stri
     fault = "its DN is none";
     return nullptr;
   }
-  entry->dn = dn;
-  entry->values.reserve(attributes.size());
-  if (!EntryReader(schemas.of(entry->type), *entry, fault).read(attributes)) return nullptr;
+  std::size_t count = 0;
+  for (const auto& each : attributes) count += each.values.size();
+  entry->values.reserve(count - classes.size());
+  if (!EntryReader(schemas.of(entry->type), *entry, fault).read(dn, attributes)) return nullptr;
   return entry;
 }
 

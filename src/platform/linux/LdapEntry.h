@@ -14,16 +14,22 @@
 
 namespace gatehall {
 
-/// A user or a group as the directory holds it. It never changes.
+/// A user or a group as the directory holds it. It never changes. There may be very many, so their
+/// texts stand side by side.
 struct LdapEntry {
   struct Value {
     LdapSlot slot;
-    std::string text;
+    std::string_view text;
   };
 
+  LdapEntry() = default;
+  LdapEntry(const LdapEntry&) = delete;
+  LdapEntry& operator=(const LdapEntry&) = delete;
+
   LdapSchema::Type type = LdapSchema::Type::User;
-  std::string dn;
-  std::vector<Value> values;  ///< in the order of the slots
+  std::string_view dn;
+  std::vector<Value> values;          ///< in the order of the slots
+  std::unique_ptr<const char[]> all;  ///< the texts
   /// Where the rest of the members begins, of a server that hands out only so many at once.
   std::optional<std::uint32_t> membersContinueAt;
 
@@ -36,8 +42,8 @@ struct LdapEntry {
 
 using LdapEntries = std::vector<std::shared_ptr<const LdapEntry>>;
 
-/// Which of two entries stands first in an answer: users in front of groups, then by name.
-bool standsBefore(const LdapEntry& left, const LdapEntry& right);
+/// Puts entries into the order of answers: users in front of groups, then by name.
+void sort(LdapEntries& entries);
 
 /// What a directory's entries are: its schemas of users and of groups.
 struct LdapSchemas {

@@ -26,11 +26,6 @@ constexpr std::array kTypes{Type::User, Type::Group};
 constexpr std::size_t kMostTerms = 500;
 constexpr std::size_t kLongestFilter = 150000;
 
-void sort(LdapEntries& entries) {
-  std::ranges::sort(
-      entries, [](const auto& left, const auto& right) { return standsBefore(*left, *right); });
-}
-
 /// The filters of a few hundred terms each that together take what any of the terms does.
 std::vector<std::string> filtersOf(std::span<const std::string> terms) {
   std::vector<std::string> filters;

@@ -10,7 +10,7 @@
 namespace gatehall {
 
 /// The entries of the types that have any of the values, which are compared as they stand (GUIDs in
-/// either case), in the order of standsBefore. What is known from a moment ago is not asked for
+/// either case), in the order of sort. What is known from a moment ago is not asked for
 /// again. Raises as LdapDirectory::search.
 LdapEntries findByValues(LdapDirectory& directory, std::span<const LdapSchema::Type> types,
                          LdapSlot slot, const Strings& values);

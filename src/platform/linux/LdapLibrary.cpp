@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 
 namespace gatehall {
@@ -55,15 +57,30 @@ ssize_t attempt(Sockbuf_IO_Desc* descriptor, short readiness, Call call) {
   }
 }
 
+/// What makes a rest needless, and how long one is.
+constexpr std::size_t kEnough = 8192;
+constexpr auto kRest = std::chrono::microseconds(100);
+
+ssize_t readAhead(Sockbuf_IO_Desc* descriptor) {
+  auto& transport = transportOf(descriptor);
+  const auto count = attempt(descriptor, POLLIN, [&](int socket) {
+    return recv(socket, transport.ahead.data() + transport.end,
+                transport.ahead.size() - transport.end, MSG_DONTWAIT);
+  });
+  if (count > 0) transport.end += static_cast<std::size_t>(count);
+  return count;
+}
+
 ber_slen_t readSome(Sockbuf_IO_Desc* descriptor, void* bytes, ber_len_t length) {
   auto& transport = transportOf(descriptor);
   if (transport.begin == transport.end) {
-    const auto count = attempt(descriptor, POLLIN, [&](int socket) {
-      return recv(socket, transport.ahead.data(), transport.ahead.size(), MSG_DONTWAIT);
-    });
-    if (count <= 0) return count;
-    transport.begin = 0;
-    transport.end = static_cast<std::size_t>(count);
+    transport.begin = transport.end = 0;
+    const auto count = readAhead(descriptor);
+    if (transport.gathers && transport.end < kEnough && count != 0) {
+      std::this_thread::sleep_for(kRest);
+      readAhead(descriptor);
+    }
+    if (transport.end == 0) return count;
   }
   const auto count = std::min<std::size_t>(length, transport.end - transport.begin);
   std::memcpy(bytes, transport.ahead.data() + transport.begin, count);

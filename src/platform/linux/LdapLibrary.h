@@ -81,6 +81,10 @@ struct LdapTransport {
   /// negotiation would ask over and over.
   std::optional<Deadline> waitsUntil;
 
+  /// While a long answer is streaming in: a moment's rest lets many entries come with one call, and
+  /// the server isn't interrupted for each.
+  bool gathers = false;
+
   std::array<char, 65536> ahead;  ///< what has arrived and isn't taken yet
   std::size_t begin = 0;
   std::size_t end = 0;

@@ -54,7 +54,7 @@ LdapEntries nestedByName(LdapDirectory& directory, const LdapEntry& group) {
   Strings shortNames;
   Strings dns;
   for (const auto& each : group.of(LdapSlot::NestedNames)) {
-    (isDN(each.text) ? dns : shortNames).push_back(each.text);
+    (isDN(each.text) ? dns : shortNames).emplace_back(each.text);
   }
   LdapEntries nested;
   if (!shortNames.empty()) {
@@ -117,8 +117,8 @@ bool lists(const LdapEntry& group, const Identity& identity) {
 }
 
 void addGroup(Identity& identity, const LdapEntry& group) {
-  identity.dns.push_back(group.dn);
-  identity.nestedNames.push_back(group.dn);
+  identity.dns.emplace_back(group.dn);
+  identity.nestedNames.emplace_back(group.dn);
   for (auto& name : group.texts(LdapSlot::Name)) identity.nestedNames.push_back(std::move(name));
 }
 
@@ -139,7 +139,7 @@ Identity identityOf(LdapDirectory& directory, DirectoryRecord& record) {
     if (isGroup) {
       addGroup(identity, *entry);
     } else {
-      identity.dns.push_back(entry->dn);
+      identity.dns.emplace_back(entry->dn);
     }
   }
   return identity;

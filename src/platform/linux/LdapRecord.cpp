@@ -52,18 +52,22 @@ std::optional<Strings> LdapRecord::valuesForAttribute(std::string_view kind) {
 std::optional<Dictionary> LdapRecord::recordDetails(const Strings& kinds) {
   const auto entry = this->entry();
   Dictionary details;
-  const auto add = [&](std::string_view kind) {
-    if (details.contains(kind)) return;
-    if (const auto found = values(*entry, kind); !found.empty()) details.emplace(kind, found);
+  const auto add = [&](std::string_view kind, Strings found) {
+    if (found.empty()) return;
+    details.emplace(kind,
+                    Array(std::move_iterator(found.begin()), std::move_iterator(found.end())));
   };
-  for (const auto& kind : kinds) add(attribute::canonical(kind));
-  if (!kinds.empty()) return details;
-  for (const auto kind : mDirectory->schemas().of(entry->type).kinds()) {
-    if (kind != attribute::JPEGPhoto) add(kind);
+  for (const auto& each : kinds) {
+    const auto kind = attribute::canonical(each);
+    if (!details.contains(kind)) add(kind, values(*entry, kind));
   }
-  for (const auto kind :
-       {attribute::MetaNodeLocation, attribute::Password, attribute::AuthenticationAuthority}) {
-    add(kind);
+  if (!kinds.empty()) return details;
+  constexpr std::array kMade{attribute::MetaNodeLocation, attribute::Password,
+                             attribute::AuthenticationAuthority};
+  for (const auto kind : kMade) add(kind, values(*entry, kind));
+  for (const auto& [kind, slot] : mDirectory->schemas().of(entry->type).kinds()) {
+    if (kind == attribute::JPEGPhoto || std::ranges::find(kMade, kind) != kMade.end()) continue;
+    add(kind, valuesOfSlot(*entry, kind, slot));
   }
   return details;
 }
@@ -77,7 +81,11 @@ Strings LdapRecord::values(const LdapEntry& entry, std::string_view kind) {
   }
   const auto slot = mDirectory->schemas().of(entry.type).slotOf(kind);
   if (!slot) return {};
-  return entry.type == Type::User ? userValues(entry, kind, *slot) : groupValues(entry, *slot);
+  return valuesOfSlot(entry, kind, *slot);
+}
+
+Strings LdapRecord::valuesOfSlot(const LdapEntry& entry, std::string_view kind, LdapSlot slot) {
+  return entry.type == Type::User ? userValues(entry, kind, slot) : groupValues(entry, slot);
 }
 
 Strings LdapRecord::userValues(const LdapEntry& user, std::string_view kind, LdapSlot slot) {
@@ -138,7 +146,7 @@ bool LdapRecord::setValue(std::string_view value, std::string_view kind) {
   bool isSet = false;
   mDirectory->run([&](LdapConnection& connection) {
     isSet = connection
-                .replace(entry->dn, schema.attribute(*slot), value,
+                .replace(std::string(entry->dn), schema.attribute(*slot), value,
                          mDirectory->servers().answerDeadline())
                 .isSuccess();
   });

@@ -35,6 +35,7 @@ class LdapRecord final : public DirectoryRecord {
  private:
   std::shared_ptr<const LdapEntry> entry() const;
   Strings values(const LdapEntry& entry, std::string_view kind);
+  Strings valuesOfSlot(const LdapEntry& entry, std::string_view kind, LdapSlot slot);
   Strings userValues(const LdapEntry& user, std::string_view kind, LdapSlot slot);
   Strings groupValues(const LdapEntry& group, LdapSlot slot);
   std::shared_ptr<const LdapMembers> members(const LdapEntry& group);

@@ -131,27 +131,10 @@ const std::string& LdapSchema::attribute(LdapSlot slot) const {
   return index(slot) < mAttributes.size() ? mAttributes[index(slot)] : kNoAttribute;
 }
 
-std::vector<LdapSlot> LdapSchema::slotsOf(std::string_view attribute) const {
-  std::vector<LdapSlot> slots;
-  for (std::size_t slot = 0; slot < mAttributes.size(); ++slot) {
-    if (!mAttributes[slot].empty() && isSameAttribute(mAttributes[slot], attribute)) {
-      slots.push_back(static_cast<LdapSlot>(slot));
-    }
-  }
-  return slots;
-}
-
 std::optional<LdapSlot> LdapSchema::slotOf(std::string_view kind) const {
   const auto known = std::ranges::find(mKinds, kind, &Kind::kind);
   if (known == mKinds.end()) return std::nullopt;
   return known->slot;
-}
-
-std::vector<std::string_view> LdapSchema::kinds() const {
-  std::vector<std::string_view> kinds;
-  kinds.reserve(mKinds.size());
-  for (const auto& each : mKinds) kinds.emplace_back(each.kind);
-  return kinds;
 }
 
 }  // namespace gatehall

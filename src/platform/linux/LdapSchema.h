@@ -61,14 +61,18 @@ class LdapSchema {
   /// The LDAP attribute; empty when there is none.
   const std::string& attribute(LdapSlot slot) const;
 
-  /// The slots that an LDAP attribute of an answer fills, its name in any case and without options.
-  std::vector<LdapSlot> slotsOf(std::string_view attribute) const;
+  /// How many slots there are.
+  std::size_t slots() const { return mAttributes.size(); }
 
   /// The slot that holds a record's kind as it stands; empty when none does.
   std::optional<LdapSlot> slotOf(std::string_view kind) const;
 
-  /// The kinds of slotOf.
-  std::vector<std::string_view> kinds() const;
+  /// A record's kind and the slot that holds it as it stands.
+  struct Kind {
+    std::string kind;
+    LdapSlot slot;
+  };
+  const std::vector<Kind>& kinds() const { return mKinds; }
 
   /// The LDAP attributes to ask for, so that a record answers everything: all but the photo.
   const std::vector<std::string>& wanted() const { return mWanted; }
@@ -77,11 +81,6 @@ class LdapSchema {
   bool hasBinaryGUIDs() const { return mHasBinaryGUIDs; }
 
  private:
-  struct Kind {
-    std::string kind;
-    LdapSlot slot;
-  };
-
   void set(LdapSlot slot, std::string_view attribute);
   void setUserAttributes(LdapProfile profile);
   void setGroupAttributes(LdapProfile profile);

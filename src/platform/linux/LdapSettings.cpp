@@ -129,7 +129,7 @@ class DirectoryReader {
     time = std::chrono::milliseconds(std::lround(*seconds * 1000));
   }
 
-  void readPageSize(std::int32_t& size) {
+  void readPageSize(std::optional<std::int32_t>& size) {
     const auto* node = find("page-size");
     if (node == nullptr) return;
     const auto* value = node->as_integer();

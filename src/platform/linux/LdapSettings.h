@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,7 +36,7 @@ struct LdapSettings {
   std::string passwordPolicy;    ///< DN of the policy of accounts that name none; "": none
   std::chrono::milliseconds timeLimit{2000};        ///< for one answer of a server
   std::chrono::milliseconds totalTimeLimit{30000};  ///< for all answers to one question
-  std::int32_t pageSize = 1000;
+  std::optional<std::int32_t> pageSize;  ///< entries; absent: as many as the server sends fast
   bool followsReferrals = false;
 
   /// The directories in the file's order. One that is set up wrongly is left out, and the log names
