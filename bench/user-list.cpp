@@ -7,11 +7,10 @@
 #include <cstdint>
 #include <dlfcn.h>
 #include <filesystem>
-#include <fstream>
-#include <random>
 #include <string_view>
 
 #include "access/UserAccess.h"
+#include "bench/AccountFiles.h"
 #include "bench/OwnAccounts.h"
 #include "bench/Processes.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -20,40 +19,6 @@ namespace {
 
 using namespace gatehall;
 using namespace gatehall::bench;
-
-constexpr int kFirstUserID = 10000;
-
-/// A name as people have, of one to three words.
-std::string fullName(std::mt19937& random) {
-  static constexpr const char* syllables[] = {"an",  "be",  "ca", "dö", "el", "fi", "gu",  "hå",
-                                              "in",  "jo",  "ka", "li", "mo", "né", "ol",  "pe",
-                                              "qui", "ras", "so", "tü", "ur", "vi", "wen", "zo"};
-  const auto pick = [&](std::uint32_t count) { return static_cast<std::size_t>(random() % count); };
-  std::string name;
-  for (std::size_t word = 0; word <= pick(3); ++word) {
-    if (!name.empty()) name += ' ';
-    for (std::size_t syllable = 0; syllable < 2 + pick(3); ++syllable) {
-      name += syllables[pick(std::size(syllables))];
-    }
-  }
-  return name;
-}
-
-void writeAccounts(const std::filesystem::path& folder, int count) {
-  std::mt19937 random(20261121);
-  std::ofstream passwd(folder / "passwd");
-  std::ofstream shadow(folder / "shadow");
-  passwd << "root:x:0:0:root:/root:/bin/bash\n";
-  shadow << "root:*:19000:0:99999:7:::\n";
-  std::ofstream(folder / "group") << "root:x:0:\nsudo:x:27:user0\nusers:x:100:\n";
-  for (int number = 0; number < count; ++number) {
-    const auto name = "user" + std::to_string(number);
-    passwd << name << ":x:" << kFirstUserID + number << ":100:" << fullName(random) << ",,,:/home/"
-           << name << ":/bin/bash\n";
-    shadow << name << ":$y$j9T$oQ0oQ0oQ0oQ0oQ0o$" << std::string(43, 'x')
-           << ":19000:0:99999:7:::\n";
-  }
-}
 
 /// In a process of its own: fails unless the list has that many users.
 int listUsers(std::uint64_t count) {
