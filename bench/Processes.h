@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <string>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -27,8 +28,14 @@ inline std::vector<char*> arguments(const Command& command) {
   return words;
 }
 
+/// What one process took as a whole.
+struct Spent {
+  double milliseconds;
+  double megabytes;  ///< of memory, at its peak
+};
+
 /// The whole of one process, whose output goes nowhere and which must succeed.
-inline double wallMilliseconds(const Command& command) {
+inline Spent spent(const Command& command) {
   auto words = arguments(command);
   posix_spawn_file_actions_t quiet;
   posix_spawn_file_actions_init(&quiet);
@@ -37,12 +44,15 @@ inline double wallMilliseconds(const Command& command) {
   pid_t child = 0;
   if (posix_spawn(&child, words[0], &quiet, nullptr, words.data(), environ) != 0) fail(command[0]);
   int status = 0;
-  waitpid(child, &status, 0);
+  rusage usage{};
+  wait4(child, &status, 0, &usage);
   const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - start;
   posix_spawn_file_actions_destroy(&quiet);
   if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) fail(command[0] + " failed");
-  return taken.count();
+  return {taken.count(), static_cast<double>(usage.ru_maxrss) / 1024};
 }
+
+inline double wallMilliseconds(const Command& command) { return spent(command).milliseconds; }
 
 inline double median(std::vector<double> samples) {
   std::sort(samples.begin(), samples.end());

@@ -44,17 +44,24 @@ int listUsersOfLightDM(int count) {
   _exit(length > 0 ? 0 : 1);
 }
 
-double medianMilliseconds(const Command& command, int runs) {
-  std::vector<double> samples;
-  for (int run = 0; run < runs; ++run) samples.push_back(wallMilliseconds(command));
-  return median(samples);
+/// The medians of some runs.
+Spent medians(const Command& command, int runs) {
+  std::vector<double> milliseconds;
+  std::vector<double> megabytes;
+  for (int run = 0; run < runs; ++run) {
+    const auto one = spent(command);
+    milliseconds.push_back(one.milliseconds);
+    megabytes.push_back(one.megabytes);
+  }
+  return {median(milliseconds), median(megabytes)};
 }
 
 void compare(const char* name, const Command& ours, const Command& theirs, int runs, double aim) {
-  const auto our = medianMilliseconds(ours, runs);
-  const auto their = medianMilliseconds(theirs, runs);
-  std::printf("%s: ours %.1f ms, theirs %.1f ms (medians of %d)\n", name, our, their, runs);
-  std::printf("%s ratio %.3f aim %.2f\n", name, our / their, aim);
+  const auto our = medians(ours, runs);
+  const auto their = medians(theirs, runs);
+  std::printf("%s: ours %.1f ms and %.0f MB, theirs %.1f ms and %.0f MB (medians of %d)\n", name,
+              our.milliseconds, our.megabytes, their.milliseconds, their.megabytes, runs);
+  std::printf("%s ratio %.3f aim %.2f\n", name, our.milliseconds / their.milliseconds, aim);
 }
 
 }  // namespace
@@ -72,9 +79,9 @@ int main(int argc, char** argv) {
 
   for (const int count : {1000, 10000, 100000, 1000000}) {
     writeAccounts(accounts.folder(), count);
-    const auto taken = medianMilliseconds(ours(count), count < 100000 ? 9 : 3);
-    std::printf("user-list: %.1f ms for %d users, %.2f us a user\n", taken, count,
-                taken * 1000 / count);
+    const auto taken = medians(ours(count), count < 100000 ? 9 : 3);
+    std::printf("user-list: %.1f ms and %.0f MB for %d users, %.2f us a user\n", taken.milliseconds,
+                taken.megabytes, count, taken.milliseconds * 1000 / count);
   }
   writeAccounts(accounts.folder(), 10000);
   compare("user-list-against-lightdm", ours(10000), {program, "lightdm", "10000"}, 3, 0.05);

@@ -17,6 +17,9 @@ class BottomTable {
   std::string repainted(const std::string& lines, const Table& table, TableStyle style,
                         ScreenSize size);
 
+  /// Whether the table stands there now.
+  bool isShown() const { return mRows != 0; }
+
  private:
   std::size_t mRows = 0;  ///< of the terminal, that the table takes now
 };

@@ -29,16 +29,19 @@ void Watch::begin() {
   mAccess = UserAccess::sharedUserAccess();
   mUsers = watchEvent::usersOf(mAccess->visibleUsersList());
   const auto list = watchEvent::list(now(), mUsers);
-  const bool repaints = mHost.world() == nullptr && mRequest.screen.size();
-  if (!mRequest.json && !repaints) {
-    mPending += tableText(usersTable(mUsers, kWithoutList), mRequest.style);
-    if (mRequest.style.legend) mPending += '\n';
+  if (mRequest.json) {
+    add(list);
+  } else if (!isOnTerminal()) {
+    addTable();
   }
-  if (mRequest.json) add(list);
   const auto network = NetworkStatus::sharedNetworkStatus();
   if (network->hasParentNetwork()) addNetwork();
   addLog();
   print();
+  if (isOnTerminal() && !mTable.isShown()) {
+    addTable();
+    print();
+  }
 
   mAccess->addTarget(shared_from_this());
   network->addTarget(shared_from_this());
@@ -99,6 +102,16 @@ void Watch::addNetwork() {
   add(watchEvent::network(now(), network->networkStatus(), network->parentNetworkExists()));
 }
 
+/// Where the table can be painted again.
+bool Watch::isOnTerminal() const {
+  return !mRequest.json && mHost.machine() != nullptr && mRequest.screen.size();
+}
+
+void Watch::addTable() {
+  mPending += tableText(usersTable(mUsers, kWithoutList), mRequest.style);
+  if (mRequest.style.legend) mPending += '\n';
+}
+
 void Watch::add(const Json& event) {
   if (mRequest.json) {
     mPending += lineText(event);
@@ -112,9 +125,9 @@ void Watch::add(const Json& event) {
 }
 
 void Watch::print() {
-  const auto size = mRequest.screen.size();
-  if (!mRequest.json && mHost.world() == nullptr && size) {
-    mPending = mTable.repainted(mPending, usersTable(mUsers, kWithoutList), mRequest.style, *size);
+  if (isOnTerminal()) {
+    mPending = mTable.repainted(mPending, usersTable(mUsers, kWithoutList), mRequest.style,
+                                mRequest.screen.size().value_or(ScreenSize()));
   }
   if (!mRequest.screen.write(mPending)) {
     mIsBroken = true;

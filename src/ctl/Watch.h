@@ -42,6 +42,8 @@ class Watch final : public UserAccessTarget,
   void reportList(bool isTold);
   void addNetwork();
   void addLog();
+  bool isOnTerminal() const;
+  void addTable();
   void add(const Json& event);
   void print();
   std::string clockText(Date moment) const;

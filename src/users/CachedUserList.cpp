@@ -35,9 +35,21 @@ void eraseKey(auto& index, const std::optional<std::string>& key) {
   if (key) index.erase(*key);
 }
 
+/// As a list is that was sorted before some of its users went.
+bool areInOrderOfLongNames(const CachedUserList::Users& users, Collation& collation) {
+  std::string before;
+  return std::ranges::all_of(users, [&](const auto& user) {
+    auto name = user->longName().value_or("");
+    const bool isInOrder = collation.compare(before, name) <= 0;
+    before = std::move(name);
+    return isInOrder;
+  });
+}
+
 /// Sorts by long name with one collation key a user instead of one comparison a pair.
 void sortByLongName(CachedUserList::Users& users) {
   auto& collation = platform().collation();
+  if (areInOrderOfLongNames(users, collation)) return;
   std::vector<std::pair<std::string, std::shared_ptr<CachedUser>>> keyed;
   keyed.reserve(users.size());
   for (auto& user : users) {

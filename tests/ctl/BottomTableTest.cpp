@@ -31,6 +31,7 @@ TEST(BottomTable, CountsTheRowsThatALongLineTakes) {
 TEST(BottomTable, IsLeftOutWhenThereIsNoRoomForIt) {
   BottomTable table;
   EXPECT_EQ(table.repainted("one\n", tableOf(9), {}, kScreen), "one\n");
+  EXPECT_FALSE(table.isShown());
   EXPECT_EQ(
       table.repainted("two\n", tableOf(8), {}, kScreen), "two\n\n" + [] {
         std::string rows;

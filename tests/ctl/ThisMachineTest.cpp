@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <memory>
+#include <pty.h>
 #include <spawn.h>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -47,13 +48,18 @@ TEST(ThisMachine, FindsNobodyWithTheReservedUserID) {
 /// The program itself, whose output is read while it runs.
 class RunningProgram {
  public:
-  explicit RunningProgram(Strings words) {
+  /// Its output is a pipe, or a terminal of so many rows.
+  explicit RunningProgram(Strings words, unsigned short rows = 0) {
     words.insert(words.begin(), GATEHALLCTL);
     std::vector<char*> arguments;
     for (auto& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
     std::array<int, 2> ends{};
-    if (pipe(ends.data()) != 0) throw std::runtime_error("pipe");
+    const winsize size{.ws_row = rows, .ws_col = 80, .ws_xpixel = 0, .ws_ypixel = 0};
+    if ((rows == 0 ? pipe(ends.data()) : openpty(&ends[0], &ends[1], nullptr, nullptr, &size)) !=
+        0) {
+      throw std::runtime_error("pipe or openpty");
+    }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
@@ -103,6 +109,14 @@ TEST(ThisMachine, IsWatchedUntilItIsInterruptedWhichIsNoFailure) {
     EXPECT_TRUE(first["users"].is_array());
     EXPECT_EQ(program.end(signal), 0);
   }
+}
+
+TEST(ThisMachine, ShowsAListThatIsTooLongForTheTerminalOnce) {
+  RunningProgram program({"watch"}, 2);
+  auto line = program.line();
+  while (line.find("logged") != std::string::npos) line = program.line();
+  EXPECT_TRUE(line.starts_with("UID") || line.starts_with("0 users")) << line;
+  EXPECT_EQ(program.end(SIGINT), 0);
 }
 
 }  // namespace

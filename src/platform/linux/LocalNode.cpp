@@ -1,6 +1,7 @@
 #include "platform/linux/LocalNode.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "platform/AttributeKinds.h"
 #include "platform/linux/LocalGroups.h"
@@ -43,7 +44,7 @@ class LocalQuery final : public DirectoryQuery {
     const auto context = std::make_shared<LocalContext>(mHost);
     if (asksForUsers) {
       auto users = findLocalUsers(context, mDescription);
-      records.assign(users.begin(), users.end());
+      records.assign(std::make_move_iterator(users.begin()), std::make_move_iterator(users.end()));
     }
     auto groupDescription = mDescription;
     const auto limit = mDescription.maximumResults;

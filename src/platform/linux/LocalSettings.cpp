@@ -55,8 +55,11 @@ LocalSettings LocalSettings::read(const HostOptions& options, FaultLog& faults) 
 
 bool LocalSettings::isGuest(std::string_view loginName) const {
   return std::any_of(guests.begin(), guests.end(), [&](const std::string& pattern) {
-    const auto literal = std::string_view(pattern).substr(0, pattern.find_first_of("*?["));
-    return loginName.starts_with(literal) &&
+    // Every account is asked about: its first letter answers for most.
+    constexpr std::string_view wildcards = "*?[";
+    const bool beginsAlike = pattern.empty() || loginName.starts_with(pattern.front()) ||
+                             wildcards.find(pattern.front()) != std::string_view::npos;
+    return beginsAlike &&
            fnmatch(pattern.c_str(), std::string(loginName).c_str(), FNM_NOESCAPE) == 0;
   });
 }

@@ -1,5 +1,6 @@
 #include "platform/linux/LocalUser.h"
 
+#include <algorithm>
 #include <array>
 #include <unistd.h>
 #include <unordered_map>
@@ -16,12 +17,22 @@ namespace gatehall {
 
 namespace {
 
-constexpr std::array kKinds{
-    attribute::RecordName,         attribute::UniqueID,       attribute::GUID,
-    attribute::FullName,           attribute::PrimaryGroupID, attribute::UserShell,
-    attribute::NFSHomeDirectory,   attribute::Picture,        attribute::AuthenticationAuthority,
-    attribute::AuthenticationHint, attribute::Password,       attribute::MetaNodeLocation,
-    attribute::TavloSettings,      attribute::Guest};
+/// In the order of a dictionary, which takes in what comes last at once.
+constexpr std::array kKinds{attribute::AuthenticationAuthority,
+                            attribute::AuthenticationHint,
+                            attribute::FullName,
+                            attribute::GUID,
+                            attribute::MetaNodeLocation,
+                            attribute::NFSHomeDirectory,
+                            attribute::Password,
+                            attribute::Picture,
+                            attribute::PrimaryGroupID,
+                            attribute::RecordName,
+                            attribute::TavloSettings,
+                            attribute::UniqueID,
+                            attribute::UserShell,
+                            attribute::Guest};
+static_assert(std::ranges::is_sorted(kKinds));
 
 /// A list of one, into which the text is moved.
 Strings one(std::string text) {
@@ -97,11 +108,10 @@ std::optional<Dictionary> LocalUser::recordDetails(const Strings& kinds) {
   const std::lock_guard lock(mMutex);
   Dictionary details;
   const auto add = [&](std::string_view kind) {
-    if (details.contains(kind)) return;
     auto found = values(kind);
     if (found.empty()) return;
     Array each(std::make_move_iterator(found.begin()), std::make_move_iterator(found.end()));
-    details.emplace(kind, std::move(each));
+    details.emplace_hint(details.end(), kind, std::move(each));
   };
   for (const auto& kind : kinds) add(attribute::canonical(kind));
   if (!kinds.empty()) return details;

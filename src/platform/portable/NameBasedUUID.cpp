@@ -31,12 +31,12 @@ bool isNameBased(const UUIDBytes& uuid) {
 
 std::string uuidText(const UUIDBytes& uuid) {
   constexpr std::string_view digits = "0123456789ABCDEF";
-  std::string text;
-  text.reserve(36);
+  std::string text(36, '-');
+  std::size_t index = 0;
   for (const auto byte : uuid) {
-    if (isHyphenPlace(text.size())) text += '-';
-    text += digits[byte >> 4U];
-    text += digits[byte & 0xFU];
+    if (isHyphenPlace(index)) ++index;
+    text[index++] = digits[byte >> 4U];
+    text[index++] = digits[byte & 0xFU];
   }
   return text;
 }
