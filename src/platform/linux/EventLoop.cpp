@@ -77,6 +77,8 @@ class EventLoop::Source {
     return static_cast<Source*>(self)->handle();
   }
   static int onChange(sd_event_source* /*source*/, const inotify_event* event, void* self) {
+    // A file that is made is yet to be written.
+    if ((event->mask & IN_CREATE) != 0 && (event->mask & IN_ISDIR) == 0) return 0;
     static_cast<Source*>(self)->mNamedHandler(event->len > 0 ? event->name : "");
     return 0;
   }
@@ -125,9 +127,10 @@ EventLoop::SourceHandle EventLoop::whenChanged(const std::string& folder,
                                                std::function<void(std::string_view name)> handler) {
   auto source = std::make_shared<Source>(std::move(handler));
   sd_event_source* raw = nullptr;
-  const int result = libsystemd().add_inotify(handle(), &raw, folder.c_str(),
-                                              IN_CLOSE_WRITE | IN_MOVE | IN_DELETE | IN_ONLYDIR,
-                                              &Source::onChange, source.get());
+  const int result = libsystemd().add_inotify(
+      handle(), &raw, folder.c_str(),
+      IN_CLOSE_WRITE | IN_MOVE | IN_DELETE | IN_CREATE | IN_MOVE_SELF | IN_ONLYDIR,
+      &Source::onChange, source.get());
   if (result == -ENOENT || result == -ENOTDIR) return nullptr;
   check(result, folder.c_str());
   source->hold(raw);
@@ -172,7 +175,9 @@ bool EventLoop::arm() {
   return sd.get_state(handle()) == SD_EVENT_ARMED;
 }
 
-int EventLoop::descriptor() const { return check(libsystemd().get_fd(mState->loop.get()), "events"); }
+int EventLoop::descriptor() const {
+  return check(libsystemd().get_fd(mState->loop.get()), "events");
+}
 
 sd_event* EventLoop::handle() { return mState->loop.get(); }
 

@@ -29,8 +29,10 @@ class EventLoop {
 
   SourceHandle whenReadable(int file, std::function<void()> handler);
 
-  /// Whenever a file of the folder was written, replaced or removed: its name, or no name when some
-  /// changes were lost. Absent when there is no such folder.
+  /// Whenever a file of the folder was written, replaced, removed or given other rights, or a
+  /// folder made in it: its name. No name when some changes were lost, and when the folder itself
+  /// has other rights or goes, after which nothing is heard of it. Absent when there is no such
+  /// folder.
   SourceHandle whenChanged(const std::string& folder,
                            std::function<void(std::string_view name)> handler);
 

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "platform/NotificationNames.h"
-#include "platform/PlatformException.h"
 
 namespace gatehall {
 
@@ -61,24 +60,15 @@ void MachineEvents::listenToLocale() {
 }
 
 void MachineEvents::watchFolders(const HostOptions& options, EventLoop& events, Log& log) {
-  const auto watch = [&](const std::string& folder,
-                         std::function<void(std::string_view name)> handler) {
-    try {
-      mFolders.push_back(events.whenChanged(folder, std::move(handler)));
-    } catch (const PlatformException& failure) {
-      log.diagnostic(failure.what());
-    }
+  const auto watch = [&](const std::string& folder, FolderWatch::Handler handler) {
+    mFolders.emplace_back(mRunLoop, events, log, folder, std::move(handler));
   };
-  watch(options.root + kEtc, [this](std::string_view name) {
-    mRunLoop.post([this, name = std::string(name)] { accountFileChanged(name); });
-  });
+  watch(options.root + kEtc, [this](std::string_view name) { accountFileChanged(name); });
   for (const auto* folder : kSettings) {
-    watch(options.root + folder,
-          [this](std::string_view) { mRunLoop.post([this] { refresh(); }); });
+    watch(options.root + folder, [this](std::string_view) { refresh(); });
   }
-  watch(SessionEvents::kFolder, [this](std::string_view name) {
-    mRunLoop.post([this, name = std::string(name)] { mSessions.fileChanged(name); });
-  });
+  watch(SessionEvents::kFolder,
+        [this](std::string_view name) { mSessions.fileChanged(std::string(name)); });
 }
 
 void MachineEvents::accountFileChanged(std::string_view name) {

@@ -1,15 +1,16 @@
 #pragma once
 
 #include <functional>
+#include <list>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/DirectoryService.h"
 #include "platform/Log.h"
 #include "platform/linux/AccountEvents.h"
 #include "platform/linux/BusWatch.h"
 #include "platform/linux/EventLoop.h"
+#include "platform/linux/FolderWatch.h"
 #include "platform/linux/HostOptions.h"
 #include "platform/linux/LinuxRunLoop.h"
 #include "platform/linux/LinuxSystemNotifications.h"
@@ -47,7 +48,7 @@ class MachineEvents {
   BusWatch mBus;
   AccountEvents mAccounts;
   SessionEvents mSessions;
-  std::vector<EventLoop::SourceHandle> mFolders;
+  std::list<FolderWatch> mFolders;
 };
 
 }  // namespace gatehall

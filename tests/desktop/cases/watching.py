@@ -10,6 +10,8 @@ ACCOUNTS = "org.freedesktop.Accounts"
 LIMITS = "com.endlessm.ParentalControls.SessionLimits"
 NONE, DAILY = 0, 1
 DAY = 86400
+HIDE_BOB = ("<plist version='1.0'><dict>"
+            "<key>HiddenUsersList</key><array><string>bob</string></array></dict></plist>\n")
 
 
 def _add_user(desktop, name, *options):
@@ -107,10 +109,15 @@ def administrators_who_are_hidden(desktop):
 
 def a_preference_that_is_set(desktop):
     watch = Watch(desktop)
-    watch.shows_promptly(lambda: desktop.write(
-        "/etc/gatehall/com.orvane.gatehall.plist",
-        '<plist version="1.0"><dict><key>HiddenUsersList</key><array><string>bob</string></array>'
-        '</dict></plist>\n'), {"bob": "removed"})
+    watch.shows_promptly(lambda: desktop.write("/etc/gatehall/com.orvane.gatehall.plist", HIDE_BOB),
+                         {"bob": "removed"})
+
+
+def a_managed_setting_whose_folder_was_not_there(desktop):
+    watch = Watch(desktop)
+    watch.shows_promptly(
+        lambda: desktop.write("/Library/Managed Preferences/com.orvane.gatehall.plist", HIDE_BOB),
+        {"bob": "removed"})
 
 
 def a_limit_of_sessions_that_is_set_changed_and_lifted(desktop):

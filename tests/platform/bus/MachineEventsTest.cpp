@@ -305,6 +305,26 @@ TEST_F(MachineEventsTest, RefreshForSettingsThatChange) {
   EXPECT_TRUE(isHeard(kRefresh));
 }
 
+TEST_F(MachineEventsTest, RefreshForSettingsWhoseFolderComesLaterOrGoesAndComesAgain) {
+  begin({});
+  for (int time = 0; time < 2; ++time) {
+    std::filesystem::create_directories(machine.path("/Library/Managed Preferences"));
+    EXPECT_TRUE(isHeard(kRefresh));
+    heard.clear();
+    machine.write("/Library/Managed Preferences/com.orvane.gatehall.plist", "<plist/>");
+    EXPECT_TRUE(isHeard(kRefresh));
+    heard.clear();
+    std::filesystem::remove_all(machine.path("/Library"));
+    EXPECT_TRUE(isHeard(kRefresh));
+    driveFor(loop(), 0.05);
+    heard.clear();
+  }
+  std::filesystem::create_directories(machine.path("/Library/Other Preferences"));
+  machine.write("/Library/Other Preferences/com.orvane.gatehall.plist", "<plist/>");
+  driveFor(loop(), 0.05);
+  EXPECT_THAT(heard, IsEmpty());
+}
+
 TEST_F(MachineEventsTest, TellOfTheLocaleAndOrderNamesByIt) {
   begin({"org.freedesktop.locale1"});
   const auto& swedish = "\u00e5sa";
