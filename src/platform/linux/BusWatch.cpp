@@ -142,8 +142,8 @@ bool BusWatch::isThere(std::string_view service) const {
   });
 }
 
-void BusWatch::start(std::function<void()> whenBack) {
-  mWhenBack = std::move(whenBack);
+void BusWatch::start(std::function<void(bool wasAway)> whenListening) {
+  mWhenListening = std::move(whenListening);
   connect();
 }
 
@@ -207,9 +207,9 @@ void BusWatch::connectOnce() {
 
 void BusWatch::ready() {
   mPause = kFirstPause;
-  if (!std::exchange(mWasAway, false)) return;
-  mLog.diagnostic("The system bus is back.");
-  mRunLoop.post(mWhenBack);
+  const bool wasAway = std::exchange(mWasAway, false);
+  if (wasAway) mLog.diagnostic("The system bus is back.");
+  mRunLoop.post([this, wasAway] { mWhenListening(wasAway); });
 }
 
 void BusWatch::lose(const std::string& why) {

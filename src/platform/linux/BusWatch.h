@@ -47,8 +47,8 @@ class BusWatch {
   bool isThere(std::string_view service) const;
 
   /// Connects, once everything to listen to is named. The handler is called when a connection comes
-  /// up after there was none: what happened meanwhile is not known.
-  void start(std::function<void()> whenBack);
+  /// up: what happened before is not known, be it since the start or while the bus was away.
+  void start(std::function<void(bool wasAway)> whenListening);
 
  private:
   struct Connection;
@@ -67,7 +67,7 @@ class BusWatch {
   Log& mLog;
   std::list<Service> mServices;
   std::list<Listener> mListeners;
-  std::function<void()> mWhenBack;
+  std::function<void(bool wasAway)> mWhenListening;
   std::unique_ptr<Connection> mConnection;
   std::uint64_t mAttempt = 0;  ///< what is left of another attempt is stale
   std::chrono::milliseconds mPause;

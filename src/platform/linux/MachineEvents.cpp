@@ -29,7 +29,8 @@ MachineEvents::MachineEvents(const HostOptions& options, Log& log, DirectoryServ
   listenToOthers();
   listenToLocale();
   watchFolders(options, events, log);
-  mBus.start([this] {
+  mBus.start([this](bool wasAway) {
+    if (!wasAway) return mSessions.listening();
     mSessions.readSessions();
     refresh();
   });

@@ -16,7 +16,7 @@ constexpr const char* kLogind = "org.freedesktop.login1";
 
 SessionEvents::SessionEvents(BusWatch& bus, LocalNotificationCenter& distributed,
                              LinuxSystemNotifications& system, Log& log)
-    : mDistributed(distributed), mSystem(system), mLog(log) {
+    : mDistributed(distributed), mSystem(system), mLog(log), mFirstConsole(console()) {
   readSessions();
   bus.follow(kLogind, [this](bool isThere) {
     if (!isThere) return;
@@ -68,6 +68,19 @@ SessionEvents::Login SessionEvents::login(const std::string& session) const {
 void SessionEvents::note(const std::string& session, bool isLoggedIn) {
   const bool changes = isLoggedIn ? mSessions.insert(session).second : mSessions.erase(session) > 0;
   if (changes) post(kSessionUserChangedNotification);
+}
+
+std::optional<std::string> SessionEvents::console() const {
+  try {
+    return sdLogin::activeSession(graphicalSession::kSeat);
+  } catch (const PlatformException& failure) {
+    mLog.error(failure.what());
+    return std::nullopt;
+  }
+}
+
+void SessionEvents::listening() {
+  if (console() != mFirstConsole) mSystem.post(kConsoleSessionChangedNotification);
 }
 
 void SessionEvents::readSessions() {

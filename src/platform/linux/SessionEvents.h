@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <set>
 #include <string>
 
@@ -24,6 +25,9 @@ class SessionEvents {
   /// Finds out who is logged in, when that is not known.
   void readSessions();
 
+  /// logind is heard from now on: what it said before, since this was made, is in its files.
+  void listening();
+
   /// logind wrote the session's file, in kFolder.
   void fileChanged(const std::string& session);
 
@@ -33,6 +37,7 @@ class SessionEvents {
   enum class Login { No, Yes, Unknown };
 
   void sessionsChanged(const BusSignal& signal);
+  std::optional<std::string> console() const;
   Login login(const std::string& session) const;
   void note(const std::string& session, bool isLoggedIn);
   void post(std::string_view notification);
@@ -40,7 +45,8 @@ class SessionEvents {
   LocalNotificationCenter& mDistributed;
   LinuxSystemNotifications& mSystem;
   Log& mLog;
-  std::set<std::string, std::less<>> mSessions;  ///< those with somebody logged in
+  const std::optional<std::string> mFirstConsole;  ///< the session that owned it at first
+  std::set<std::string, std::less<>> mSessions;    ///< those with somebody logged in
 };
 
 }  // namespace gatehall

@@ -258,6 +258,16 @@ TEST_F(MachineEventsTest, TellThatAnotherSessionOwnsTheConsole) {
   EXPECT_THAT(heard, ElementsAre(kConsole));
 }
 
+TEST_F(MachineEventsTest, TellOfAConsoleThatChangedBeforeItCouldBeHeard) {
+  if (!OwnRun::obstacle().empty()) GTEST_SKIP() << OwnRun::obstacle();
+  const OwnRun run;
+  OwnRun::write("seats/seat0", "ACTIVE=g1\nACTIVE_UID=1000\n");
+  loop().descriptor();
+  OwnRun::write("seats/seat0", "ACTIVE=g2\nACTIVE_UID=1001\n");
+  EXPECT_TRUE(isHeard(kConsole));
+  EXPECT_EQ(heard.size(), 1U);
+}
+
 TEST_F(MachineEventsTest, TellOfGroupsThatChange) {
   begin({});
   replace("/etc/group", "staff:x:50:ann\n");
