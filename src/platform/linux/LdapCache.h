@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -23,6 +26,10 @@ class LdapCache {
   std::optional<LdapEntries> find(Type type, LdapSlot slot, std::string_view value);
   void keep(Type type, LdapSlot slot, std::string_view value, LdapEntries entries);
 
+  /// The same unless something is known already.
+  void keepIfUnknown(Type type, LdapSlot slot, std::string_view value,
+                     const std::shared_ptr<const LdapEntry>& entry);
+
   /// An entry, to be found by its GUID, which is no other one's.
   void keepEntry(const std::shared_ptr<const LdapEntry>& entry);
 
@@ -37,18 +44,31 @@ class LdapCache {
   void drop();
 
  private:
+  template <class Content>
   struct Answer {
     double time;
-    LdapEntries entries;
+    Content content;
   };
-  using Answers = std::unordered_map<std::string, Answer>;
+  struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const {
+      return std::hash<std::string_view>()(text);
+    }
+  };
+  using Lists = Answer<LdapEntries>;
+  using One = Answer<std::shared_ptr<const LdapEntry>>;
+  /// What is kept. A group may have very many members.
+  struct Answers {
+    std::unordered_map<std::string, Lists, TextHash, std::equal_to<>> lists;
+    std::unordered_map<std::string, One, TextHash, std::equal_to<>> names;
+    std::unordered_map<std::string_view, One> entries;  ///< by the text of an entry's own GUID
+  };
 
-  static std::string key(Type type, LdapSlot slot, std::string_view value);
-  static std::string entryKey(std::string_view guid) { return "e" + std::string(guid); }
-  std::optional<LdapEntries> findKey(const std::string& key);
-  void keepKey(std::string key, LdapEntries entries);
   double now() { return mClock.now().time_since_epoch().count(); }
-  bool isGood(const Answer& answer, double now) const;
+  template <class Map>
+  auto findIn(const Map& map, std::string_view key)
+      -> std::optional<decltype(map.begin()->second.content)>;
+  void makeRoom(double now);
   void dropOld(double now);
 
   Clock& mClock;

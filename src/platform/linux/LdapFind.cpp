@@ -174,7 +174,7 @@ LdapEntries findByPattern(LdapDirectory& directory, Type type, LdapSlot slot,
 
 /// Finds the entries of names that nothing is known of, by one comparison with many names at once.
 LdapEntries searchNames(LdapDirectory& directory,
-                        const std::unordered_map<std::string, std::string>& names) {
+                        const std::unordered_map<std::string_view, std::string_view>& names) {
   const bool isActiveDirectory = directory.settings().profile == LdapProfile::ActiveDirectory;
   const std::string_view attribute = isActiveDirectory ? "distinguishedName" : "entryDN";
   std::vector<std::string> terms;
@@ -291,18 +291,22 @@ LdapCandidates findCandidates(LdapDirectory& directory, const QueryDescription& 
 LdapEntries findByNames(LdapDirectory& directory, const Strings& names) {
   auto& cache = directory.cache();
   Strings canonicals;
-  std::unordered_map<std::string, std::string> missing;
-  std::unordered_map<std::string, std::shared_ptr<const LdapEntry>> known;
-  for (const auto& name : names) {
-    auto canonical = ldapName::canonical(name).value_or("");
-    if (!canonical.empty() && !known.contains(canonical) && !missing.contains(canonical)) {
-      if (auto entry = cache.findName(canonical)) {
-        known.emplace(canonical, std::move(*entry));
-      } else {
-        missing.emplace(canonical, name);
-      }
+  canonicals.reserve(names.size());
+  for (const auto& name : names) canonicals.push_back(ldapName::canonical(name).value_or(""));
+  // By the canonical names, which stay where they are.
+  std::unordered_map<std::string_view, std::shared_ptr<const LdapEntry>> known;
+  known.reserve(names.size());
+  std::unordered_map<std::string_view, std::string_view> missing;
+  for (std::size_t index = 0; index < names.size(); ++index) {
+    const std::string_view canonical = canonicals[index];
+    if (canonical.empty()) continue;
+    const auto [entry, isNew] = known.try_emplace(canonical);
+    if (!isNew) continue;
+    if (auto kept = cache.findName(canonical)) {
+      entry->second = std::move(*kept);
+    } else {
+      missing.emplace(canonical, names[index]);
     }
-    canonicals.push_back(std::move(canonical));
   }
   if (!missing.empty()) {
     for (const auto& entry : searchNames(directory, missing)) {
@@ -313,11 +317,9 @@ LdapEntries findByNames(LdapDirectory& directory, const Strings& names) {
       // Login names are looked up next, those of a group's members for one.
       const auto slot = LdapSlot::Name;
       for (const auto& name : entry->of(slot)) {
-        if (!cache.find(entry->type, slot, name.text)) {
-          cache.keep(entry->type, slot, name.text, {entry});
-        }
+        cache.keepIfUnknown(entry->type, slot, name.text, entry);
       }
-      known.emplace(*canonical, entry);
+      known.find(*canonical)->second = entry;
     }
     for (const auto& [canonical, name] : missing) cache.keepName(canonical, nullptr);
   }

@@ -1,8 +1,13 @@
 #include <nlohmann/json.hpp>
 #include <random>
+#include <unistd.h>
 
+#include "ctl/Json.h"
 #include "ctl/Verbs.h"
+#include "platform/instrumented/InstrumentedPlatform.h"
+#include "platform/instrumented/RecordingLoginService.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "switcher/SwitchFlow.h"
 #include "tests/ctl/Run.h"
 #include "tests/platform/ldap/fixture/LdapMachine.h"
 
@@ -145,7 +150,12 @@ std::string ldifOf(const Node& node) {
 
 Json worldOf(const std::vector<Node>& nodes) {
   Json covered = {"local", "unix"};
-  Json all = Json::array({{{"name", "local"}}, {{"name", "unix"}}});
+  const Json admins = {
+      {"type", "Groups"},
+      {"attributes",
+       {{"RecordName", "admin"}, {"GUID", guidOf(9, '1', 0)}, {"GroupMembership", {"root"}}}}};
+  Json all =
+      Json::array({{{"name", "local"}, {"records", Json::array({admins})}}, {{"name", "unix"}}});
   for (const auto& node : nodes) {
     const auto name = "ldap/" + node.name;
     covered.push_back(name);
@@ -179,7 +189,8 @@ Json worldOf(const std::vector<Node>& nodes) {
     }
     all.push_back({{"name", name}, {"records", records}});
   }
-  return {{"directory",
+  return {{"process", {{"effectiveUserID", geteuid()}}},
+          {"directory",
            {{"localNode", "local"},
             {"searchNode", {{"name", "search"}, {"covers", covered}}},
             {"nodes", all}}}};
@@ -213,6 +224,23 @@ class LdapAlike : public testing::TestWithParam<unsigned> {
     return ctl::verbNamed(words.front())
         ->run(host, {.operands = operands, .json = true, .screen = screen})
         .json;
+  }
+
+  /// What the login service is asked for; it is not asked.
+  Json switchesOnTheMachine(const std::string& userID) {
+    const auto loginService = std::make_shared<RecordingLoginService>();
+    const auto log = std::make_shared<KeptLog>();
+    Platform::install(std::make_shared<InstrumentedPlatform>(
+        std::make_shared<LinuxPlatform>(machine.options, log), std::vector<Fault>(), nullptr,
+        InstrumentedPlatform::Substitutes{.loginService = loginService, .log = log, .text = {}}));
+    runSwitch(std::array<std::string_view, 2>{"-switchToUserID", userID});
+    Platform::install(nullptr);
+    Json requests = Json::array();
+    for (const auto& request : loginService->requests()) {
+      requests.push_back(
+          {{"operation", request.operation}, {"attributes", ctl::toJson(request.attributes)}});
+    }
+    return requests;
   }
 
   void expectAlike(const Strings& words, std::string_view part = "") {
@@ -256,15 +284,16 @@ TEST_P(LdapAlike, VerbsAnswerTheSame) {
   expectAlike(ids);
   for (const auto index : {0U, 7U, 20U}) {
     const auto id = std::to_string(nodes[1].people[index].userID);
-    for (const auto* part : {"shortName", "longName", "getUid", "getGUID", "shell", "node",
-                             "authAuthority", "shouldAuthenticate", "isLocalUser"}) {
-      if (inTheWorld({"user", id}).is_null()) {
-        EXPECT_TRUE(onTheMachine({"user", id}).is_null());
-      } else {
-        EXPECT_EQ(onTheMachine({"user", id})[part], inTheWorld({"user", id})[part]) << part;
-      }
-    }
+    expectAlike({"user", id});
+    EXPECT_EQ(switchesOnTheMachine(id).dump(1),
+              inTheWorld({"switch", "-switchToUserID", id})["loginService"].dump(1));
   }
+  for (const auto* verb : {"users", "admins"}) expectAlike({verb}, "users");
+  for (const auto* verb : {"network", "prefs"}) expectAlike({verb});
+  // Where a server is and how fast stands only where there is one.
+  auto directories = onTheMachine({"directories"});
+  for (auto& node : directories) node["server"] = node["roundTripMilliseconds"] = nullptr;
+  EXPECT_EQ(directories.dump(1), inTheWorld({"directories"}).dump(1));
 }
 
 INSTANTIATE_TEST_SUITE_P(MadeUp, LdapAlike, testing::Values(1U, 2U));

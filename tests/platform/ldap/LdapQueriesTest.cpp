@@ -165,4 +165,29 @@ TEST(LdapSizeLimit, IsNoneOfAListThatIsFetchedInPages) {
   EXPECT_EQ(machine.userNames("RecordName", MatchType::EqualTo, names), names);
 }
 
+TEST_F(LdapQueries, ListAllRecordsInPagesThatGrow) {
+  const auto everybody = machine.allNetworkUsers();
+  LdapMachine other;
+  other.configure(
+      LdapMachine::table("test", LdapMachine::quoted(server().uri()), "tls = \"off\"\n"));
+  const auto before = LdapConnection::searchesSent();
+  EXPECT_EQ(other.allNetworkUsers(), everybody);
+  EXPECT_LE(LdapConnection::searchesSent() - before, 3U) << "a sign of life and two pages";
+}
+
+TEST(LdapSizeLimit, OfAPageIsFoundOut) {
+  std::string ldif;
+  Strings names;
+  for (int number = 0; number < 2100; ++number) {
+    ldif += ldifOf(LdifUser{crowdName(number), static_cast<std::uint32_t>(20000 + number), 600});
+    names.push_back(crowdName(number));
+  }
+  const Slapd slapd({.ldif = ldif, .database = "limits * size.pr=1000 size.prtotal=unlimited\n"});
+  LdapMachine machine;
+  machine.configure(
+      LdapMachine::table("test", LdapMachine::quoted(slapd.uri()), "tls = \"off\"\n"));
+  EXPECT_EQ(machine.allNetworkUsers(), names);
+  EXPECT_THAT(machine.log.lines(), IsEmpty());
+}
+
 }  // namespace gatehall
