@@ -1,11 +1,17 @@
 // A directory of 70,000 users and 2,000 groups in a slapd: gatehallctl against ldapsearch(1) for
-// all users, for a group of 20,000 through three levels, and for one user. And what one directory
-// of three costs that accepts nothing. It runs in a mount namespace of its own, in which /etc is a
-// copy. Needs root.
+// all users and for a group of 20,000 through three levels, and against getent(1) through nslcd(8)
+// for all users and for one. And what one directory of three costs that accepts nothing. It runs in
+// a mount namespace of its own, in which /etc is a copy. Needs root.
+//
+// Environment: NSLCD_ROOT is the folder in which the packages nslcd and libnss-ldapd are unpacked.
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
+#include <thread>
 
 #include "bench/DirectoryServer.h"
 #include "directory/GroupMembership.h"
@@ -86,9 +92,10 @@ void writeLdif(const std::filesystem::path& file) {
   }
 }
 
-std::string table(const std::string& name, const std::string& uri) {
-  return "[[directory]]\nname = \"" + name + "\"\nservers = [\"" + uri + "\"]\nbase = \"" +
-         kSuffix + "\"\nprofile = \"rfc2307bis\"\ntls = \"off\"\ntime-limit = 2\n";
+std::string table(const std::string& name, const std::string& uri,
+                  const std::string& base = kSuffix) {
+  return "[[directory]]\nname = \"" + name + "\"\nservers = [\"" + uri + "\"]\nbase = \"" + base +
+         "\"\nprofile = \"rfc2307bis\"\ntls = \"off\"\ntime-limit = 2\n";
 }
 
 void configure(const std::string& tables) {
@@ -168,6 +175,110 @@ std::uint64_t roundTrips() {
   });
 }
 
+/// The most memory that the command held, in bytes.
+double peakOf(const Command& command) {
+  int status = 0;
+  rusage used{};
+  wait4(start(command), &status, 0, &used);
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) fail(command[0] + " failed");
+  return static_cast<double>(used.ru_maxrss) * 1024;
+}
+
+/// The values that a record of the middle has.
+std::size_t attributeBytes() {
+  std::size_t bytes = 0;
+  for (const char* value : {"user35000", "Person Number 35000", "45000", "100", "/home/user35000",
+                            "/bin/bash", "6c6b2f1e-0001-4000-8000-000000035000"}) {
+    bytes += std::strlen(value);
+  }
+  return bytes;
+}
+
+void measureMemory(const Command& listUsers, const std::string& uri) {
+  configure(table("example", uri, std::string("ou=groups,") + kSuffix));
+  const double without = peakOf(listUsers);
+  configure(table("example", uri, kSuffix));
+  const double most = peakOf(listUsers);
+  const double perUser = (most - without) / kUsers - static_cast<double>(attributeBytes());
+  std::printf(
+      "network-users-memory: %.0f bytes a user above its %zu bytes of attributes; %.0f MB\n",
+      perUser, attributeBytes(), most / 1e6);
+  std::printf("network-users-memory ratio %.2f aim 1.0\n", perUser / 1536);
+}
+
+/// nslcd, and what asks it.
+class NameService {
+ public:
+  NameService(const std::filesystem::path& root, const std::string& uri) {
+    // Its paths are built in; /etc is a copy, and /run is given a layer of its own.
+    if (mount("tmpfs", "/run", "tmpfs", 0, nullptr) != 0) fail("mount /run");
+    std::filesystem::create_directories("/run/nslcd");
+    std::ofstream("/etc/nslcd.conf") << "uri " << uri << "\nbase " << kSuffix << "\n";
+    std::ofstream("/etc/nsswitch.conf") << "passwd: files ldap\ngroup: files ldap\n";
+    mLibraries = (root / "lib/x86_64-linux-gnu").string();
+    mProcess = start({root / "usr/sbin/nslcd", "--nofork"});
+    for (int attempt = 0; attempt < 500; ++attempt) {
+      if (ask("user1") == 0) return;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    fail("nslcd");
+  }
+  ~NameService() {
+    kill(mProcess, SIGTERM);
+    waitpid(mProcess, nullptr, 0);
+    umount2("/run", MNT_DETACH);
+  }
+  NameService(const NameService&) = delete;
+  NameService& operator=(const NameService&) = delete;
+
+  /// getent for one user, or for all; how it ended.
+  int ask(const std::string& user = {}) const {
+    Command command{"/usr/bin/getent", "passwd"};
+    if (!user.empty()) command.push_back(user);
+    setenv("LD_LIBRARY_PATH", mLibraries.c_str(), 1);
+    const auto child = start(command);
+    unsetenv("LD_LIBRARY_PATH");
+    int status = 0;
+    waitpid(child, &status, 0);
+    return status;
+  }
+
+ private:
+  std::string mLibraries;
+  pid_t mProcess = 0;
+};
+
+void compareWithNameService(const std::string& ctl, const std::string& uri) {
+  const char* root = std::getenv("NSLCD_ROOT");
+  if (root == nullptr || !std::filesystem::exists(std::filesystem::path(root) / "usr/sbin/nslcd")) {
+    std::printf("network-nslcd: NOT MEASURED: there is no nslcd; NSLCD_ROOT names none\n");
+    return;
+  }
+  const NameService names(root, uri);
+  const auto one = compare(
+      41,
+      [&] {
+        run({ctl, "can-log-in", std::to_string(kFirstUserID + kUsers / 2)});
+      },
+      [&] {
+        if (names.ask("user" + std::to_string(kUsers / 2)) != 0) fail("getent");
+      });
+  std::printf("network-can-log-in: %.1f ms, a cold process; getent through nslcd %.1f ms\n",
+              one.ours * 1e3, one.theirs * 1e3);
+  std::printf("network-can-log-in ratio %.2f aim 2.5\n", one.ours / one.theirs);
+  const auto all = compare(
+      kRuns,
+      [&] {
+        run({ctl, "network-users"});
+      },
+      [&] {
+        if (names.ask() != 0) fail("getent");
+      });
+  std::printf("network-users-nslcd: %.3f s for %d users; getent through nslcd %.3f s\n", all.ours,
+              kUsers, all.theirs);
+  std::printf("network-users-nslcd ratio %.2f aim 1.0\n", all.ours / all.theirs);
+}
+
 void isolate(const std::filesystem::path& folder) {
   if (unshare(CLONE_NEWNS) != 0) fail("unshare");
   if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) fail("mount");
@@ -191,19 +302,9 @@ int main(int, char** argv) {
     settings.usersBase = settings.groupsBase = kSuffix;
     settings.profile = LdapProfile::Rfc2307bis;
     const LdapSchemas schemas(settings);
-    configure(table("example", uri));
-
-    const auto one = compare(
-        21,
-        [&] {
-          run({ctl, "can-log-in", std::to_string(kFirstUserID + kUsers / 2)});
-        },
-        [&] {
-          run(search(uri, "(&" + schemas.users.filter() + "(uidNumber=45000))",
-                     schemas.users.wanted(), false));
-        });
-    std::printf("network-can-log-in: %.1f ms cold; ldapsearch of the user %.1f ms\n",
-                one.ours * 1e3, one.theirs * 1e3);
+    // First, while this process is small: what it holds counts for those that it starts.
+    measureMemory({ctl, "network-users"}, uri);
+    compareWithNameService(ctl, uri);
 
     const auto trips = roundTrips();
     const double most = static_cast<double>(kLevels.size()) + 20000.0 / kFilterTerms;
