@@ -18,12 +18,16 @@ def _configure(desktop):
                   'base = "dc=example,dc=org"\ntls = "off"\n')
 
 
-def _start(desktop):
-    """The directory answers, and dana is one of the machine's users."""
-    _configure(desktop)
-    for unit in ("directory.service", "nslcd.service"):
+def _start(desktop, *units):
+    for unit in units:
         run("systemctl", "start", unit)
         desktop.after(run, "systemctl", "stop", unit)
+
+
+def _bring_dana(desktop):
+    """The directory answers, and dana is one of the machine's users."""
+    _configure(desktop)
+    _start(desktop, "directory.service", "nslcd.service")
     home = Path("/home/dana")
     shutil.copytree("/etc/skel", home)
     desktop.after(shutil.rmtree, home)
@@ -59,14 +63,14 @@ def _says_that_the_directory_is_away(result):
 
 
 def a_network_user_without_a_password_gets_a_session_and_is_asked_nothing(desktop):
-    _start(desktop)
+    _bring_dana(desktop)
     result = _is_admitted(desktop, "dana", DANA)
     assert result.log == [], result
     assert desktop.asked() == ["user dana"]
 
 
 def a_network_users_running_session_comes_straight_to_the_front(desktop):
-    _start(desktop)
+    _bring_dana(desktop)
     dana = desktop.start_session_of("dana")
     desktop.bring_to_front("ann")
     desktop.switch("-switchToUserID", DANA)
@@ -75,20 +79,20 @@ def a_network_users_running_session_comes_straight_to_the_front(desktop):
 
 
 def a_network_user_on_the_deny_list_is_refused(desktop):
-    _start(desktop)
+    _bring_dana(desktop)
     _deny(desktop, DANAS)
     assert _is_refused(desktop, DANA).log == []
 
 
 def a_network_user_is_admitted_where_the_deny_list_names_someone_else(desktop):
-    _start(desktop)
+    _bring_dana(desktop)
     _deny(desktop, CAROLS)
     assert _is_admitted(desktop, "dana", DANA).log == []
 
 
 def a_network_user_is_refused_while_the_directory_is_away(desktop):
     """The machine still knows dana, who is logged in; the directory's word is missing."""
-    _start(desktop)
+    _bring_dana(desktop)
     dana = desktop.start_session_of("dana")
     desktop.bring_to_front("ann")
     run("systemctl", "stop", "directory.service")
@@ -110,8 +114,10 @@ def a_mobile_user_is_admitted_by_a_deny_list_of_others_while_the_directory_is_aw
     _says_that_the_directory_is_away(_is_admitted(desktop, "erin", "1003"))
 
 
-def a_local_user_waits_for_no_directory_that_keeps_silent(desktop):
+def a_local_user_waits_for_a_silent_directory_no_longer_than_its_limit(desktop):
     """It takes connections and says nothing."""
-    _start(desktop)
+    _configure(desktop)
+    _start(desktop, "directory.service")
     desktop.freeze("directory.service")
-    _is_admitted(desktop, "bob", "1001")
+    result = _is_admitted(desktop, "bob", "1001")
+    _says_that_the_directory_is_away(result)
