@@ -25,7 +25,12 @@ int main(int argc, char** argv) {
         "Unable to Fast User Switch: The caller's limits on memory or open files are too low.");
     return 0;
   }
-  gatehall::runSwitch(words);
+  try {
+    gatehall::runSwitch(words);
+  } catch (const gatehall::PlatformException& failure) {
+    gatehall::platform().log().error(failure.what());
+    throw;
+  }
   gatehall::Platform::install(nullptr);
   return 0;
 }

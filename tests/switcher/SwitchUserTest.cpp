@@ -108,7 +108,7 @@ TEST_F(SwitchUser, WhoIsDisabledIsNotFound) {
   EXPECT_TRUE(errors().empty());
 }
 
-TEST_F(SwitchUser, OfSeveralWithTheIDIsTheOneWhoseLongNameSortsFirst) {
+TEST_F(SwitchUser, OfTwoWithTheIDIsTheLocalOneThoughTheOtherSortsFirst) {
   mWorld->directory()
       .node(cast::kNetworkNode)
       ->addRecord({"Users",

@@ -108,6 +108,10 @@ void Machine::write(const std::string& name, const std::string& content) const {
   std::ofstream(path) << content;
 }
 
+void Machine::remove(const std::string& name) const {
+  std::filesystem::remove(mFolder / "etc" / name);
+}
+
 /// In the child: puts the machine's files, its bus, its sessions and its log where the tool finds
 /// them.
 void Machine::enter() const {
@@ -135,6 +139,11 @@ void Machine::enter() const {
   std::ofstream("/run/systemd/seats/seat0") << "IS_SEAT0=1\nACTIVE=2\nACTIVE_UID=1000\n";
   std::ofstream("/run/systemd/sessions/2")
       << "UID=1000\nUSER=ann\nACTIVE=1\nSTATE=active\nTYPE=x11\nCLASS=user\nSEAT=seat0\n";
+  if (!brokenFile.empty()) {
+    // Reading it from its beginning ends with EIO: nothing is mapped there (proc(5)).
+    const auto target = mFolder / "etc" / brokenFile;
+    must(mount("/proc/self/mem", target.c_str(), nullptr, MS_BIND, nullptr) == 0);
+  }
   if (hasBus) {
     std::filesystem::create_directories("/run/dbus");
     must(symlink(socketPath(bus.address()).c_str(), "/run/dbus/system_bus_socket") == 0);
@@ -173,6 +182,7 @@ ToolRun Machine::run(const std::vector<std::string>& words, const Caller& caller
     if (caller.closesStandardDescriptors) {
       for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) close(descriptor);
     }
+    must(caller.folder.empty() || chdir(caller.folder.c_str()) == 0);
     for (const auto& [resource, limit] : caller.limits) {
       const rlimit both{limit, limit};
       must(setrlimit(static_cast<__rlimit_resource>(resource), &both) == 0);

@@ -28,6 +28,8 @@ struct Caller {
   std::vector<std::string> name{"gatehall-switch"};
   std::vector<std::string> environment{};
   bool closesStandardDescriptors = false;
+  /// Where it stands; empty: where the test does.
+  std::string folder{};
   /// Soft and hard limit each, by resource (getrlimit(2)).
   std::vector<std::pair<int, std::uint64_t>> limits{};
 };
@@ -47,9 +49,12 @@ class Machine {
   PrivateBus bus;
   /// Without one there is no socket where the system bus would be.
   bool hasBus = true;
+  /// A file below /etc that root can open and nobody can read.
+  std::string brokenFile;
 
   /// Replaces a file below /etc, and its owner reads it only if it is private.
   void write(const std::string& name, const std::string& content) const;
+  void remove(const std::string& name) const;
 
   /// Runs the tool to its end. Meanwhile, as long as it runs, `watch` is called with its process id
   /// over and over.

@@ -1,11 +1,20 @@
 // The real gatehall-switch, as it is installed, on a machine of its own.
 
+#include <arpa/inet.h>
+#include <array>
+#include <cerrno>
+#include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
+#include <netinet/in.h>
 #include <string>
+#include <sys/inotify.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 #include "tests/tool/Machine.h"
@@ -29,12 +38,76 @@ constexpr const char* kRoot = "User is root user.";
 constexpr const char* kNotTheOwner =
     "Unable to Fast User Switch: User must be the current console user or root.";
 
-constexpr const char* kDenyEverybody =
-    "<plist "
-    "version=\"1.0\"><dict><key>DenyList</key><array><string>*</string></array></dict></plist>";
+constexpr const char* kSettings = "gatehall/com.orvane.gatehall.plist";
+constexpr const char* kNoLocalUsers =
+    "<plist version=\"1.0\"><dict><key>LocalUserLoginEnabled</key><false/></dict></plist>";
 
 const std::string kSeat = "/org/freedesktop/DisplayManager/Seat0 ";
 const std::string kLogin1 = "/org/freedesktop/login1 ";
+
+/// A server on loopback that takes calls and never answers.
+class TcpListener {
+ public:
+  TcpListener() {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto* general = reinterpret_cast<sockaddr*>(&address);
+    socklen_t size = sizeof address;
+    if (bind(mSocket, general, size) != 0 || listen(mSocket, 8) != 0 ||
+        getsockname(mSocket, general, &size) != 0) {
+      throw std::system_error(errno, std::generic_category(), "a socket");
+    }
+    mPort = ntohs(address.sin_port);
+  }
+  ~TcpListener() { close(mSocket); }
+  TcpListener(const TcpListener&) = delete;
+  TcpListener& operator=(const TcpListener&) = delete;
+
+  int port() const { return mPort; }
+
+  bool wasCalled() const {
+    const int call = accept4(mSocket, nullptr, nullptr, SOCK_CLOEXEC);
+    if (call >= 0) close(call);
+    return call >= 0;
+  }
+
+ private:
+  const int mSocket = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+  int mPort = 0;
+};
+
+/// A file, alone in a folder, that remembers whether somebody opened it.
+class OpenedFile {
+ public:
+  OpenedFile(const std::string& name, const std::string& content) {
+    if (mkdtemp(mFolder.data()) == nullptr || chmod(mFolder.data(), 0755) != 0) {
+      throw std::system_error(errno, std::generic_category(), "a folder");
+    }
+    const auto path = folder() + '/' + name;
+    std::ofstream(path) << content;
+    if (inotify_add_watch(mWatch, path.c_str(), IN_OPEN) < 0) {
+      throw std::system_error(errno, std::generic_category(), "a watch");
+    }
+  }
+  ~OpenedFile() {
+    close(mWatch);
+    std::filesystem::remove_all(folder());
+  }
+  OpenedFile(const OpenedFile&) = delete;
+  OpenedFile& operator=(const OpenedFile&) = delete;
+
+  std::string folder() const { return mFolder.data(); }
+
+  bool wasOpened() const {
+    inotify_event event{};
+    return read(mWatch, &event, sizeof event) == static_cast<ssize_t>(sizeof event);
+  }
+
+ private:
+  const int mWatch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  std::array<char, 32> mFolder{"/tmp/gatehall-trap-XXXXXX"};
+};
 
 class SwitchTool : public testing::Test {
  protected:
@@ -149,7 +222,7 @@ TEST_F(SwitchTool, HasGivenUpTheShadowGroupBeforeItAsksForASwitch) {
     std::ifstream status("/proc/" + std::to_string(tool) + "/status");
     for (std::string line; std::getline(status, line);) {
       if (line.starts_with("Uid:")) users = line;
-      if (line == "Gid:\t1000\t1000\t1000\t1000") gaveUp = true;
+      if (line.starts_with("Gid:")) gaveUp = line == "Gid:\t1000\t1000\t1000\t1000";
     }
   });
   EXPECT_TRUE(gaveUp);
@@ -181,23 +254,56 @@ TEST_F(SwitchTool, WorksWithClosedStandardDescriptors) {
             kSeat + "SwitchToUser 'bob' ''\n" + kSeat + "SwitchToUser 'bob' ''\n");
 }
 
-/// An administrator's list must not go away because a caller leaves the tool too little to read it.
-TEST_F(SwitchTool, NeverSwitchesAgainstTheDenyListHoweverLittleItsCallerLeavesIt) {
-  machine->write("gatehall/com.orvane.gatehall.plist", kDenyEverybody);
-  start({"lightdm", "logind"});
-  const auto sweep = [&](int resource, const std::vector<std::uint64_t>& limits) {
-    for (const auto limit : limits) {
-      machine->run({"-switchToUserID", "1001"}, {.userID = kAnn, .limits = {{resource, limit}}});
-      ASSERT_EQ(machine->bus.calls(), "") << resource << ' ' << limit;
-    }
+/// An administrator's setting must not go away because a caller leaves the tool too little to read
+/// it.
+TEST_F(SwitchTool, NeverSwitchesAgainstASettingHoweverLittleItsCallerLeavesIt) {
+  const auto callsWith = [&](const Caller& caller) {
+    start({"lightdm", "logind"});
+    machine->run({"-switchToUserID", "1001"}, caller);
+    return machine->bus.calls();
   };
+  machine->write(kSettings, kNoLocalUsers);
   std::vector<std::uint64_t> sizes;
-  for (std::uint64_t size = 1U << 20U; size < 512U << 20U; size += size / 4) sizes.push_back(size);
-  sweep(RLIMIT_AS, sizes);
-  sweep(RLIMIT_DATA, sizes);
+  for (std::uint64_t size = 1U << 20U; size < 512U << 20U; size += size / 3) sizes.push_back(size);
   std::vector<std::uint64_t> counts;
   for (std::uint64_t count = 0; count < 24; ++count) counts.push_back(count);
-  sweep(RLIMIT_NOFILE, counts);
+  for (const auto& [resource, limits] :
+       {std::pair(RLIMIT_AS, sizes), {RLIMIT_DATA, sizes}, {RLIMIT_NOFILE, counts}}) {
+    for (const auto limit : limits) {
+      EXPECT_EQ(callsWith({.userID = kAnn, .limits = {{resource, limit}}}), "")
+          << resource << ' ' << limit;
+    }
+  }
+  EXPECT_EQ(callsWith({.userID = kAnn}), "");
+  machine->remove(kSettings);
+  EXPECT_EQ(callsWith({.userID = kAnn, .limits = {{RLIMIT_AS, sizes.back()}}}),
+            kSeat + "SwitchToUser 'bob' ''\n");
+}
+
+TEST_F(SwitchTool, EndsByASignalAndSaysWhyWhenASettingCanNotBeRead) {
+  machine->write(kSettings, kNoLocalUsers);
+  machine->brokenFile = kSettings;
+  start({"lightdm", "logind"});
+  const auto result = machine->run({"-switchToUserID", "1001"});
+  EXPECT_EQ(result.exitStatus, -1);
+  EXPECT_EQ(result.output, "");
+  EXPECT_THAT(result.log, ElementsAre(kRoot, testing::HasSubstr(kSettings)));
+  EXPECT_EQ(machine->bus.calls(), "");
+}
+
+/// libldap reads a file "ldaprc" there unless told otherwise (ldap.conf(5)).
+TEST_F(SwitchTool, ReadsNoFileWhereItsCallerStands) {
+  TcpListener silent;
+  machine->write("gatehall/directory.toml",
+                 "[[directory]]\nname = \"school\"\nbase = \"dc=school\"\ntls = \"off\"\n"
+                 "time-limit = 0.2\nservers = [\"ldap://127.0.0.1:" +
+                     std::to_string(silent.port()) + "\"]\n");
+  const OpenedFile trap("ldaprc", "TIMEOUT 1\n");
+  start({"lightdm", "logind"});
+  run({"-switchToUserID", "1001"}, {.userID = kAnn, .folder = trap.folder()});
+  EXPECT_TRUE(silent.wasCalled());
+  EXPECT_FALSE(trap.wasOpened());
+  EXPECT_EQ(machine->bus.calls(), kSeat + "SwitchToUser 'bob' ''\n");
 }
 
 TEST_F(SwitchTool, SaysThatItsCallersLimitsAreTooLow) {

@@ -30,7 +30,7 @@ inline constexpr std::size_t kLongestGroupLine = std::size_t{16} << 20U;
 /// whether a list that admits or refuses users is missing, can't be told.
 template <class Visit>
 int scan(const HostOptions& options, FaultLog& faults, std::string_view path, Visit visit) {
-  // What a set-group-id program has its group for: to open this one file.
+  // What a set-group-id program has its group for.
   std::optional<extraGroup::TakenUp> shadowGroup;
   if (path == kShadow) shadowGroup.emplace();
   LineFile file(options.root + std::string(path),

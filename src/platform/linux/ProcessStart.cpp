@@ -12,8 +12,9 @@ namespace gatehall {
 
 namespace {
 
-/// Beyond the sum of the limits on what the tool asks of others. What has none of its own is the
-/// system log, whose socket a stopped daemon lets fill up.
+/// Beyond what a switch may take, so that several in one run may each wait for services that don't
+/// answer. What has no limit of its own is the system log, whose socket a stopped daemon lets fill
+/// up.
 constexpr unsigned kLongestRunSeconds = 60;
 
 /// open(2) takes the lowest number that is free, so going upwards fills the gaps.
@@ -37,6 +38,8 @@ void resetSignals() {
 
 void distrustCaller() {
   clearenv();
+  // libldap would read a file in the folder that the caller stands in (ldap.conf(5)).
+  setenv("LDAPNOINIT", "1", 1);
   openStandardDescriptors();
   resetSignals();
   umask(S_IWGRP | S_IRWXO);

@@ -111,7 +111,7 @@ class Measure {
 
   double width(std::span<const TextRun> runs) {
     const auto stepped = runs.size() == 1 ? steppedWidth(runs.front()) : std::nullopt;
-    return static_cast<double>(stepped ? *stepped : shaped(runs).width) / PANGO_SCALE;
+    return static_cast<double>(stepped ? *stepped : std::int64_t{shaped(runs).width}) / PANGO_SCALE;
   }
 
  private:
@@ -133,11 +133,11 @@ class Measure {
   /// Names are measured over and over with a character more or less, so that the characters' widths
   /// are kept. In these alphabets two characters before one decide how it is drawn, one for kerning
   /// and two for ligatures, as long as none is missing from the font. Absent for another text.
-  std::optional<int> steppedWidth(const TextRun& run) {
+  std::optional<std::int64_t> steppedWidth(const TextRun& run) {
     if (!isStepwise(run.text)) return std::nullopt;
     auto& font = fontOf(run.attributes);
     if (font.steps.size() > kMostSteps) font.steps.clear();
-    int width = 0;
+    std::int64_t width = 0;
     std::uint64_t key = 0;
     for (std::size_t index = 0; index < run.text.size(); ++index) {
       key = (key << 16U | run.text[index]) & 0xFFFF'FFFF'FFFFU;
@@ -211,8 +211,8 @@ class Measure {
   std::map<std::string, Font, std::less<>> mFonts;
 };
 
-/// Pango counts bytes in 32 bits and widths in 1024ths of a point.
-constexpr std::size_t kLongestText = 100'000;
+/// Pango sums up widths in 32 bits, in 1024ths of a point.
+constexpr std::size_t kLongestText = 10'000;
 
 }  // namespace
 
