@@ -58,7 +58,12 @@ void NetworkStatus::addTarget(std::shared_ptr<NetworkStatusTarget> target) {
   auto& runLoop = platform().runLoop();
   mTargets.push_back(std::move(target));
   if (mUpdateNetworkStatus.exchange(true)) return;
-  runLoop.detachNewThread([measured = weak_from_this()] { networkStatusUpdateThread(measured); });
+  try {
+    runLoop.detachNewThread([measured = weak_from_this()] { networkStatusUpdateThread(measured); });
+  } catch (const PlatformException&) {
+    mUpdateNetworkStatus = false;
+    throw;
+  }
 }
 
 void NetworkStatus::removeTarget(const std::shared_ptr<NetworkStatusTarget>& target) {

@@ -158,8 +158,13 @@ std::shared_ptr<CachedUserList> UserAccess::visibleUsersList() {
 void UserAccess::buildVisibleUsersList() {
   auto& runLoop = platform().runLoop();
   if (mBuildingVisibleUsersList.exchange(true)) return;
-  runLoop.detachNewThread(
-      [self = shared_from_this()] { self->buildVisibleUsersListThreadController(); });
+  try {
+    runLoop.detachNewThread(
+        [self = shared_from_this()] { self->buildVisibleUsersListThreadController(); });
+  } catch (const PlatformException& failure) {
+    mBuildingVisibleUsersList = false;
+    platform().log().error(std::string("Unable to create user list: ") + failure.what());
+  }
 }
 
 void UserAccess::buildVisibleUsersListThreadController() {

@@ -28,7 +28,7 @@ class RunLoop {
   /// from the main run loop while the caller waits.
   virtual void performOnMainThreadAndWait(std::function<void()> task) = 0;
 
-  /// Starts a thread that nobody waits for but Platform::endThreads. From any thread.
+  /// Starts a thread that nobody waits for but Platform::endThreads. From any thread. May raise.
   virtual void detachNewThread(std::function<void()> body) = 0;
 
   /// Lets the calling thread wait.

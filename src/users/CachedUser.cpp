@@ -141,8 +141,13 @@ std::optional<Dictionary> CachedUser::attributes() const {
 }
 
 void CachedUser::updateUserAttributes() {
-  if (mDirvoRecord) mDirvoRecord->synchronize();
   mPicture = nullptr;
+  if (!mDirvoRecord) return;
+  try {
+    mDirvoRecord->synchronize();
+  } catch (const PlatformException&) {
+    // The record stays as it was read last.
+  }
 }
 
 std::optional<std::string> CachedUser::text(std::string_view kind) const {

@@ -71,8 +71,8 @@ class CachedUser {
   /// and when the directory does not answer. May raise PlatformException.
   std::optional<Dictionary> attributes() const;
 
-  /// Synchronizes the record with the directory and forgets the picture. May raise
-  /// PlatformException.
+  /// Synchronizes the record with the directory, as far as that answers, and forgets the picture.
+  /// Raises nothing.
   void updateUserAttributes();
 
   // Identity and naming. Absent or the stated number when the account lacks the attribute.

@@ -90,6 +90,15 @@ TEST_F(ChangeNotifications, AChangedFullNameIsReadAgainAndTheTargetsAreToldWitho
   EXPECT_EQ(access()->visibleUsersList(), list);
 }
 
+TEST_F(ChangeNotifications, AChangedFullNameThatCanNotBeReadStillTellsTheTargets) {
+  const auto list = access()->visibleUsersList();
+  fail({{"synchronize", Fault::Kind::PlatformException}});
+  post(kFullNameChanged, Dictionary{{"generatedUID", std::string(kBobGUID)}});
+  EXPECT_EQ(mTarget->told, 1);
+  EXPECT_EQ(access()->visibleUsersList(), list);
+  EXPECT_EQ(list->findUserByShortName("bob")->longName(), "Bob Ray");
+}
+
 TEST_F(ChangeNotifications, AChangedFullNameOfSomebodyNotListedStillTellsTheTargets) {
   access()->visibleUsersList();
   post(kFullNameChanged, Dictionary{{"generatedUID", std::string(kDanaGUID)}});

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
 #include <string_view>
 
 #include "platform/DirectoryService.h"
@@ -18,16 +21,33 @@ class AccountNotifications {
       : mRunLoop(runLoop), mDirectory(directory), mDistributed(distributed), mLog(log) {}
 
   /// Posts the notification with an attribute of the account under the key, nothing when there is
-  /// no such account. It is looked up beside the main thread: it may be in a network directory. The
-  /// texts are constants.
+  /// no such account. Accounts are looked up one after the other beside the main thread: they may
+  /// be in a network directory. The texts are constants.
   void post(std::uint32_t userID, std::string_view notification, std::string_view key,
             std::string_view kind);
 
  private:
+  struct Question {
+    std::uint32_t userID = 0;
+    std::string_view notification;
+    std::string_view key;
+    std::string_view kind;
+  };
+  /// What waits for the one thread that looks up.
+  struct Waiting {
+    std::mutex mutex;
+    std::deque<Question> questions;
+    bool isAnswered = false;  ///< by a thread that runs
+  };
+
+  void answerAll();
+  void answer(const Question& question);
+
   LinuxRunLoop& mRunLoop;
   DirectoryService& mDirectory;
   LocalNotificationCenter& mDistributed;
   Log& mLog;
+  std::shared_ptr<Waiting> mWaiting = std::make_shared<Waiting>();
 };
 
 }  // namespace gatehall

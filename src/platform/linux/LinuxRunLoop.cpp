@@ -90,8 +90,13 @@ void LinuxRunLoop::detachNewThread(std::function<void()> body) {
   });
   auto& thread = mThreads.emplace_back();
   const SignalsHeldBack heldBack;
-  thread.handle = std::thread(
-      [this, body = std::move(body), &thread]() mutable { runBody(std::move(body), thread); });
+  try {
+    thread.handle = std::thread(
+        [this, body = std::move(body), &thread]() mutable { runBody(std::move(body), thread); });
+  } catch (const std::system_error& error) {
+    mThreads.pop_back();
+    throw PlatformException(std::string("Unable to start a thread: ") + error.what());
+  }
 }
 
 void LinuxRunLoop::runBody(std::function<void()> body, Thread& thread) {

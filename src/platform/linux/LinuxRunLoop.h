@@ -52,7 +52,8 @@ class LinuxRunLoop final : public RunLoop {
   int descriptor();
 
   /// Does what there is to do, without waiting. With Common as in a modal panel: sources of the
-  /// default mode keep what they have. May be called from a task.
+  /// default mode keep what they have, and the descriptor does not tell of it, so that the program
+  /// dispatches once when the panel is closed. May be called from a task.
   void dispatch(RunLoopMode mode = RunLoopMode::Default);
 
   /// Runs until the process is asked to end (SIGINT, SIGTERM), or stop is called.
