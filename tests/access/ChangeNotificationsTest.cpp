@@ -91,8 +91,9 @@ TEST_F(ChangeNotifications, AChangedFullNameIsReadAgainAndTheTargetsAreToldWitho
 }
 
 TEST_F(ChangeNotifications, AChangedFullNameThatCanNotBeReadStillTellsTheTargets) {
-  const auto list = access()->visibleUsersList();
   fail({{"synchronize", Fault::Kind::PlatformException}});
+  access()->addTarget(mTarget);
+  const auto list = access()->visibleUsersList();
   post(kFullNameChanged, Dictionary{{"generatedUID", std::string(kBobGUID)}});
   EXPECT_EQ(mTarget->told, 1);
   EXPECT_EQ(access()->visibleUsersList(), list);
