@@ -145,8 +145,9 @@ void CachedUser::updateUserAttributes() {
   if (!mDirvoRecord) return;
   try {
     mDirvoRecord->synchronize();
-  } catch (const PlatformException&) {
+  } catch (const PlatformException& failure) {
     // The record stays as it was read last.
+    platform().log().diagnostic(std::string("Unable to read an account again: ") + failure.what());
   }
 }
 
