@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/PlatformException.h"
 #include "platform/portable/PangoText.h"
 #include "platform/portable/Utf16.h"
 #include "tests/platform/contracts/TextSystemContract.h"
@@ -137,6 +138,22 @@ TEST(PangoText, PassesOverAttributesThatItDoesNotDrawBy) {
   const std::vector<TextRun> plainRuns{{text, plain}};
   const std::vector<TextRun> oddRuns{{text, odd}};
   EXPECT_EQ(PangoText().width(oddRuns), PangoText().width(plainRuns));
+}
+
+TEST(PangoText, MeasuresTenThousandUnitsWithoutOverflowAndNoMore) {
+  const Dictionary large{{"Font", "Sans 150"}};
+  for (const char16_t letter :
+       {u'W', u'\u0e01'}) {  // one measured letter by letter, one as a whole
+    const std::u16string one(1, letter);
+    const std::u16string longest(10'000, letter);
+    const std::u16string tooLong(10'001, letter);
+    const std::vector<TextRun> oneRun{{one, large}};
+    const std::vector<TextRun> longestRun{{longest, large}};
+    const std::vector<TextRun> tooLongRun{{tooLong, large}};
+    PangoText text;
+    EXPECT_GT(text.width(longestRun), 5'000 * text.width(oneRun)) << static_cast<int>(letter);
+    EXPECT_THROW(text.width(tooLongRun), PlatformException);
+  }
 }
 
 }  // namespace
