@@ -72,13 +72,17 @@ std::vector<Address> addressesOf(const LdapURI& server, Deadline deadline) {
   auto lookup = lookUp(server.host, server.port, AI_NUMERICHOST);
   if (lookup.error == EAI_NONAME) {
     const auto pending = std::make_shared<PendingLookup>();
-    std::thread([pending, host = server.host, port = server.port] {
-      auto result = lookUp(host, port, AI_ADDRCONFIG);
-      const std::lock_guard lock(pending->mutex);
-      pending->result = std::move(result);
-      pending->isDone = true;
-      pending->changed.notify_all();
-    }).detach();
+    try {
+      std::thread([pending, host = server.host, port = server.port] {
+        auto result = lookUp(host, port, AI_ADDRCONFIG);
+        const std::lock_guard lock(pending->mutex);
+        pending->result = std::move(result);
+        pending->isDone = true;
+        pending->changed.notify_all();
+      }).detach();
+    } catch (const std::system_error& failure) {  // no more threads
+      fail(server, "its name can't be looked up: " + failure.code().message());
+    }
     std::unique_lock lock(pending->mutex);
     if (!pending->changed.wait_until(lock, deadline, [&] { return pending->isDone; })) {
       fail(server, "its name is not found in time");
