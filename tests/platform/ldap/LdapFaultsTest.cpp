@@ -1,88 +1,15 @@
 #include <poll.h>
 
 #include "platform/linux/LdapConnection.h"
-#include "tests/platform/ldap/fixture/LdapMachine.h"
-#include "tests/platform/ldap/fixture/ScriptedServer.h"
+#include "tests/platform/ldap/fixture/LdapFaults.h"
 
 namespace gatehall {
 namespace {
 
 using testing::AllOf;
-using testing::AnyOf;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-using Peer = ScriptedServer::Peer;
-using Request = ScriptedServer::Request;
-
-constexpr double kTimeLimit = 0.3;
-/// What a busy machine may take on top.
-constexpr double kPatience = 3;
-
-std::vector<ber::Attribute> danasAttributes() {
-  return {{"objectClass", {"posixAccount"}},
-          {"uid", {"dana"}},
-          {"cn", {"Dana Fox"}},
-          {"uidNumber", {"5000"}},
-          {"gidNumber", {"100"}},
-          {"entryUUID", {"5f000000-0000-4000-8000-0000000000da"}}};
-}
-std::string danasEntry() { return ber::entry("uid=dana,dc=example,dc=org", danasAttributes()); }
-
-/// Dana's entry with other values of one attribute; none takes it away.
-std::string entryWith(const std::string& name, std::vector<std::string> values) {
-  auto attributes = danasAttributes();
-  const auto same = std::ranges::find(attributes, name, &ber::Attribute::name);
-  if (same != attributes.end()) attributes.erase(same);
-  if (!values.empty()) attributes.push_back({name, std::move(values)});
-  return ber::entry("uid=odd,dc=example,dc=org", attributes);
-}
-
-std::string found(const Request& request, const std::vector<std::string>& entries,
-                  std::int32_t code = 0) {
-  std::string bytes;
-  for (const auto& entry : entries) bytes += ber::message(request.id, entry);
-  return bytes + ber::message(request.id, ber::result(ber::kSearchDone, code));
-}
-
-/// A machine whose one directory is such a server.
-class LdapFaults : public testing::Test {
- protected:
-  void serve(ScriptedServer::Script script) {
-    mServer = std::make_unique<ScriptedServer>(std::move(script));
-    configure(mServer->uri());
-  }
-
-  /// To every search, the entries, and the server goes on.
-  void answer(std::vector<std::string> entries, std::int32_t code = 0) {
-    serve([entries = std::move(entries), code](Peer& peer) {
-      peer.serve([&](const Request& request) {
-        peer.write(found(request, entries, code));
-        return true;
-      });
-    });
-  }
-
-  void configure(const std::string& uri, std::string_view more = "") {
-    machine.configure(LdapMachine::table("test", LdapMachine::quoted(uri),
-                                         "tls = \"off\"\ntime-limit = 0.3\n"
-                                         "total-time-limit = 0.6\n" +
-                                             std::string(more)));
-  }
-
-  /// The machine's own accounts are found, all of them, whatever the directory does; nothing takes
-  /// longer than it may.
-  void expectLocalAccounts(double limit = kTimeLimit) {
-    const Stopwatch watch;
-    EXPECT_THAT(machine.anywhere({"ann", "dana"}), ElementsAre("ann"));
-    EXPECT_LT(watch.seconds(), limit + kPatience);
-  }
-
-  std::unique_ptr<ScriptedServer> mServer;
-  LdapMachine machine;
-};
 
 }  // namespace
 
