@@ -125,8 +125,10 @@ struct LdapConnection::Session {
     return library().err2string(code);
   }
 
-  /// The next message to that operation, or to any.
+  /// The next message to that operation, or to any. A server that always has one more ready comes
+  /// to an end, too.
   Message wait(int operation, Deadline deadline) const {
+    if (std::chrono::steady_clock::now() >= deadline) lose("no answer in time", true);
     auto time = timeUntil(deadline);
     LDAPMessage* received = nullptr;
     const int type = library().result(ldap.get(), operation, LDAP_MSG_ONE, &time, &received);
@@ -172,7 +174,7 @@ struct LdapConnection::Session {
   }
 
   void startTls(const LdapSettings& settings, const std::string& root, Deadline deadline) const;
-  int send(const LdapSearch& search, const Pages* pages) const;
+  std::optional<int> send(const LdapSearch& search, const Pages* pages) const;
   std::string cookieOf(const Answer& answer) const;
   void decode(LDAPMessage* message, std::size_t index, const Sink& sink,
               std::vector<LdapAttribute>& room) const;
@@ -287,7 +289,9 @@ LdapBindResult LdapConnection::bind(const std::string& name, std::string_view pa
   return bound;
 }
 
-int LdapConnection::Session::send(const LdapSearch& search, const Pages* pages) const {
+/// The operation; none while a request that was sent before is still on its way out.
+std::optional<int> LdapConnection::Session::send(const LdapSearch& search,
+                                                 const Pages* pages) const {
   std::vector<char*> attributes;
   attributes.reserve(search.attributes.size() + 1);
   for (const auto& each : search.attributes) attributes.push_back(const_cast<char*>(each.c_str()));
@@ -301,11 +305,13 @@ int LdapConnection::Session::send(const LdapSearch& search, const Pages* pages) 
   }
   std::array<LDAPControl*, 2> controls{page.get(), nullptr};
   int operation = 0;
-  check(library().search_ext(
+  const int status = library().search_ext(
       ldap.get(), search.base.c_str(),
       search.scope == LdapSearch::Scope::Base ? LDAP_SCOPE_BASE : LDAP_SCOPE_SUBTREE,
       search.filter.c_str(), attributes.data(), 0, controls.data(), nullptr, nullptr, LDAP_NO_LIMIT,
-      &operation));
+      &operation);
+  if (status == LDAP_BUSY) return std::nullopt;
+  check(status);
   ++gSearchesSent;
   return operation;
 }
@@ -357,21 +363,32 @@ std::vector<LdapResult> LdapConnection::search(std::span<const LdapSearch> searc
   std::unordered_map<int, std::size_t> running;
   std::vector<LdapAttribute> room;
   std::size_t next = 0;
+  std::vector<std::size_t> unsent;  // begun, and waiting for the connection; the last goes first
   bool hasBegun = false;
   std::optional<Pages> pages;  // a server keeps the place of one paged search a connection
   const auto send = [&](std::size_t index) {
     const bool isPaged = searches[index].isPaged;
+    const auto operation = mSession->send(searches[index], isPaged ? &*pages : nullptr);
+    if (!operation) return false;
     if (isPaged) pages->start();
     mSession->transport->gathers = pages && !pages->cookie().empty();
-    running.emplace(mSession->send(searches[index], isPaged ? &*pages : nullptr), index);
+    running.emplace(*operation, index);
+    return true;
   };
   const auto sendMore = [&] {
-    while (next < searches.size() && running.size() < kAtATime) {
-      if (searches[next].isPaged) {
-        if (pages) return;
-        pages.emplace(mSession->pageSize);
+    while (running.size() < kAtATime) {
+      if (unsent.empty()) {
+        if (next == searches.size() || (searches[next].isPaged && pages)) return;
+        if (searches[next].isPaged) pages.emplace(mSession->pageSize);
+        unsent.push_back(next++);
       }
-      send(next++);
+      if (send(unsent.back())) {
+        unsent.pop_back();
+      } else if (running.empty()) {
+        mSession->lose("nothing can be sent", false);
+      } else {
+        return;  // what is on its way out has to be there before it is answered
+      }
     }
   };
   const auto answerDeadline = [&] {
@@ -415,7 +432,7 @@ std::vector<LdapResult> LdapConnection::search(std::span<const LdapSearch> searc
     if (searches[index].isPaged) {
       if (pages->advance(result, mSession->cookieOf(answer), limits.answer)) {
         hasBegun = true;
-        send(index);
+        unsent.push_back(index);
       } else {
         pages.reset();
         mSession->transport->gathers = false;
