@@ -182,49 +182,59 @@ void LdapDirectory::judge(const LdapSearch& search, const LdapResult& result, bo
   throw DirectoryUnreachable(text);
 }
 
+void LdapDirectory::ask(LdapConnection& connection, std::span<const LdapSearch> searches,
+                        const LdapLimits& limits, Collector& collector, Strings& referrals) {
+  const auto results = connection.search(searches, limits, collector.sink());
+  std::vector<LdapSearch> again;
+  for (std::size_t index = 0; index < results.size(); ++index) {
+    const auto& result = results[index];
+    if (result.code == kSizeLimitExceeded && !searches[index].isPaged) {
+      again.push_back(searches[index]);
+      again.back().isPaged = true;
+      continue;
+    }
+    judge(searches[index], result, collector.hasBegun());
+    if (settings().followsReferrals) {
+      referrals.insert(referrals.end(), result.referrals.begin(), result.referrals.end());
+    }
+  }
+  if (again.empty()) return;
+  collector.startRepeating();
+  ask(connection, again, limits, collector, referrals);
+}
+
 LdapEntries LdapDirectory::search(std::vector<LdapSearch> searches) {
   if (searches.empty()) return {};
   Collector collector(*this, *mFaults, searches.size() > 1);
   Strings referrals;
-  std::vector<LdapSearch> again;
-  const auto work = [&](std::span<const LdapSearch> wanted, LdapConnection& connection) {
-    const auto results = connection.search(wanted, mServers.limits(), collector.sink());
-    for (std::size_t index = 0; index < results.size(); ++index) {
-      const auto& result = results[index];
-      if (result.code == kSizeLimitExceeded && !wanted[index].isPaged) {
-        again.push_back(wanted[index]);
-        again.back().isPaged = true;
-        continue;
-      }
-      judge(wanted[index], result, collector.hasBegun());
-      if (settings().followsReferrals) {
-        referrals.insert(referrals.end(), result.referrals.begin(), result.referrals.end());
-      }
-    }
-  };
+  const auto limits = mServers.limits();
+  bool hasBrokenOff = false;  // in the middle, whatever came of trying again
   try {
     run([&](LdapConnection& connection) {
       collector.clear();
       referrals.clear();
-      again.clear();
-      work(searches, connection);
-      if (again.empty()) return;
-      collector.startRepeating();
-      work(std::exchange(again, {}), connection);
+      try {
+        ask(connection, searches, limits, collector, referrals);
+      } catch (const LdapConnectionLost& lost) {
+        hasBrokenOff = hasBrokenOff || lost.hasBegun() || collector.hasBegun();
+        throw;
+      }
     });
   } catch (const LdapConnectionLost& lost) {
-    if (lost.hasBegun() || collector.hasBegun()) throw PlatformException(lost.what());
+    if (hasBrokenOff) throw PlatformException(lost.what());
     throw DirectoryUnreachable(lost.what());
+  } catch (const DirectoryUnreachable& failure) {
+    if (hasBrokenOff) throw PlatformException(failure.what());
+    throw;
   }
-  if (!referrals.empty()) follow(referrals, searches, collector);
+  if (!referrals.empty()) follow(std::move(referrals), searches, limits, collector);
   return collector.take();
 }
 
-void LdapDirectory::follow(const Strings& referrals, const std::vector<LdapSearch>& searches,
-                           Collector& collector) {
+void LdapDirectory::follow(Strings open, const std::vector<LdapSearch>& searches,
+                           const LdapLimits& limits, Collector& collector) {
   collector.startRepeating();
   std::unordered_set<std::string> asked;
-  Strings open = referrals;
   for (int hop = 0; hop < kMostHops && !open.empty(); ++hop) {
     Strings further;
     for (const auto& text : open) {
@@ -246,10 +256,8 @@ void LdapDirectory::follow(const Strings& referrals, const std::vector<LdapSearc
         }
       }
       try {
-        const auto connection = mServers.connectTo(referral->server);
-        for (const auto& result : connection->search(there, mServers.limits(), collector.sink())) {
-          further.insert(further.end(), result.referrals.begin(), result.referrals.end());
-        }
+        const auto connection = mServers.connectTo(referral->server, limits.total);
+        ask(*connection, there, limits, collector, further);
       } catch (const DirectoryUnreachable& failure) {
         throw PlatformException(failure.what());  // a part of the answer is missing
       }

@@ -103,7 +103,9 @@ class LdapDirectory {
   void remember(bool isReachable, std::string_view why);
   std::optional<bool> remembered();
   void judge(const LdapSearch& search, const LdapResult& result, bool hasEntries);
-  void follow(const Strings& referrals, const std::vector<LdapSearch>& searches,
+  void ask(LdapConnection& connection, std::span<const LdapSearch> searches,
+           const LdapLimits& limits, Collector& collector, Strings& referrals);
+  void follow(Strings open, const std::vector<LdapSearch>& searches, const LdapLimits& limits,
               Collector& collector);
 
   const std::string mNodeName;

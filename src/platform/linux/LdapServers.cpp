@@ -79,8 +79,8 @@ void LdapServers::runUnbound(const std::function<void(LdapConnection&)>& work) {
   work(*connect(Bound::No));
 }
 
-LdapServers::Connection LdapServers::connectTo(const LdapURI& server) {
-  return connectTo(server, Bound::Yes, answerDeadline());
+LdapServers::Connection LdapServers::connectTo(const LdapURI& server, Deadline deadline) {
+  return connectTo(server, Bound::Yes, std::min(answerDeadline(), deadline));
 }
 
 LdapServers::Connection LdapServers::connect(Bound bound) {

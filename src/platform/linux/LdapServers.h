@@ -37,8 +37,9 @@ class LdapServers {
   /// The same as run on a connection of its own that nobody is bound on.
   void runUnbound(const std::function<void(LdapConnection&)>& work);
 
-  /// A connection to a server that another one named, bound as the directory's account.
-  std::unique_ptr<LdapConnection> connectTo(const LdapURI& server);
+  /// A connection to a server that another one named, bound as the directory's account, made in the
+  /// time of one answer and by the deadline. Raises DirectoryUnreachable.
+  std::unique_ptr<LdapConnection> connectTo(const LdapURI& server, Deadline deadline);
 
   /// Moments from now by which an answer has to be there.
   Deadline answerDeadline() const;

@@ -102,6 +102,29 @@ TEST_F(LdapFaults, AServerThatBreaksOffInTheMiddleFailsTheQuestionAndIsThenNotTh
   EXPECT_EQ(query->results(true)->size(), 1U) << "unless the rest is good enough";
 }
 
+TEST_F(LdapFaults, AServerThatBreaksOffInTheMiddleFailsTheQuestionWhateverItDoesNext) {
+  enum class Next { LetsNobodyIn, HangsUp, Refuses };
+  for (const auto next : {Next::LetsNobodyIn, Next::HangsUp, Next::Refuses}) {
+    std::atomic<int> connections = 0;
+    serve([&](Peer& peer) {
+      const bool isFirst = connections++ == 0;
+      if (!isFirst && next == Next::LetsNobodyIn) return;
+      peer.serve([&](const Request& request) {
+        if (isFirst) peer.write(ber::message(request.id, danasEntry()));
+        if (isFirst || next == Next::HangsUp) return false;
+        constexpr int kUnavailable = 52;
+        return peer.write(found(request, {}, kUnavailable));
+      });
+    });
+    LdapMachine other;
+    other.configure(
+        LdapMachine::table("test", LdapMachine::quoted(mServer->uri()), "tls = \"off\"\n"));
+    EXPECT_THROW(other.anywhere({"ann", "dana"}), PlatformException);
+    EXPECT_EQ(connections, 2);
+    mServer.reset();
+  }
+}
+
 TEST_F(LdapFaults, AServerThatStopsBetweenTwoPagesFailsTheQuestion) {
   std::atomic<int> pages = 0;
   serve([&](Peer& peer) {
