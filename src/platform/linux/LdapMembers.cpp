@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <unordered_set>
 #include <utility>
 
@@ -20,12 +21,21 @@ using Type = LdapSchema::Type;
 constexpr std::array kUser{Type::User};
 constexpr std::array kGroup{Type::Group};
 
+constexpr std::size_t kMostMembers = 2000000;
+
+bool isLate(Deadline deadline) { return std::chrono::steady_clock::now() >= deadline; }
+
 /// Servers that hand out only so many values of an attribute at once are asked for the rest, from
 /// the place where the last answer ended.
 void readFurtherMembers(LdapDirectory& directory, const LdapEntry& group, Strings& names) {
   const auto& attribute = directory.schemas().groups.attribute(LdapSlot::Members);
   auto next = group.membersContinueAt;
+  const auto deadline = directory.servers().limits().total;
   while (next) {
+    if (names.size() > kMostMembers || isLate(deadline)) {
+      throw PlatformException(directory.nodeName() + ": the members of " +
+                              accountLine::printable(group.dn) + " come to no end");
+    }
     const auto from = std::to_string(*next);
     auto range = attribute;
     range.append(";range=").append(from).append("-*");
@@ -36,7 +46,7 @@ void readFurtherMembers(LdapDirectory& directory, const LdapEntry& group, String
         dash == std::string::npos
             ? std::nullopt
             : accountLine::accountID(std::string_view(more.attribute).substr(dash + 1));
-    if (!last || *last < *next) return;
+    if (!last || *last < *next || more.values.empty()) return;
     next = *last + 1;
   }
 }
@@ -184,9 +194,13 @@ bool isMemberOf(LdapDirectory& directory, const LdapEntry& group, DirectoryRecor
   const auto& schema = directory.schemas().groups;
   auto identity = identityOf(directory, record);
   std::unordered_set<std::string> seen;
+  const auto deadline = directory.servers().limits().total;
   for (;;) {
     const auto terms = termsOf(schema, identity);
     if (terms.empty()) return false;
+    if (isLate(deadline)) {
+      throw PlatformException(directory.nodeName() + ": groups are nested without an end");
+    }
     Identity above;
     for (const auto& parent :
          directory.search(directory.searchesFor(kGroup, ldapFilter::anyOf(terms), true))) {

@@ -23,7 +23,8 @@ LdapMembers membersOf(LdapDirectory& directory, const LdapEntry& group);
 void prefetchMembers(LdapDirectory& directory, const LdapEntries& groups);
 
 /// Whether the record is a member of the group: because the group lists it, because it is the
-/// user's primary group, or through groups nested in it. Asks upwards, a search for each depth.
+/// user's primary group, or through groups nested in it. Asks upwards, a search for each depth, for
+/// no longer than one question may take.
 bool isMemberOf(LdapDirectory& directory, const LdapEntry& group, DirectoryRecord& record);
 
 }  // namespace gatehall
