@@ -60,6 +60,7 @@ class LdapDirectory::Collector {
     }
   }
 
+  /// A part of the answer has come.
   bool hasBegun() const { return mHasBegun; }
   LdapEntries take() { return std::move(mEntries); }
 
@@ -168,6 +169,16 @@ std::vector<LdapSearch> LdapDirectory::searchesFor(std::span<const Type> types,
     const auto& schema = mSchemas.of(type);
     searches.push_back({schema.base(), LdapSearch::Scope::Subtree, whole(schema.filter()),
                         schema.wanted(), isPaged});
+  }
+  return searches;
+}
+
+std::vector<LdapSearch> LdapDirectory::searchesForAny(std::span<const Type> types,
+                                                      std::span<const std::string> terms,
+                                                      bool isPaged) const {
+  std::vector<LdapSearch> searches;
+  for (const auto& filter : ldapFilter::anyOfInParts(terms)) {
+    std::ranges::move(searchesFor(types, filter, isPaged), std::back_inserter(searches));
   }
   return searches;
 }
@@ -287,6 +298,31 @@ LdapDirectory::RawValues LdapDirectory::readAttribute(std::string_view dn,
     judge(searches.front(), connection.search(searches, mServers.limits(), keep).front(), false);
   });
   return found;
+}
+
+std::string_view LdapDirectory::nameAttribute() const {
+  return settings().profile == LdapProfile::ActiveDirectory ? "distinguishedName" : "entryDN";
+}
+
+std::optional<bool> LdapDirectory::comparesNames() {
+  const std::lock_guard lock(mMutex);
+  return mComparesNames;
+}
+
+bool LdapDirectory::tryComparingNames() {
+  const auto& base = settings().usersBase;
+  const std::array searches{LdapSearch{
+      base, LdapSearch::Scope::Base, ldapFilter::equals(nameAttribute(), base), {"1.1"}, false}};
+  bool isFound = false;
+  run([&](LdapConnection& connection) {
+    isFound = false;
+    const auto result =
+        connection.search(searches, mServers.limits(), [&](auto, auto, auto) { isFound = true; });
+    judge(searches.front(), result.front(), false);
+  });
+  const std::lock_guard lock(mMutex);
+  mComparesNames = isFound;
+  return isFound;
 }
 
 std::string LdapDirectory::effectiveShell(std::string_view shell) {

@@ -48,6 +48,11 @@ class LdapDirectory {
   std::vector<LdapSearch> searchesFor(std::span<const Type> types, std::string_view filter,
                                       bool isPaged) const;
 
+  /// The same for entries that any of the terms takes, which may be very many: a search for each
+  /// few hundred of them.
+  std::vector<LdapSearch> searchesForAny(std::span<const Type> types,
+                                         std::span<const std::string> terms, bool isPaged) const;
+
   /// Whether one search finds both users and groups.
   bool hasOneBase() const { return mSchemas.users.base() == mSchemas.groups.base(); }
 
@@ -62,6 +67,16 @@ class LdapDirectory {
     Strings values;
   };
   RawValues readAttribute(std::string_view dn, const std::string& attribute);
+
+  /// The attribute that a filter compares entries' own DNs by.
+  std::string_view nameAttribute() const;
+
+  /// Whether the servers compare it; empty until that was tried. A server that doesn't know the
+  /// attribute finds nothing.
+  std::optional<bool> comparesNames();
+
+  /// Tries it. Raises as readAttribute does.
+  bool tryComparingNames();
 
   /// A shell as records hand it out.
   std::string effectiveShell(std::string_view shell);
@@ -121,6 +136,7 @@ class LdapDirectory {
   std::optional<bool> mIsReachable;
   double mTriedAt = 0;
   std::optional<LoginShells> mShells;
+  std::optional<bool> mComparesNames;
 };
 
 }  // namespace gatehall

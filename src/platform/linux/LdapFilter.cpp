@@ -2,6 +2,15 @@
 
 namespace gatehall::ldapFilter {
 
+namespace {
+
+/// Of a filter. Many servers answer no more than 500 entries to one search, and refuse messages
+/// beyond 256 KiB.
+constexpr std::size_t kMostTerms = 500;
+constexpr std::size_t kLongestFilter = 150000;
+
+}  // namespace
+
 std::string escaped(std::string_view value) {
   constexpr std::string_view kDigits = "0123456789abcdef";
   std::string text;
@@ -34,6 +43,22 @@ std::string anyOf(std::span<const std::string> filters) {
   std::string text = "(|";
   for (const auto& each : filters) text += each;
   return text + ")";
+}
+
+std::vector<std::string> anyOfInParts(std::span<const std::string> terms) {
+  std::vector<std::string> filters;
+  std::size_t begin = 0;
+  std::size_t length = 0;
+  for (std::size_t end = 0; end <= terms.size(); ++end) {
+    const bool isFull = end - begin == kMostTerms || length > kLongestFilter;
+    if (end > begin && (end == terms.size() || isFull)) {
+      filters.push_back(anyOf(terms.subspan(begin, end - begin)));
+      begin = end;
+      length = 0;
+    }
+    if (end < terms.size()) length += terms[end].size();
+  }
+  return filters;
 }
 
 std::string bothOf(std::string_view one, std::string_view other) {

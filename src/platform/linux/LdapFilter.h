@@ -3,6 +3,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// The text of search filters (RFC 4515).
 namespace gatehall::ldapFilter {
@@ -19,6 +20,10 @@ std::string contains(std::string_view attribute, std::string_view value);
 
 /// Entries that any of the filters takes; one that takes none when there are no filters.
 std::string anyOf(std::span<const std::string> filters);
+
+/// Filters that together take what any of the terms does, each of a few hundred terms: few enough
+/// for a server to read, and for the entries of one term each to be answered.
+std::vector<std::string> anyOfInParts(std::span<const std::string> terms);
 
 /// Entries that both filters take.
 std::string bothOf(std::string_view one, std::string_view other);

@@ -21,28 +21,6 @@ using Type = LdapSchema::Type;
 
 constexpr std::array kTypes{Type::User, Type::Group};
 
-/// Of a filter. Many servers answer no more than 500 entries to one search, and refuse messages
-/// beyond 256 KiB.
-constexpr std::size_t kMostTerms = 500;
-constexpr std::size_t kLongestFilter = 150000;
-
-/// The filters of a few hundred terms each that together take what any of the terms does.
-std::vector<std::string> filtersOf(std::span<const std::string> terms) {
-  std::vector<std::string> filters;
-  std::size_t begin = 0;
-  std::size_t length = 0;
-  for (std::size_t end = 0; end <= terms.size(); ++end) {
-    const bool isFull = end - begin == kMostTerms || length > kLongestFilter;
-    if (end > begin && (end == terms.size() || isFull)) {
-      filters.push_back(ldapFilter::anyOf(terms.subspan(begin, end - begin)));
-      begin = end;
-      length = 0;
-    }
-    if (end < terms.size()) length += terms[end].size();
-  }
-  return filters;
-}
-
 /// The value as entries hold it; empty for what none can have.
 std::optional<std::string> asStored(LdapSlot slot, std::string_view value) {
   if (value.empty()) return std::nullopt;
@@ -78,10 +56,8 @@ LdapEntries fetch(LdapDirectory& directory, std::span<const Type> types, LdapSlo
     std::vector<std::string> terms;
     terms.reserve(values.size());
     for (const auto& value : values) terms.push_back(termOf(schema, slot, value));
-    for (const auto& filter : filtersOf(terms)) {
-      auto more = directory.searchesFor(together, filter, !isIdentity(slot));
-      std::ranges::move(more, std::back_inserter(searches));
-    }
+    std::ranges::move(directory.searchesForAny(together, terms, !isIdentity(slot)),
+                      std::back_inserter(searches));
   };
   const auto& schemas = directory.schemas();
   const bool isTogether =
@@ -164,39 +140,39 @@ LdapEntries findByPattern(LdapDirectory& directory, Type type, LdapSlot slot,
     if (value.empty() && !isContained) continue;
     terms.push_back(pattern(attribute, value, isContained));
   }
+  return directory.search(directory.searchesForAny({&type, 1}, terms, true));
+}
+
+/// Names by their canonical spelling.
+using Names = std::unordered_map<std::string_view, std::string_view>;
+
+/// A search for each name, which finds no more than one for all of them below the bases would.
+LdapEntries searchOneByOne(LdapDirectory& directory, const Names& names) {
   std::vector<LdapSearch> searches;
-  for (const auto& filter : filtersOf(terms)) {
-    auto more = directory.searchesFor({&type, 1}, filter, true);
-    std::ranges::move(more, std::back_inserter(searches));
+  for (const auto& below : directory.searchesFor(kTypes, {}, false)) {
+    const auto base = ldapName::canonical(below.base);
+    for (const auto& [canonical, name] : names) {
+      if (!base || !ldapName::isWithin(canonical, *base)) continue;
+      searches.push_back(below);
+      searches.back().base = name;
+      searches.back().scope = LdapSearch::Scope::Base;
+    }
   }
   return directory.search(std::move(searches));
 }
 
-/// Finds the entries of names that nothing is known of, by one comparison with many names at once.
-LdapEntries searchNames(LdapDirectory& directory,
-                        const std::unordered_map<std::string_view, std::string_view>& names) {
-  const bool isActiveDirectory = directory.settings().profile == LdapProfile::ActiveDirectory;
-  const std::string_view attribute = isActiveDirectory ? "distinguishedName" : "entryDN";
+/// Finds the entries of names that nothing is known of, by one comparison with many names at once
+/// where the servers make it.
+LdapEntries searchNames(LdapDirectory& directory, const Names& names) {
+  if (!directory.comparesNames().value_or(true)) return searchOneByOne(directory, names);
   std::vector<std::string> terms;
   terms.reserve(names.size());
-  for (const auto& [canonical, name] : names) terms.push_back(ldapFilter::equals(attribute, name));
-  std::vector<LdapSearch> searches;
-  for (const auto& filter : filtersOf(terms)) {
-    auto more = directory.searchesFor(kTypes, filter, false);
-    std::ranges::move(more, std::back_inserter(searches));
-  }
-  auto found = directory.search(std::move(searches));
-  if (!found.empty()) return found;
-  // Not every server keeps its names in an attribute.
-  searches.clear();
   for (const auto& [canonical, name] : names) {
-    for (auto& search : directory.searchesFor(kTypes, {}, false)) {
-      search.base = name;
-      search.scope = LdapSearch::Scope::Base;
-      searches.push_back(std::move(search));
-    }
+    terms.push_back(ldapFilter::equals(directory.nameAttribute(), name));
   }
-  return directory.search(std::move(searches));
+  auto found = directory.search(directory.searchesForAny(kTypes, terms, false));
+  if (!found.empty() || directory.comparesNames() || directory.tryComparingNames()) return found;
+  return searchOneByOne(directory, names);
 }
 
 }  // namespace
@@ -296,7 +272,7 @@ LdapEntries findByNames(LdapDirectory& directory, const Strings& names) {
   // By the canonical names, which stay where they are.
   std::unordered_map<std::string_view, std::shared_ptr<const LdapEntry>> known;
   known.reserve(names.size());
-  std::unordered_map<std::string_view, std::string_view> missing;
+  Names missing;
   for (std::size_t index = 0; index < names.size(); ++index) {
     const std::string_view canonical = canonicals[index];
     if (canonical.empty()) continue;

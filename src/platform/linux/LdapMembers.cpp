@@ -202,8 +202,7 @@ bool isMemberOf(LdapDirectory& directory, const LdapEntry& group, DirectoryRecor
       throw PlatformException(directory.nodeName() + ": groups are nested without an end");
     }
     Identity above;
-    for (const auto& parent :
-         directory.search(directory.searchesFor(kGroup, ldapFilter::anyOf(terms), true))) {
+    for (const auto& parent : directory.search(directory.searchesForAny(kGroup, terms, true))) {
       if (!lists(*parent, identity)) continue;
       if (parent->first(LdapSlot::GUID) == group.first(LdapSlot::GUID)) return true;
       if (seen.emplace(parent->first(LdapSlot::GUID)).second) addGroup(above, *parent);

@@ -178,4 +178,14 @@ std::optional<std::string> canonical(std::string_view name) {
   return Reader(name).name();
 }
 
+bool isWithin(std::string_view name, std::string_view base) {
+  if (base.empty() || name == base) return true;
+  if (!name.ends_with(base)) return false;
+  auto above = name.substr(0, name.size() - base.size());
+  if (!above.ends_with(',')) return false;
+  above.remove_suffix(1);
+  const auto backslashes = above.size() - (above.find_last_not_of('\\') + 1);
+  return backslashes % 2 == 0;  // else the comma is one of a value
+}
+
 }  // namespace gatehall::ldapName

@@ -12,4 +12,7 @@ namespace gatehall::ldapName {
 /// text. Empty for what is no distinguished name; the empty name is one.
 std::optional<std::string> canonical(std::string_view name);
 
+/// Whether the name is the base or one below it, both in their canonical spelling.
+bool isWithin(std::string_view name, std::string_view base);
+
 }  // namespace gatehall::ldapName

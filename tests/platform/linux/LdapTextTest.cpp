@@ -46,6 +46,25 @@ TEST(LdapName, HasOneSpellingHoweverItIsWritten) {
   EXPECT_FALSE(same("cn=a,dc=x", "cn=a"));
 }
 
+TEST(LdapFilter, SplitsManyTermsIntoPartsThatServersTake) {
+  std::vector<std::string> terms(1200, "(a=1)");
+  ASSERT_EQ(ldapFilter::anyOfInParts(terms).size(), 3U);
+  EXPECT_EQ(ldapFilter::anyOfInParts(terms).back(), ldapFilter::anyOf(std::span(terms).first(200)));
+  terms.assign(10, "(a=" + std::string(60000, 'x') + ")");
+  EXPECT_EQ(ldapFilter::anyOfInParts(terms).size(), 4U);
+  EXPECT_TRUE(ldapFilter::anyOfInParts({}).empty());
+}
+
+TEST(LdapName, IsWithinItselfAndWhatItEndsWith) {
+  EXPECT_TRUE(ldapName::isWithin("uid=a,dc=x", "dc=x"));
+  EXPECT_TRUE(ldapName::isWithin("dc=x", "dc=x"));
+  EXPECT_TRUE(ldapName::isWithin("dc=x", ""));
+  EXPECT_TRUE(ldapName::isWithin("uid=a\\\\,dc=x", "dc=x")) << "the value ends with a backslash";
+  EXPECT_FALSE(ldapName::isWithin("uid=a\\,dc=x", "dc=x")) << "the comma is of the value";
+  EXPECT_FALSE(ldapName::isWithin("uid=a,adc=x", "dc=x"));
+  EXPECT_FALSE(ldapName::isWithin("dc=x", "uid=a,dc=x"));
+}
+
 TEST(LdapName, IsNotEverything) {
   for (const auto* text : {"ann", "=x", "a b=c", "cn=a,", "cn=a,,dc=x", "cn=\"a", "cn=\"a\"b",
                            "cn=a\\", "cn=a\\x", "cn=a\"b", "+", "cn=a+"}) {
