@@ -32,6 +32,15 @@ class LdapQuery final : public DirectoryQuery {
 
   std::optional<Records> results(bool) override {
     const auto candidates = findCandidates(*mDirectory, mDescription);
+    try {
+      return recordsOf(candidates);
+    } catch (const DirectoryUnreachable& failure) {
+      throw PlatformException(failure.what());  // it has given a part of the answer
+    }
+  }
+
+ private:
+  Records recordsOf(const LdapCandidates& candidates) {
     if (asksForMembers(mDescription)) prefetchMembers(*mDirectory, candidates.entries);
     const MatchValues match(mDescription.match, mDescription.values);
     const std::size_t limit = mDescription.maximumResults;
@@ -48,7 +57,6 @@ class LdapQuery final : public DirectoryQuery {
     return records;
   }
 
- private:
   const std::shared_ptr<LdapDirectory> mDirectory;
   const QueryDescription mDescription;
 };

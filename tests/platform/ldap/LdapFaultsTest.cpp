@@ -125,6 +125,23 @@ TEST_F(LdapFaults, AServerThatBreaksOffInTheMiddleFailsTheQuestionWhateverItDoes
   }
 }
 
+TEST_F(LdapFaults, AServerThatTellsOfAGroupButNotOfItsMembersFailsTheQuestion) {
+  serve([](Peer& peer) {
+    peer.serve([&](const Request& request) {
+      if (request.content.find("entryDN") != std::string::npos) return false;
+      return peer.write(
+          found(request, {ber::entry("cn=all,dc=example,dc=org",
+                                     {{"objectClass", {"posixGroup"}},
+                                      {"cn", {"all"}},
+                                      {"entryUUID", {"5f000000-0000-4000-8000-0000000000a1"}},
+                                      {"member", {"uid=dana,dc=example,dc=org"}}})}));
+    });
+  });
+  const auto query = machine.search()->query(
+      {{"Groups"}, "RecordName", MatchType::EqualTo, {"all"}, {"GroupMembers"}, 0});
+  EXPECT_THROW(query->results(false), PlatformException);
+}
+
 TEST_F(LdapFaults, AServerThatStopsBetweenTwoPagesFailsTheQuestion) {
   std::atomic<int> pages = 0;
   serve([&](Peer& peer) {
