@@ -31,6 +31,7 @@ inline std::vector<char*> arguments(const Command& command) {
 /// What one process took as a whole.
 struct Spent {
   double milliseconds;
+  double processorMilliseconds;
   double megabytes;  ///< of memory, at its peak
 };
 
@@ -49,7 +50,11 @@ inline Spent spent(const Command& command) {
   const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - start;
   posix_spawn_file_actions_destroy(&quiet);
   if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) fail(command[0] + " failed");
-  return {taken.count(), static_cast<double>(usage.ru_maxrss) / 1024};
+  const auto milliseconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) * 1e-3;
+  };
+  return {taken.count(), milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime),
+          static_cast<double>(usage.ru_maxrss) / 1024};
 }
 
 inline double wallMilliseconds(const Command& command) { return spent(command).milliseconds; }
