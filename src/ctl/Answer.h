@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "ctl/Json.h"
@@ -21,9 +22,10 @@ struct Answer {
   Json json = nullptr;
   std::vector<Table> tables{};
   ExitStatus status = ExitStatus::Done;
-  bool tellsLog = false;   ///< what was logged is part of it
-  bool isPrinted = false;  ///< all of it was printed on the way
-  Strings messages{};      ///< what there is to say besides, one line each
+  bool tellsLog = false;                 ///< what was logged is part of it
+  bool isPrinted = false;                ///< all of it was printed on the way
+  Strings messages{};                    ///< what there is to say besides, one line each
+  std::shared_ptr<const void> source{};  ///< what it was made of, which may be large
 };
 
 }  // namespace gatehall::ctl

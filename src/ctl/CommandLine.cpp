@@ -163,12 +163,14 @@ Table callsTable(const Trace& trace) {
 }
 
 /// The answer, if there is one, and the trace, if it was asked for, as one document.
-std::string document(const Host& host, const Options& options, std::optional<Answer> answer) {
-  const bool isPrinted = answer && answer->isPrinted;
-  if (!options.trace) return answer && !isPrinted ? documentText(answer->json) : std::string();
+std::string document(const Host& host, const Options& options, const Answer* answer) {
+  const bool isPrinted = answer != nullptr && answer->isPrinted;
+  if (!options.trace) {
+    return answer != nullptr && !isPrinted ? documentText(answer->json) : std::string();
+  }
   if (isPrinted) return lineText({{"calls", callsJson(host.trace())}});
   // An answer that has no room for the calls stands beside them.
-  Json json = answer ? std::move(answer->json) : Json();
+  Json json = answer != nullptr ? answer->json : Json();
   if (!json.is_object()) json = {{"answer", std::move(json)}};
   json["calls"] = callsJson(host.trace());
   return documentText(json);
@@ -176,15 +178,18 @@ std::string document(const Host& host, const Options& options, std::optional<Ans
 
 /// The same as tables.
 std::string tablesText(const Host& host, const Options& options, TableStyle style,
-                       const std::optional<Answer>& answer) {
-  auto tables = answer ? answer->tables : std::vector<Table>();
-  if (options.trace) tables.push_back(callsTable(host.trace()));
+                       const Answer* answer) {
   std::string text;
-  for (const auto& table : tables) {
-    const auto rows = tableText(table, style);
-    if (!text.empty() && !rows.empty()) text += '\n';
-    text += rows;
-  }
+  const auto add = [&](const Table& table) {
+    auto rows = tableText(table, style);
+    if (text.empty()) {
+      text = std::move(rows);
+    } else if (!rows.empty()) {
+      text += '\n' + rows;
+    }
+  };
+  if (answer != nullptr) std::ranges::for_each(answer->tables, add);
+  if (options.trace) add(callsTable(host.trace()));
   return text;
 }
 
@@ -193,13 +198,13 @@ Outcome answerVerb(const Verb& verb, Strings operands, const Options& options,
   const TableStyle style{.legend = !options.noLegend, .colour = screen.colour};
   const Host host(options.world, options.trace ? Trace::Keeps::Calls : Trace::Keeps::LastOperation);
   Outcome outcome;
-  std::optional<Answer> answer;
+  std::shared_ptr<Answer> answer;
   try {
-    answer = verb.run(host, {.operands = std::move(operands),
-                             .options = options.ofVerb,
-                             .json = options.json,
-                             .style = style,
-                             .screen = screen});
+    answer = std::make_shared<Answer>(verb.run(host, {.operands = std::move(operands),
+                                                      .options = options.ofVerb,
+                                                      .json = options.json,
+                                                      .style = style,
+                                                      .screen = screen}));
     outcome.status = answer->status;
     for (const auto& message : answer->messages) outcome.errors += line(message);
   } catch (const UsageError&) {
@@ -215,8 +220,9 @@ Outcome answerVerb(const Verb& verb, Strings operands, const Options& options,
       outcome.errors += line("logged, " + levelName(entry.level) + ": " + entry.text);
     }
   }
-  outcome.output = options.json ? document(host, options, std::move(answer))
-                                : tablesText(host, options, style, answer);
+  outcome.output = options.json ? document(host, options, answer.get())
+                                : tablesText(host, options, style, answer.get());
+  outcome.answer = std::move(answer);
   return outcome;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "ctl/Answer.h"
@@ -12,6 +13,8 @@ struct Outcome {
   ExitStatus status = ExitStatus::Done;
   std::string output;  ///< for standard output
   std::string errors;  ///< for standard error
+  /// What takes long to take apart when it is large. A process that ends with it needn't.
+  std::shared_ptr<const Answer> answer{};
 };
 
 /// Runs gatehallctl for the words after the program's name. What goes on for long is printed on the

@@ -102,7 +102,7 @@ Table usersTable(const std::shared_ptr<CachedUserList>& users, const std::string
 
 Answer usersAnswer(const Host& host, const Request& request,
                    const std::shared_ptr<CachedUserList>& users, const std::string& withoutList) {
-  Answer answer{.tellsLog = true};
+  Answer answer{.tellsLog = true, .source = users};
   if (request.json) {
     answer.json["users"] = usersJson(users);
     answer.json["log"] = logJson(host.log());

@@ -219,7 +219,7 @@ LdapEntries findAll(LdapDirectory& directory, std::span<const Type> types) {
       sort(*known);
       directory.cache().keepAll(type, *known);
     }
-    all.insert(all.end(), known->begin(), known->end());
+    all.insert(all.end(), std::move_iterator(known->begin()), std::move_iterator(known->end()));
   }
   return all;
 }

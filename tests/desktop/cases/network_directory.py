@@ -99,7 +99,8 @@ def a_network_user_is_refused_while_the_directory_is_away(desktop):
     _deny(desktop, CAROLS)
     result = desktop.switch("-switchToUserID", DANA)
     _says_that_the_directory_is_away(result)
-    assert desktop.has_in_front("ann") and not desktop.session_of("ann").is_locked
+    assert desktop.asked() == ["user dana"]  # to begin with
+    assert desktop.has_in_front("ann"), desktop.describe()
     assert not desktop.session_of("dana").is_active and desktop.session_of("dana").name == dana.name
 
 
