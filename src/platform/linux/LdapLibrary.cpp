@@ -100,25 +100,22 @@ int closeSocket(Sockbuf_IO_Desc* descriptor) { return close(socketOf(descriptor)
 
 /// The library starts SASL, which maps whatever mechanisms are installed, and with them a database
 /// and a second cryptographic library, at half the cost of a short process; binds here need none.
-/// Unless the program uses SASL itself, it is told to look for them where none can be.
-void leaveMechanismsOut() {
-  constexpr const char* kSasl = "libsasl2.so.2";
-  if (void* used = dlopen(kSasl, RTLD_NOW | RTLD_NOLOAD); used != nullptr) {
-    dlclose(used);
-    return;
-  }
-  const LazyLibrary sasl(kSasl);
+/// It is told to look for them where none can be.
+void leaveMechanismsOut(const LazyLibrary& ldap) {
   constexpr int kPathOfPlugins = 0;
   std::array nowhere{'/', 'd', 'e', 'v', '/', 'n', 'u', 'l', 'l', '\0'};
-  sasl.function<int(int, char*)>("sasl_set_path")(kPathOfPlugins, nowhere.data());
+  ldap.function<int(int, char*)>("sasl_set_path")(kPathOfPlugins, nowhere.data());
 }
 
 }  // namespace
 
 const LdapLibrary& LdapLibrary::get() {
   static const LdapLibrary library = [] {
-    leaveMechanismsOut();
-    return LdapLibrary();
+    // A program that links SASL may want mechanisms.
+    const bool isProgramsOwn = dlsym(RTLD_DEFAULT, "sasl_set_path") != nullptr;
+    LdapLibrary mapped;
+    if (!isProgramsOwn) leaveMechanismsOut(mapped.ldap);
+    return mapped;
   }();
   return library;
 }

@@ -1,11 +1,17 @@
+#include <fstream>
+#include <iterator>
+
 #include "platform/linux/LdapConnection.h"
 #include "tests/platform/ldap/fixture/LdapMachine.h"
 
 namespace gatehall {
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::UnorderedElementsAre;
 
 constexpr int kCrowd = 1200;
@@ -163,6 +169,13 @@ TEST(LdapSizeLimit, IsNoneOfAListThatIsFetchedInPages) {
                                        "tls = \"off\"\npage-size = 8\n"));
   EXPECT_EQ(machine.allNetworkUsers(), names);
   EXPECT_EQ(machine.userNames("RecordName", MatchType::EqualTo, names), names);
+}
+
+TEST_F(LdapQueries, MapNoMechanismsOfSASL) {
+  EXPECT_EQ(machine.userNames("UniqueID", MatchType::EqualTo, {"5000"}), Strings{"dana"});
+  std::ifstream maps("/proc/self/maps");
+  const std::string mapped(std::istreambuf_iterator<char>(maps), {});
+  EXPECT_THAT(mapped, AllOf(HasSubstr("/libldap"), Not(HasSubstr("/sasl2/"))));
 }
 
 TEST_F(LdapQueries, ListAllRecordsInPagesThatGrow) {
