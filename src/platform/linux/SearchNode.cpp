@@ -12,12 +12,14 @@ namespace {
 
 using Records = std::vector<std::shared_ptr<DirectoryRecord>>;
 
-/// Asks every network node at once; the answers come in the nodes' order. Who can't be reached, or
-/// finds that out when asked, answers nothing.
+/// Asks every network node at once, or a single one when its answer is wanted; the answers come in
+/// the nodes' order. Who can't be reached, or finds that out when asked, answers nothing.
 template <class Ask>
 auto askAtOnce(const std::vector<std::shared_ptr<NetworkNode>>& nodes, Ask ask) {
   using Answer = decltype(ask(*nodes.front()));
   std::vector<std::future<Answer>> answers;
+  // With a single one, a thread costs more than it saves.
+  const auto how = nodes.size() > 1 ? std::launch::async : std::launch::deferred;
   for (const auto& node : nodes) {
     const auto askNode = [ask, node]() -> Answer {
       try {
@@ -27,7 +29,7 @@ auto askAtOnce(const std::vector<std::shared_ptr<NetworkNode>>& nodes, Ask ask) 
       }
     };
     try {
-      answers.push_back(std::async(std::launch::async, askNode));
+      answers.push_back(std::async(how, askNode));
     } catch (const std::system_error&) {  // no more threads
       answers.push_back(std::async(std::launch::deferred, askNode));
     }
