@@ -52,6 +52,6 @@ int main(int argc, char** argv) {
     outcome.status = ExitStatus::HostFailure;
   }
   write(stderr, outcome.errors);
-  std::_Exit(
-      static_cast<int>(outcome.status));  // all is written, and nothing has to be taken apart
+  // All is written, and nothing has to be taken apart.
+  std::_Exit(static_cast<int>(outcome.status));
 }

@@ -100,11 +100,12 @@ int closeSocket(Sockbuf_IO_Desc* descriptor) { return close(socketOf(descriptor)
 
 /// The library starts SASL, which maps whatever mechanisms are installed, and with them a database
 /// and a second cryptographic library, at half the cost of a short process; binds here need none.
-/// It is told to look for them where none can be.
+/// It is told to look for them in a folder that is always there, as it logs that there is none,
+/// and where root alone could put one.
 void leaveMechanismsOut(const LazyLibrary& ldap) {
   constexpr int kPathOfPlugins = 0;
-  std::array nowhere{'/', 'd', 'e', 'v', '/', 'n', 'u', 'l', 'l', '\0'};
-  ldap.function<int(int, char*)>("sasl_set_path")(kPathOfPlugins, nowhere.data());
+  std::array withoutPlugins{'/', 'd', 'e', 'v', '\0'};
+  ldap.function<int(int, char*)>("sasl_set_path")(kPathOfPlugins, withoutPlugins.data());
 }
 
 }  // namespace
