@@ -46,19 +46,42 @@ bool areInOrderOfLongNames(const CachedUserList::Users& users, Collation& collat
   });
 }
 
+/// A place in a list, and the collation key of the name there.
+struct Place {
+  std::uint64_t start = 0;  ///< the key's first bytes, which mostly decide
+  std::size_t index = 0;
+};
+
+std::uint64_t startOf(const std::string& key) {
+  std::uint64_t start = 0;
+  for (std::size_t index = 0; index < sizeof start; ++index) {
+    const auto byte = index < key.size() ? static_cast<unsigned char>(key[index]) : 0U;
+    start = start << 8U | byte;
+  }
+  return start;
+}
+
 /// Sorts by long name with one collation key a user instead of one comparison a pair.
 void sortByLongName(CachedUserList::Users& users) {
   auto& collation = platform().collation();
   if (areInOrderOfLongNames(users, collation)) return;
-  std::vector<std::pair<std::string, std::shared_ptr<CachedUser>>> keyed;
-  keyed.reserve(users.size());
-  for (auto& user : users) {
-    keyed.emplace_back(collation.sortKey(user->longName().value_or("")), user);
+  std::vector<std::string> keys;
+  std::vector<Place> places;
+  keys.reserve(users.size());
+  places.reserve(users.size());
+  for (const auto& user : users) {
+    keys.push_back(collation.sortKey(user->longName().value_or("")));
+    places.push_back({startOf(keys.back()), places.size()});
   }
-  std::stable_sort(keyed.begin(), keyed.end(),
-                   [](const auto& left, const auto& right) { return left.first < right.first; });
-  std::transform(keyed.begin(), keyed.end(), users.begin(),
-                 [](auto& each) { return std::move(each.second); });
+  std::ranges::sort(places, [&](const Place& left, const Place& right) {
+    if (left.start != right.start) return left.start < right.start;
+    const int order = keys[left.index].compare(keys[right.index]);
+    return order != 0 ? order < 0 : left.index < right.index;
+  });
+  CachedUserList::Users sorted;
+  sorted.reserve(users.size());
+  for (const auto& place : places) sorted.push_back(std::move(users[place.index]));
+  users = std::move(sorted);
 }
 
 }  // namespace

@@ -11,7 +11,8 @@ constexpr unsigned kQuestionsUntilNamesPay = 4;
 
 constexpr std::chrono::milliseconds kLookingAgain{10};
 
-/// A file that changed so lately may change again without its times showing it.
+/// A file that changed so lately may change again without its times showing it, so that it is read
+/// again instead.
 constexpr std::chrono::seconds kUntilTimesTell{2};
 
 bool areEqual(const timespec& left, const timespec& right) {
@@ -31,10 +32,9 @@ bool GroupNames::mayHold(std::string_view name) {
   const auto state = presentState();
   if (!state) return true;
   mLooked = now;
-  if (!isKept(*state)) {
-    mState.reset();
+  if (!isKept(*state) || !mTimesTell) {
     const std::chrono::duration<double> changed(static_cast<double>(state->changed.tv_sec));
-    if (Date(changed + kUntilTimesTell) > mClock.now()) return true;
+    mTimesTell = Date(changed + kUntilTimesTell) <= mClock.now();
     read(*state);
   }
   return !mState || mNames.contains(name);

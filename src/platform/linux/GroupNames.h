@@ -16,7 +16,7 @@ namespace gatehall {
 
 /// The names that stand in /etc/group, kept for as long as the file stays as it is, so that a group
 /// that is not there, which an access list mostly is, isn't searched for in it every time. A change
-/// of a file that was left alone for seconds is noticed within a hundredth of one. From any thread.
+/// is noticed within a hundredth of a second. From any thread.
 class GroupNames {
  public:
   GroupNames(const HostOptions& options, FaultLog& faults, Clock& clock)
@@ -53,6 +53,7 @@ class GroupNames {
   std::mutex mMutex;
   unsigned mQuestions = 0;
   std::optional<State> mState;                    ///< that the names are of
+  bool mTimesTell = false;                        ///< that the file is still in that state
   std::chrono::steady_clock::time_point mLooked;  ///< when the file was last in that state
   std::unordered_set<std::string, Hash, std::equal_to<>> mNames;
 };
