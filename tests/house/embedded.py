@@ -15,17 +15,10 @@ import tempfile
 import time
 import unittest
 
+from commands import run
+
 CMAKE, COMPILER, BUILD, EXAMPLE = sys.argv[1:5]
 SECONDS = 60  # until a line has to be there; it mostly takes one or two
-
-
-def run(*words, **more):
-    done = subprocess.run(
-        [str(word) for word in words], capture_output=True, text=True, check=False, **more
-    )
-    if done.returncode != 0:
-        raise AssertionError(f"{words} ended with {done.returncode}\n{done.stdout}{done.stderr}")
-    return done.stdout
 
 
 class Machine:

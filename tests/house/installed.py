@@ -7,10 +7,11 @@ usage: installed.py CMAKE COMPILER BUILD-DIRECTORY
 import os
 import pathlib
 import shutil
-import subprocess
 import sys
 import tempfile
 import unittest
+
+from commands import run
 
 CMAKE, COMPILER, BUILD = sys.argv[1:4]
 CONSUMER = pathlib.Path(__file__).with_name("consumer.cpp")
@@ -21,15 +22,6 @@ find_package(gatehall 1.0 REQUIRED)
 add_executable(consumer consumer.cpp)
 target_link_libraries(consumer PRIVATE gatehall::gatehall)
 """
-
-
-def run(*words, **more):
-    done = subprocess.run(
-        [str(word) for word in words], capture_output=True, text=True, check=False, **more
-    )
-    if done.returncode != 0:
-        raise AssertionError(f"{words} ended with {done.returncode}\n{done.stdout}{done.stderr}")
-    return done.stdout
 
 
 class Installed(unittest.TestCase):

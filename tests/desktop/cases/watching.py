@@ -1,15 +1,9 @@
 """gatehallctl watch shows what happens on the machine soon after it did, and nothing else."""
-import datetime
-
-from gi.repository import GLib
-
+from session_limits import DAY, find, lift, limit, moment, second_of_day, set_schedule
 from system import run
 from watch import Watch
 
-ACCOUNTS = "org.freedesktop.Accounts"
-LIMITS = "com.endlessm.ParentalControls.SessionLimits"
-NONE, DAILY = 0, 1
-DAY = 86400
+BOB = 1001
 HIDE_BOB = ("<plist version='1.0'><dict>"
             "<key>HiddenUsersList</key><array><string>bob</string></array></dict></plist>\n")
 
@@ -20,49 +14,15 @@ def _add_user(desktop, name, *options):
     run("useradd", "--shell", "/bin/bash", "--password", "", *options, name)
 
 
-def _set_limit(desktop, name, value):
-    """A part of bob's limit."""
-    desktop.bus.call(ACCOUNTS, "/org/freedesktop/Accounts/User1001", "org.freedesktop.DBus.Properties",
-                     "Set", GLib.Variant("(ssv)", (LIMITS, name, value)))
-
-
-def _set_schedule(desktop, start, end):
-    _set_limit(desktop, "DailySchedule", GLib.Variant("(uu)", (start, end)))
-
-
-def _lift_limit(desktop):
-    _set_limit(desktop, "LimitType", GLib.Variant("u", NONE))
-
-
-def _limit(desktop, start, end):
-    """Limits bob's sessions to these seconds of each day, for the time of the case."""
-    desktop.after(_lift_limit, desktop)
-    _set_schedule(desktop, start, end)
-    _set_limit(desktop, "LimitType", GLib.Variant("u", DAILY))
-
-
 def _other_hours():
     """A schedule that is far from the present moment, and in how many days it starts."""
-    return ((0, 60), 1) if _second_of_day() > DAY // 2 else ((DAY - 120, DAY), 0)
+    return ((0, 60), 1) if second_of_day() > DAY // 2 else ((DAY - 120, DAY), 0)
 
 
 def _let_limits_be_known(desktop):
     """AccountsService writes down what else it has of an account when it has to for the first time."""
-    desktop.bus.call(ACCOUNTS, "/org/freedesktop/Accounts", ACCOUNTS, "FindUserById",
-                     GLib.Variant("(x)", (1001,)))
-    _lift_limit(desktop)
-
-
-def _second_of_day():
-    now = datetime.datetime.now()
-    return now.hour * 3600 + now.minute * 60 + now.second
-
-
-def _moment(second, days=0):
-    """A second of today, or so many days later, as gatehallctl prints it."""
-    midnight = datetime.datetime.now().replace(hour=0, minute=0, second=0, microsecond=0)
-    moment = midnight + datetime.timedelta(days=days, seconds=second)
-    return moment.astimezone(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
+    find(desktop, BOB)
+    lift(desktop, BOB)
 
 
 def an_account_that_is_added_and_deleted(desktop):
@@ -124,23 +84,23 @@ def a_limit_of_sessions_that_is_set_changed_and_lifted(desktop):
     _let_limits_be_known(desktop)
     watch = Watch(desktop)
     (start, end), days = _other_hours()
-    watch.shows_promptly(lambda: _limit(desktop, start, end), {
-        "bob": {"kinwatchAllowsLogin": False, "kinwatchNextCurfewTime": _moment(start, days)}})
-    watch.shows_promptly(lambda: _set_schedule(desktop, start + 30, end), {
-        "bob": {"kinwatchNextCurfewTime": _moment(start + 30, days)}})
-    watch.shows_promptly(lambda: _lift_limit(desktop), {
+    watch.shows_promptly(lambda: limit(desktop, BOB, start, end), {
+        "bob": {"kinwatchAllowsLogin": False, "kinwatchNextCurfewTime": moment(start, days)}})
+    watch.shows_promptly(lambda: set_schedule(desktop, BOB, start + 30, end), {
+        "bob": {"kinwatchNextCurfewTime": moment(start + 30, days)}})
+    watch.shows_promptly(lambda: lift(desktop, BOB), {
         "bob": {"kinwatchAllowsLogin": True, "kinwatchNextCurfewTime": None}})
 
 
 def the_end_of_the_hours_in_which_somebody_may_log_in(desktop):
     _let_limits_be_known(desktop)
-    end = _second_of_day() + 4
-    _limit(desktop, end - 60, end)
+    end = second_of_day() + 4
+    limit(desktop, BOB, end - 60, end)
     watch = Watch(desktop)
     assert watch.user("bob")["kinwatchAllowsLogin"], watch.users
     watch.shows_promptly(
-        lambda: desktop.until(lambda: _second_of_day() >= end, "the end of the hours"),
-        {"bob": {"kinwatchAllowsLogin": False, "kinwatchNextCurfewTime": _moment(end - 60, days=1)}})
+        lambda: desktop.until(lambda: second_of_day() >= end, "the end of the hours"),
+        {"bob": {"kinwatchAllowsLogin": False, "kinwatchNextCurfewTime": moment(end - 60, days=1)}})
 
 
 def a_login_on_another_terminal_and_its_end(desktop):
@@ -192,7 +152,7 @@ def _goes_on(desktop, watch):
     assert not watch.user("bob")["kinwatchAllowsLogin"], watch.users
     watch.shows_promptly(lambda: _add_user(desktop, "zoe"), {"zoe": "added"})
     watch.shows_promptly(lambda: run("userdel", "zoe"), {"zoe": "removed"})
-    watch.shows_promptly(lambda: _lift_limit(desktop),
+    watch.shows_promptly(lambda: lift(desktop, BOB),
                          {"bob": {"kinwatchAllowsLogin": True, "kinwatchNextCurfewTime": None}})
     watch.shows_promptly(lambda: desktop.start_plain_session_of("bob", 9), {"bob": {"suspended": True}})
 
@@ -200,7 +160,7 @@ def _goes_on(desktop, watch):
 def _restart(desktop, *units):
     """Restarts them under a watch that shows bob as refused, as it does again afterwards."""
     _let_limits_be_known(desktop)
-    _limit(desktop, *_other_hours()[0])
+    limit(desktop, BOB, *_other_hours()[0])
     watch = Watch(desktop)
     assert not watch.user("bob")["kinwatchAllowsLogin"], watch.users
     run("systemctl", "restart", *units)
