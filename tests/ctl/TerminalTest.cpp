@@ -4,11 +4,14 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <optional>
 #include <pty.h>
 #include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
+#include <utmp.h>
 #include <vector>
 
 // The program as a whole, on a terminal of its own.
@@ -33,16 +36,17 @@ const std::string kFamily = GATEHALL_EXAMPLES "/family.world.json";
   _exit(127);
 }
 
-std::string readAll(int descriptor) {
+/// What comes before `mark`, or before the end.
+std::string readAll(int descriptor, std::optional<char> mark = std::nullopt) {
   std::string text;
   std::array<char, 4096> buffer;
-  // A terminal whose program has ended fails to read.
-  for (;;) {
+  while (!mark.has_value() || !text.ends_with(*mark)) {
     const auto count = read(descriptor, buffer.data(), buffer.size());
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) break;
     text.append(buffer.data(), static_cast<std::size_t>(count));
   }
+  if (mark.has_value() && text.ends_with(*mark)) text.pop_back();
   close(descriptor);
   return text;
 }
@@ -54,11 +58,26 @@ int exitStatusOf(pid_t child) {
 }
 
 std::string onATerminal(const std::vector<std::string>& words, const Environment& environment) {
+  int reading = -1;
   int terminal = -1;
-  const auto child = forkpty(&terminal, nullptr, nullptr, nullptr);
-  if (child == 0) become(words, environment);
-  auto text = readAll(terminal);
-  EXPECT_EQ(exitStatusOf(child), 0) << text;
+  EXPECT_EQ(openpty(&reading, &terminal, nullptr, nullptr, nullptr), 0);
+  const auto child = fork();
+  if (child == 0) {
+    close(reading);
+    login_tty(terminal);
+    become(words, environment);
+  }
+  // Linux may call a terminal closed before it hands over what was written to it last: it stays
+  // open, and a mark tells the end.
+  int status = -1;
+  std::thread end([&] {
+    status = exitStatusOf(child);
+    EXPECT_EQ(write(terminal, "", 1), 1);
+  });
+  auto text = readAll(reading, '\0');
+  end.join();
+  close(terminal);
+  EXPECT_EQ(status, 0) << text;
   return text;
 }
 
