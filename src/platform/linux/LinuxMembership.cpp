@@ -11,6 +11,10 @@ namespace gatehall {
 
 namespace {
 
+/// Who asks only once or twice hears of every change at once.
+constexpr unsigned kQuestionsUntilListIsKept = 4;
+constexpr std::chrono::milliseconds kKept{10};
+
 using Records = std::vector<std::shared_ptr<DirectoryRecord>>;
 
 /// The records of the search node with that value, asked for nothing but the listed kinds.
@@ -58,18 +62,36 @@ int LinuxMembership::userIDToIdentifier(std::uint32_t userID, Identifier& identi
   return 0;
 }
 
+std::shared_ptr<const Records> LinuxMembership::accessList(std::string_view service) {
+  using Time = std::chrono::steady_clock;
+  {
+    const std::lock_guard lock(mMutex);
+    if (mAccessList && mService == service && Time::now() - mFound < kKept) return mAccessList;
+  }
+  auto found = std::make_shared<const Records>(find(
+      mDirectory, record::Groups, attribute::RecordName, std::string(service) + "-access", {}));
+  const std::lock_guard lock(mMutex);
+  if (mQuestions < kQuestionsUntilListIsKept) {
+    ++mQuestions;
+  } else {
+    mService = service;
+    mAccessList = found;
+    mFound = Time::now();
+  }
+  return found;
+}
+
 int LinuxMembership::checkServiceMembership(const Identifier& identifier, std::string_view service,
                                             bool& isMember) {
   try {
-    const auto groups = find(mDirectory, record::Groups, attribute::RecordName,
-                             std::string(service) + "-access", {});
-    if (groups.empty()) return kNoAccessList;
+    const auto groups = accessList(service);
+    if (groups->empty()) return kNoAccessList;
     const auto users =
         find(mDirectory, record::Users, attribute::GUID, uuidText(identifier),
              {std::string(attribute::RecordName), std::string(attribute::PrimaryGroupID),
               std::string(attribute::MetaNodeLocation)});
     isMember = false;
-    for (const auto& group : groups) {
+    for (const auto& group : *groups) {
       for (const auto& user : users) isMember = isMember || group->isMember(*user);
     }
     return 0;

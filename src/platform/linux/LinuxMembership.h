@@ -1,5 +1,12 @@
 #pragma once
 
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "platform/DirectoryService.h"
 #include "platform/MembershipService.h"
 
@@ -8,6 +15,9 @@ namespace gatehall {
 /// Service access lists kept as groups: the list of service NAME is the group NAME-access of any
 /// node that the directory covers. Identifiers are the 16 bytes of GUIDs; the identifier derived
 /// from a user id alone is that id in a namespace of its own.
+///
+/// Of many questions in a row each needs the same list: it is kept for a hundredth of a second.
+/// From any thread.
 class LinuxMembership final : public MembershipService {
  public:
   /// The directory has to outlive the service.
@@ -24,7 +34,17 @@ class LinuxMembership final : public MembershipService {
                              bool& isMember) override;
 
  private:
+  using Records = std::vector<std::shared_ptr<DirectoryRecord>>;
+
+  /// The groups that are the service's list. Raises PlatformException.
+  std::shared_ptr<const Records> accessList(std::string_view service);
+
   DirectoryService& mDirectory;
+  std::mutex mMutex;
+  unsigned mQuestions = 0;
+  std::string mService;  ///< whose list is kept
+  std::shared_ptr<const Records> mAccessList;
+  std::chrono::steady_clock::time_point mFound;
 };
 
 }  // namespace gatehall

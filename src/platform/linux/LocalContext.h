@@ -9,12 +9,12 @@
 #include "platform/Clock.h"
 #include "platform/Log.h"
 #include "platform/linux/FaultLog.h"
-#include "platform/linux/GroupNames.h"
 #include "platform/linux/HostOptions.h"
 #include "platform/linux/LocalSettings.h"
 #include "platform/linux/LoginShells.h"
 #include "platform/linux/MachineGUIDs.h"
 #include "platform/linux/Passwd.h"
+#include "platform/linux/PasswdLines.h"
 #include "platform/linux/SessionLimits.h"
 #include "platform/linux/UserRecord.h"
 
@@ -30,14 +30,14 @@ struct LocalHost {
         clock(hostClock),
         faults(log),
         guids(options, faults),
-        groupNames(options, faults, clock),
+        passwdLines(options, faults, clock),
         sessionLimits(options, faults) {}
 
   const HostOptions options;
   Clock& clock;
   FaultLog faults;
   MachineGUIDs guids;
-  GroupNames groupNames;
+  PasswdLines passwdLines;
   SessionLimits sessionLimits;
 };
 

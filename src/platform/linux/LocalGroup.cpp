@@ -39,10 +39,17 @@ bool refuseOf(DirectoryError& error) {
 
 LocalGroup::LocalGroup(std::shared_ptr<LocalContext> context, Identity identity,
                        std::vector<std::string> memberLines)
-    : mHost(context->sharedHost()),
-      mContext(std::move(context)),
-      mIdentity(std::move(identity)),
-      mMemberLines(std::move(memberLines)) {}
+    : mHost(context->sharedHost()), mContext(std::move(context)), mIdentity(std::move(identity)) {
+  keepLines(std::move(memberLines));
+}
+
+void LocalGroup::keepLines(std::vector<std::string> memberLines) {
+  mMemberLines = std::move(memberLines);
+  mGroupIDs.clear();
+  for (const auto& line : mMemberLines) mGroupIDs.push_back(entryOf(line).groupID);
+  mWasAskedForName = false;
+  mNamesInLines.reset();
+}
 
 std::string LocalGroup::recordType() { return std::string(record::Groups); }
 
@@ -208,21 +215,25 @@ void LocalGroup::collectMembers(LocalContext& context, std::span<LocalGroup* con
   for (auto& list : lists) list.finish();
 }
 
-bool LocalGroup::hasMemberNamed(std::string_view name) const {
+bool LocalGroup::hasMemberNamed(std::string_view name) {
   if (isAdmin() && name == kRoot) return true;
-  return std::ranges::any_of(mMemberLines, [&](const std::string& line) {
-    bool isNamed = false;
+  if (mNamesInLines) return mNamesInLines->contains(name);
+  std::unordered_set<std::string_view> names;
+  bool isNamed = false;
+  for (const auto& line : mMemberLines) {
     eachMember(entryOf(line).members, [&](std::string_view member) {
-      isNamed = member == name;
-      return !isNamed;
+      isNamed = isNamed || member == name;
+      if (mWasAskedForName) names.insert(member);
+      return mWasAskedForName || !isNamed;
     });
-    return isNamed;
-  });
+  }
+  if (mWasAskedForName) mNamesInLines = std::move(names);
+  mWasAskedForName = true;
+  return isNamed;
 }
 
 bool LocalGroup::hasMemberWithGroupID(std::uint32_t groupID) const {
-  return std::ranges::any_of(
-      mMemberLines, [&](const std::string& line) { return entryOf(line).groupID == groupID; });
+  return std::ranges::find(mGroupIDs, groupID) != mGroupIDs.end();
 }
 
 bool LocalGroup::isMember(DirectoryRecord& member) {
@@ -277,7 +288,7 @@ bool LocalGroup::synchronize() {
   const std::scoped_lock lock(mMutex, present->mMutex);
   mContext = context;
   mIdentity = present->mIdentity;
-  mMemberLines = present->mMemberLines;
+  keepLines(present->mMemberLines);
   mMembers.reset();
   return true;
 }

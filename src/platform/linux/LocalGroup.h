@@ -63,8 +63,9 @@ class LocalGroup final : public DirectoryRecord {
   Strings memberNames();
   Strings memberGUIDs();
   bool isAdmin() const { return mIdentity.name == kAdminGroupName; }
-  bool hasMemberNamed(std::string_view name) const;
+  bool hasMemberNamed(std::string_view name);
   bool hasMemberWithGroupID(std::uint32_t groupID) const;
+  void keepLines(std::vector<std::string> memberLines);
 
   static void collectMembers(LocalContext& context, std::span<LocalGroup* const> groups);
 
@@ -73,6 +74,10 @@ class LocalGroup final : public DirectoryRecord {
   std::shared_ptr<LocalContext> mContext;
   Identity mIdentity;
   std::vector<std::string> mMemberLines;
+  std::vector<std::uint32_t> mGroupIDs;  ///< of the lines
+  bool mWasAskedForName = false;
+  /// The names in the lines, once a second one is asked for.
+  std::optional<std::unordered_set<std::string_view>> mNamesInLines;
   std::optional<std::vector<Member>> mMembers;
 };
 

@@ -99,15 +99,6 @@ bool needsMembers(const QueryDescription& description) {
 
 }  // namespace
 
-bool mayFindLocalGroups(LocalHost& host, const QueryDescription& description) {
-  const bool isByExactName = attribute::canonical(description.attribute) == attribute::RecordName &&
-                             description.match == MatchType::EqualTo;
-  return !isByExactName || std::ranges::any_of(description.values, [&](const std::string& name) {
-    return name == attribute::AllRecords || name == kAdminGroupName ||
-           host.groupNames.mayHold(name);
-  });
-}
-
 std::vector<std::shared_ptr<LocalGroup>> findLocalGroups(
     const std::shared_ptr<LocalContext>& context, const QueryDescription& description) {
   std::vector<std::shared_ptr<LocalGroup>> found;

@@ -10,9 +10,6 @@
 
 namespace gatehall {
 
-/// False when it is known without a look at the file that findLocalGroups would find nothing.
-bool mayFindLocalGroups(LocalHost& host, const QueryDescription& description);
-
 /// The groups that the query asks for: those of /etc/group in the file's order, then "admin". A
 /// group of that name in the file lends it its group id. Each account file is read at most once,
 /// and /etc/passwd only where members are asked for. Two lines of one name are one group to a

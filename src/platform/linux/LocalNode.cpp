@@ -38,8 +38,7 @@ class LocalQuery final : public DirectoryQuery {
   std::optional<Records> results(bool) override {
     Records records;
     const bool asksForUsers = asksFor(mDescription, record::Users);
-    const bool asksForGroups =
-        asksFor(mDescription, record::Groups) && mayFindLocalGroups(*mHost, mDescription);
+    const bool asksForGroups = asksFor(mDescription, record::Groups);
     if (!asksForUsers && !asksForGroups) return records;
     const auto context = std::make_shared<LocalContext>(mHost);
     if (asksForUsers) {

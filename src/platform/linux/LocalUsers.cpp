@@ -61,6 +61,22 @@ class UserSelection {
     return values && mValues.matchesAny(*values);
   }
 
+  /// Nothing but lines with some user ids can be wanted.
+  bool isByUserID() const {
+    return mRecords.isEmpty() && (mWay == Way::UserID || mWay == Way::GUID);
+  }
+
+  /// These ids. What is known of the file's lines spares making the GUID of each.
+  const std::unordered_set<std::uint32_t>& userIDs(const PasswdLines::Snapshot& lines) {
+    if (mHashesAll) {
+      for (const auto& guid : mWanted) {
+        if (const auto id = lines.userIDOf(guid, mGUIDs)) mIDs.insert(*id);
+      }
+      mHashesAll = false;
+    }
+    return mIDs;
+  }
+
   /// Every record has to be asked for its value.
   bool isByValue() const { return mWay == Way::Value; }
 
@@ -146,28 +162,32 @@ std::vector<std::shared_ptr<LocalUser>> findLocalUsers(const std::shared_ptr<Loc
   const auto isFull = [&] { return limit != 0 && found.size() >= limit && !selection.isByValue(); };
   std::unordered_set<std::string> namesFound;
   std::unordered_set<std::string_view> recordsUsed;
-  accountFiles::scanRequired(
-      host.options, host.faults, accountFiles::kPasswd,
-      [&](std::string_view line, std::uint64_t number) {
-        if (!records.isEmpty()) {
-          const auto record = records.named(accountLine::name(line));
-          if (record) recordsUsed.insert(record->userName);
-        }
-        if (!selection.takes(line)) return true;
-        std::string fault;
-        const auto entry = parsePasswdLine(line, fault);
-        if (!entry) {
-          host.faults.report(accountFiles::kPasswd, number, fault);
-          return true;
-        }
-        if (selection.isByExactName() && !namesFound.emplace(entry->name).second) return true;
-        auto record = records.isEmpty() ? nullptr : context->userRecordFor(*entry);
-        auto user = std::make_shared<LocalUser>(context, line, std::move(record));
-        if (records.isEmpty() || selection.isByValue() || selection.takes(*user)) {
-          found.push_back(std::move(user));
-        }
-        return !isFull() && !selection.isSatisfied(found.size());
-      });
+  const auto take = [&](std::string_view line, std::uint64_t number) {
+    if (!records.isEmpty()) {
+      const auto record = records.named(accountLine::name(line));
+      if (record) recordsUsed.insert(record->userName);
+    }
+    if (!selection.takes(line)) return true;
+    std::string fault;
+    const auto entry = parsePasswdLine(line, fault);
+    if (!entry) {
+      host.faults.report(accountFiles::kPasswd, number, fault);
+      return true;
+    }
+    if (selection.isByExactName() && !namesFound.emplace(entry->name).second) return true;
+    auto record = records.isEmpty() ? nullptr : context->userRecordFor(*entry);
+    auto user = std::make_shared<LocalUser>(context, line, std::move(record));
+    if (records.isEmpty() || selection.isByValue() || selection.takes(*user)) {
+      found.push_back(std::move(user));
+    }
+    return !isFull() && !selection.isSatisfied(found.size());
+  };
+  const auto lines = selection.isByUserID() ? host.passwdLines.current() : nullptr;
+  if (lines) {
+    lines->visit(selection.userIDs(*lines), take);
+  } else {
+    accountFiles::scanRequired(host.options, host.faults, accountFiles::kPasswd, take);
+  }
   for (const auto& record : records.all()) {
     if (isFull() || recordsUsed.contains(record->userName) || !record->userID) continue;
     auto user = std::make_shared<LocalUser>(context, record);
