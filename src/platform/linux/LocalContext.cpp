@@ -3,21 +3,20 @@
 namespace gatehall {
 
 const LoginShells& LocalContext::shells() {
-  const std::lock_guard lock(mMutex);
-  if (!mShells) mShells.emplace(mHost->options);
-  return *mShells;
+  std::call_once(mShells.isRead, [this] { mShells.file.emplace(mHost->options); });
+  return *mShells.file;
 }
 
 const UserRecords& LocalContext::userRecords() {
-  const std::lock_guard lock(mMutex);
-  if (!mUserRecords) mUserRecords.emplace(mHost->options, mHost->faults);
-  return *mUserRecords;
+  std::call_once(mUserRecords.isRead,
+                 [this] { mUserRecords.file.emplace(mHost->options, mHost->faults); });
+  return *mUserRecords.file;
 }
 
 const LocalSettings& LocalContext::settings() {
-  const std::lock_guard lock(mMutex);
-  if (!mSettings) mSettings = LocalSettings::read(mHost->options, mHost->faults);
-  return *mSettings;
+  std::call_once(mSettings.isRead,
+                 [this] { mSettings.file = LocalSettings::read(mHost->options, mHost->faults); });
+  return *mSettings.file;
 }
 
 std::shared_ptr<const UserRecord> LocalContext::userRecordFor(const PasswdEntry& entry) {

@@ -60,11 +60,16 @@ class LocalContext {
   std::shared_ptr<const UserRecord> userRecordFor(const PasswdEntry& entry);
 
  private:
+  template <class File>
+  struct Once {
+    std::once_flag isRead;
+    std::optional<File> file;
+  };
+
   std::shared_ptr<LocalHost> mHost;
-  std::mutex mMutex;
-  std::optional<LoginShells> mShells;
-  std::optional<UserRecords> mUserRecords;
-  std::optional<LocalSettings> mSettings;
+  Once<LoginShells> mShells;
+  Once<UserRecords> mUserRecords;
+  Once<LocalSettings> mSettings;
 };
 
 }  // namespace gatehall

@@ -34,17 +34,6 @@ constexpr std::array kKinds{attribute::AuthenticationAuthority,
                             attribute::Guest};
 static_assert(std::ranges::is_sorted(kKinds));
 
-/// A list of one, into which the text is moved.
-Strings one(std::string text) {
-  Strings values(1);
-  values.front() = std::move(text);
-  return values;
-}
-
-Strings oneUnlessEmpty(std::string_view text) {
-  return text.empty() ? Strings() : one(std::string(text));
-}
-
 /// The line that passwd(5) would have for a user record, with the defaults of systemd's records.
 std::string passwdLineOf(const UserRecord& record) {
   const bool isPerson = record.disposition.empty() || record.disposition == "regular";
@@ -61,12 +50,27 @@ std::string passwdLineOf(const UserRecord& record) {
 
 }  // namespace
 
+class LocalUser::PasswordOnce {
+ public:
+  explicit PasswordOnce(LocalUser& user) : mUser(user) {}
+
+  const Password& get() {
+    if (!mPassword) mPassword = mUser.password();
+    return *mPassword;
+  }
+  bool mayBeGiven() { return !get().hashes.empty() || get().isUnreadable; }
+
+ private:
+  LocalUser& mUser;
+  std::optional<Password> mPassword;
+};
+
 LocalUser::LocalUser(std::shared_ptr<LocalContext> context, std::string_view passwdLine,
-                     std::shared_ptr<const UserRecord> userRecord)
+                     const PasswdEntry& entry, std::shared_ptr<const UserRecord> userRecord)
     : mHost(context->sharedHost()),
       mContext(std::move(context)),
       mUserRecord(std::move(userRecord)) {
-  keepLine(passwdLine);
+  keepLine(passwdLine, entry);
 }
 
 LocalUser::LocalUser(std::shared_ptr<LocalContext> context,
@@ -75,13 +79,14 @@ LocalUser::LocalUser(std::shared_ptr<LocalContext> context,
       mContext(std::move(context)),
       mUserRecord(std::move(userRecord)),
       mStandsAlone(true) {
-  keepLine(passwdLineOf(*mUserRecord));
+  const auto line = passwdLineOf(*mUserRecord);
+  std::string fault;
+  keepLine(line, *parsePasswdLine(line, fault));
 }
 
-void LocalUser::keepLine(std::string_view passwdLine) {
-  std::string fault;
+void LocalUser::keepLine(std::string_view passwdLine, const PasswdEntry& entry) {
   mPasswdLine = passwdLine;
-  mEntry = *parsePasswdLine(mPasswdLine, fault);
+  mEntry = entryOfCopy(entry, passwdLine, mPasswdLine);
   mGUID.clear();
 }
 
@@ -99,19 +104,22 @@ std::string LocalUser::recordType() { return std::string(record::Users); }
 
 std::optional<Strings> LocalUser::valuesForAttribute(std::string_view kind) {
   const std::lock_guard lock(mMutex);
-  auto found = values(attribute::canonical(kind));
+  PasswordOnce password(*this);
+  Strings found;
+  eachValue(attribute::canonical(kind), password,
+            [&](std::string text) { found.push_back(std::move(text)); });
   if (found.empty()) return std::nullopt;
   return found;
 }
 
 std::optional<Dictionary> LocalUser::recordDetails(const Strings& kinds) {
   const std::lock_guard lock(mMutex);
+  PasswordOnce password(*this);
   Dictionary details;
   const auto add = [&](std::string_view kind) {
-    auto found = values(kind);
-    if (found.empty()) return;
-    Array each(std::make_move_iterator(found.begin()), std::make_move_iterator(found.end()));
-    details.emplace_hint(details.end(), kind, std::move(each));
+    Array found;
+    eachValue(kind, password, [&](std::string text) { found.emplace_back(std::move(text)); });
+    if (!found.empty()) details.emplace_hint(details.end(), kind, std::move(found));
   };
   for (const auto& kind : kinds) add(attribute::canonical(kind));
   if (!kinds.empty()) return details;
@@ -122,39 +130,53 @@ std::optional<Dictionary> LocalUser::recordDetails(const Strings& kinds) {
   return details;
 }
 
-Strings LocalUser::values(std::string_view kind) {
-  if (kind == attribute::RecordName) return recordNames();
-  if (kind == attribute::UniqueID) return one(std::to_string(mEntry.userID));
-  if (kind == attribute::PrimaryGroupID) return one(std::to_string(mEntry.groupID));
-  if (kind == attribute::GUID) return one(guid());
-  if (kind == attribute::MetaNodeLocation) return one(std::string(kLocalNodeName));
-  if (kind == attribute::Password) return passwordMark();
-  if (kind == attribute::AuthenticationAuthority) return authenticationAuthority();
-  if (kind == attribute::TavloSettings) return isLimited() ? Strings{"session limits"} : Strings();
-  if (auto own = attributesOfUserRecord(kind); !own.empty()) return own;
-  if (kind == attribute::FullName) return fullName();
-  if (kind == attribute::NFSHomeDirectory) return oneUnlessEmpty(mEntry.homeDirectory);
-  if (kind == attribute::UserShell) {
-    return one(std::string(mContext->shells().effective(mEntry.shell)));
+template <class Add>
+void LocalUser::eachValue(std::string_view kind, PasswordOnce& password, Add add) {
+  const auto addUnlessEmpty = [&](std::string_view text) {
+    if (!text.empty()) add(std::string(text));
+  };
+  const auto addAll = [&](const Strings& texts) { std::ranges::for_each(texts, add); };
+  const auto* own = attributesOfUserRecord(kind);
+  if (kind == attribute::RecordName) {
+    add(std::string(mEntry.name));
+    if (mUserRecord) addAll(mUserRecord->aliases);
+  } else if (kind == attribute::UniqueID) {
+    add(std::to_string(mEntry.userID));
+  } else if (kind == attribute::PrimaryGroupID) {
+    add(std::to_string(mEntry.groupID));
+  } else if (kind == attribute::GUID) {
+    add(guid());
+  } else if (kind == attribute::MetaNodeLocation) {
+    add(std::string(kLocalNodeName));
+  } else if (kind == attribute::Password) {
+    add(password.mayBeGiven() ? "********" : "*");
+  } else if (kind == attribute::AuthenticationAuthority) {
+    const bool isOfPasswd = password.get().store == Store::Passwd;
+    if (password.mayBeGiven()) add(isOfPasswd ? ";basic;" : ";ShadowHash;");
+    if (password.get().isDisabled) add(";DisabledUser;");
+    if (own != nullptr) addAll(*own);
+  } else if (kind == attribute::TavloSettings) {
+    if (isLimited()) add("session limits");
+  } else if (own != nullptr && !own->empty()) {
+    addAll(*own);
+  } else if (kind == attribute::FullName) {
+    addUnlessEmpty(fullName());
+  } else if (kind == attribute::NFSHomeDirectory) {
+    addUnlessEmpty(mEntry.homeDirectory);
+  } else if (kind == attribute::UserShell) {
+    add(std::string(mContext->shells().effective(mEntry.shell)));
+  } else if (kind == attribute::Picture) {
+    addUnlessEmpty(accountsService().picture);
+  } else if (kind == attribute::AuthenticationHint) {
+    addUnlessEmpty(accountsService().passwordHint);
+  } else if (kind == attribute::Guest) {
+    if (mContext->settings().isGuest(mEntry.name)) add("1");
   }
-  if (kind == attribute::Picture) return oneUnlessEmpty(accountsService().picture);
-  if (kind == attribute::AuthenticationHint) return oneUnlessEmpty(accountsService().passwordHint);
-  if (kind == attribute::Guest && mContext->settings().isGuest(mEntry.name)) return {"1"};
-  return {};
 }
 
-Strings LocalUser::recordNames() const {
-  auto names = one(std::string(mEntry.name));
-  if (mUserRecord) {
-    names.insert(names.end(), mUserRecord->aliases.begin(), mUserRecord->aliases.end());
-  }
-  return names;
-}
-
-Strings LocalUser::fullName() const {
+std::string LocalUser::fullName() const {
   auto name = fullNameOfGecos(mEntry.gecos, mEntry.name);
-  if (name.empty() && mUserRecord) name = mUserRecord->realName;
-  return oneUnlessEmpty(name);
+  return name.empty() && mUserRecord ? mUserRecord->realName : name;
 }
 
 const std::string& LocalUser::guid() {
@@ -165,27 +187,11 @@ const std::string& LocalUser::guid() {
   return mGUID;
 }
 
-Strings LocalUser::attributesOfUserRecord(std::string_view kind) const {
-  if (!mUserRecord) return {};
+/// nullptr when it has none of that kind.
+const Strings* LocalUser::attributesOfUserRecord(std::string_view kind) const {
+  if (!mUserRecord) return nullptr;
   const auto found = mUserRecord->attributes.find(kind);
-  return found == mUserRecord->attributes.end() ? Strings() : found->second;
-}
-
-Strings LocalUser::authenticationAuthority() {
-  const auto account = password();
-  Strings authorities;
-  if (!account.hashes.empty() || account.isUnreadable) {
-    authorities.emplace_back(account.store == Store::Passwd ? ";basic;" : ";ShadowHash;");
-  }
-  if (account.isDisabled) authorities.emplace_back(";DisabledUser;");
-  const auto own = attributesOfUserRecord(attribute::AuthenticationAuthority);
-  authorities.insert(authorities.end(), own.begin(), own.end());
-  return authorities;
-}
-
-Strings LocalUser::passwordMark() {
-  const auto account = password();
-  return {!account.hashes.empty() || account.isUnreadable ? "********" : "*"};
+  return found == mUserRecord->attributes.end() ? nullptr : &found->second;
 }
 
 // pam_unix's reading of the two files: "x" stands for the shadow file, an empty field for no
@@ -266,36 +272,36 @@ void LocalUser::fetchShadow(LocalContext& context,
                             std::span<const std::shared_ptr<LocalUser>> users) {
   auto& host = context.host();
   // The names stay good: nobody else has the users yet whose entries are missing.
-  std::unordered_map<std::string_view, std::vector<LocalUser*>> missing;
+  std::unordered_multimap<std::string_view, LocalUser*> missing;
   missing.reserve(users.size());
   for (const auto& user : users) {
     const std::lock_guard lock(user->mMutex);
     if (user->mShadow != Fetched::No || user->mStandsAlone) continue;
-    missing[user->mEntry.name].push_back(user.get());
+    missing.emplace(user->mEntry.name, user.get());
   }
   if (missing.size() <= 1) return;  // one record fetches its own line as fast
-  const auto keep = [](const std::vector<LocalUser*>& records, Fetched state,
-                       std::string_view line) {
-    for (auto* user : records) {
-      const std::lock_guard lock(user->mMutex);
-      user->keepShadow(state, line);
-    }
+  const auto keep = [](LocalUser& user, Fetched state, std::string_view line) {
+    const std::lock_guard lock(user.mMutex);
+    user.keepShadow(state, line);
   };
   const int error =
       accountFiles::scan(host.options, host.faults, accountFiles::kShadow,
                          [&](std::string_view line, std::uint64_t number) {
-                           const auto found = missing.find(accountLine::name(line));
-                           if (found == missing.end()) return true;
+                           const auto [begin, end] = missing.equal_range(accountLine::name(line));
+                           if (begin == end) return true;
                            std::string fault;
                            const bool isRead = parseShadowLine(line, fault).has_value();
                            if (!isRead) host.faults.report(accountFiles::kShadow, number, fault);
-                           keep(found->second, isRead ? Fetched::Line : Fetched::Nothing, line);
-                           missing.erase(found);
+                           const auto state = isRead ? Fetched::Line : Fetched::Nothing;
+                           for (auto each = begin; each != end; ++each) {
+                             keep(*each->second, state, line);
+                           }
+                           missing.erase(begin, end);
                            return !missing.empty();
                          });
   const bool isUnreadable = error != 0 && error != ENOENT;
-  for (const auto& [unused, records] : missing) {
-    keep(records, isUnreadable ? Fetched::Unreadable : Fetched::Nothing, {});
+  for (const auto& [unused, user] : missing) {
+    keep(*user, isUnreadable ? Fetched::Unreadable : Fetched::Nothing, {});
   }
 }
 
@@ -309,7 +315,8 @@ void LocalUser::fetchPrivileged() {
 
 const AccountsServiceFile& LocalUser::accountsService() {
   if (!mAccountsService) {
-    mAccountsService = AccountsServiceFile::read(mHost->options, accountLine::name(mPasswdLine));
+    mAccountsService = std::make_shared<const AccountsServiceFile>(
+        AccountsServiceFile::read(mHost->options, accountLine::name(mPasswdLine)));
   }
   return *mAccountsService;
 }
@@ -318,10 +325,11 @@ void LocalUser::fetchAccountsService(LocalContext& context,
                                      std::span<const std::shared_ptr<LocalUser>> users) {
   if (users.size() <= 1) return;
   const auto accounts = AccountsServiceFile::accounts(context.host().options);
+  const auto nothing = std::make_shared<const AccountsServiceFile>();
   for (const auto& user : users) {
     const std::lock_guard lock(user->mMutex);
     const bool isKept = accounts.contains(accountLine::name(user->mPasswdLine));
-    if (!isKept && !user->mAccountsService) user->mAccountsService.emplace();
+    if (!isKept && !user->mAccountsService) user->mAccountsService = nothing;
   }
 }
 
@@ -440,7 +448,7 @@ bool LocalUser::synchronize() {
   if (!present) return false;
   const std::scoped_lock lock(mMutex, present->mMutex);
   mContext = context;
-  keepLine(present->mPasswdLine);
+  keepLine(present->mPasswdLine, present->mEntry);
   mUserRecord = present->mUserRecord;
   mStandsAlone = present->mStandsAlone;
   mShadow = Fetched::No;

@@ -26,9 +26,9 @@ namespace gatehall {
 /// attributes.
 class LocalUser final : public DirectoryRecord {
  public:
-  /// Of a line that parsePasswdLine reads, with or without a user record.
+  /// Of a line that parsePasswdLine reads as that entry, with or without a user record.
   LocalUser(std::shared_ptr<LocalContext> context, std::string_view passwdLine,
-            std::shared_ptr<const UserRecord> userRecord);
+            const PasswdEntry& entry, std::shared_ptr<const UserRecord> userRecord);
 
   /// Of a user record that has a user id and stands alone.
   LocalUser(std::shared_ptr<LocalContext> context, std::shared_ptr<const UserRecord> userRecord);
@@ -70,16 +70,17 @@ class LocalUser final : public DirectoryRecord {
     std::vector<std::string_view> hashes;  ///< without the marks of a lock; good under the lock
   };
 
+  /// What password() says, found out no more than once for all the values of a record.
+  class PasswordOnce;
+
   // All of these are called under mMutex.
-  void keepLine(std::string_view passwdLine);
-  Strings values(std::string_view kind);
-  Strings recordNames() const;
-  Strings fullName() const;
-  Strings homeDirectory() const;
+  void keepLine(std::string_view passwdLine, const PasswdEntry& entry);
+  /// Calls add(text) for each value of that kind, which has its canonical name.
+  template <class Add>
+  void eachValue(std::string_view kind, PasswordOnce& password, Add add);
+  std::string fullName() const;
   const std::string& guid();
-  Strings authenticationAuthority();
-  Strings passwordMark();
-  Strings attributesOfUserRecord(std::string_view kind) const;
+  const Strings* attributesOfUserRecord(std::string_view kind) const;
   Password password();
   void fetchShadowLine();
   void fetchPrivileged();
@@ -101,7 +102,7 @@ class LocalUser final : public DirectoryRecord {
   Fetched mShadow = Fetched::No;  ///< of the shadow line, or of the privileged hashes
   std::unique_ptr<SecretText> mShadowLine;
   std::vector<std::unique_ptr<SecretText>> mPrivilegedHashes;
-  std::optional<AccountsServiceFile> mAccountsService;
+  std::shared_ptr<const AccountsServiceFile> mAccountsService;
   std::optional<bool> mIsLimited;  ///< in the sessions, by parental controls
 };
 

@@ -176,7 +176,7 @@ std::vector<std::shared_ptr<LocalUser>> findLocalUsers(const std::shared_ptr<Loc
     }
     if (selection.isByExactName() && !namesFound.emplace(entry->name).second) return true;
     auto record = records.isEmpty() ? nullptr : context->userRecordFor(*entry);
-    auto user = std::make_shared<LocalUser>(context, line, std::move(record));
+    auto user = std::make_shared<LocalUser>(context, line, *entry, std::move(record));
     if (records.isEmpty() || selection.isByValue() || selection.takes(*user)) {
       found.push_back(std::move(user));
     }

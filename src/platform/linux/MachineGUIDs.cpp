@@ -13,9 +13,8 @@ constexpr std::size_t kMostRemembered = 4096;
 }  // namespace
 
 UUIDBytes MachineGUIDs::machineID() {
-  const std::lock_guard lock(mMutex);
-  if (!mMachineID) mMachineID = readMachineID();
-  return *mMachineID;
+  std::call_once(mMachineIDIsRead, [this] { mMachineID = readMachineID(); });
+  return mMachineID;
 }
 
 UUIDBytes MachineGUIDs::readMachineID() {

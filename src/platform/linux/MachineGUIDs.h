@@ -48,8 +48,9 @@ class MachineGUIDs {
 
   const HostOptions& mOptions;
   FaultLog& mFaults;
+  std::once_flag mMachineIDIsRead;
+  UUIDBytes mMachineID{};
   std::mutex mMutex;
-  std::optional<UUIDBytes> mMachineID;
   std::unordered_map<UUIDBytes, std::uint32_t, GUIDHash> mRemembered;
 };
 

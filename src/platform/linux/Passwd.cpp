@@ -19,6 +19,14 @@ std::optional<PasswdEntry> parsePasswdLine(std::string_view line, std::string& f
   return entry;
 }
 
+PasswdEntry entryOfCopy(const PasswdEntry& entry, std::string_view line, std::string_view copy) {
+  const auto moved = [&](std::string_view text) {
+    return copy.substr(static_cast<std::size_t>(text.data() - line.data()), text.size());
+  };
+  return {moved(entry.name),  moved(entry.password),      entry.userID,      entry.groupID,
+          moved(entry.gecos), moved(entry.homeDirectory), moved(entry.shell)};
+}
+
 std::string fullNameOfGecos(std::string_view gecos, std::string_view loginName) {
   const auto full = gecos.substr(0, gecos.find(','));
   if (full.find('&') == std::string_view::npos) return std::string(full);
