@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string_view>
 
 #include "ctl/TerminalText.h"
 
@@ -23,19 +24,33 @@ const char* colourOf(Tone tone) {
   return "";
 }
 
-/// Calls each with every cell's column, text as a terminal shows it, and colour; and ends a row.
-/// Tables may be long, so what is shown is not kept.
+/// A cell's text as a terminal shows it, and the columns that it takes.
+struct Shown {
+  std::string_view text;
+  std::size_t columns;
+};
+
+/// Calls each with every cell's column, what is shown, and colour; and ends a row. Tables may be
+/// long, so what is shown is not kept, nor copied where it is the cell's own text.
 template <class Each, class EndRow>
 void forEachShown(const Table& table, TableStyle style, Each each, EndRow endRow) {
   if (table.rows.empty()) return;
+  const auto show = [&](std::size_t column, const std::string& text, const char* colour) {
+    if (isPlainForTerminal(text)) {
+      each(column, Shown{text, text.size()}, colour);
+    } else {
+      const auto shown = forTerminal(text);
+      each(column, Shown{shown.text, shown.columns}, colour);
+    }
+  };
   if (style.legend && !table.header.empty()) {
     std::size_t column = 0;
-    for (const auto& title : table.header) each(column++, forTerminal(title), "\x1B[1m");
+    for (const auto& title : table.header) show(column++, title, "\x1B[1m");
     endRow();
   }
   for (const auto& row : table.rows) {
     std::size_t column = 0;
-    for (const auto& cell : row) each(column++, forTerminal(cell.text), colourOf(cell.tone));
+    for (const auto& cell : row) show(column++, cell.text, colourOf(cell.tone));
     endRow();
   }
 }
@@ -52,7 +67,7 @@ Measures measuresOf(const Table& table, TableStyle style) {
   auto& columns = measures.columns;
   forEachShown(
       table, style,
-      [&](std::size_t column, const TerminalText& content, const char*) {
+      [&](std::size_t column, const Shown& content, const char*) {
         columns.resize(std::max(columns.size(), column + 1));
         // What stands last in a row needs no room kept for something behind it.
         if (column > 0) columns[column - 1] = std::max(columns[column - 1], last);
@@ -76,7 +91,7 @@ std::string tableText(const Table& table, TableStyle style) {
   std::size_t missing = 0;  // columns between what is written and the next cell
   forEachShown(
       table, style,
-      [&](std::size_t column, const TerminalText& content, const char* colour) {
+      [&](std::size_t column, const Shown& content, const char* colour) {
         if (!content.text.empty()) {
           const bool coloured = style.colour && *colour != '\0';
           text.append(missing, ' ');

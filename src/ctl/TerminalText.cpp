@@ -46,11 +46,12 @@ std::string escape(const char* format, unsigned code) {
 
 }  // namespace
 
+bool isPlainForTerminal(std::string_view text) {
+  return std::ranges::all_of(text, [](char c) { return c >= 0x20 && c < 0x7F; });
+}
+
 TerminalText forTerminal(std::string_view text) {
-  // Most texts are printable ASCII, and there may be very many.
-  if (std::ranges::all_of(text, [](char c) { return c >= 0x20 && c < 0x7F; })) {
-    return {std::string(text), text.size()};
-  }
+  if (isPlainForTerminal(text)) return {std::string(text), text.size()};
   const Utf8Locale locale;
   TerminalText result;
   std::mbstate_t state{};

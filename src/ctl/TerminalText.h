@@ -17,4 +17,7 @@ struct TerminalText {
 /// character, "\u{202E}" any other one.
 TerminalText forTerminal(std::string_view text);
 
+/// Whether the text is printable ASCII, as most are, and so shown as it stands, a column a byte.
+bool isPlainForTerminal(std::string_view text);
+
 }  // namespace gatehall::ctl

@@ -7,6 +7,7 @@
 #include "access/KinwatchMonitor.h"
 #include "platform/AttributeKinds.h"
 #include "platform/Platform.h"
+#include "platform/TextStart.h"
 
 namespace gatehall {
 
@@ -52,15 +53,6 @@ struct Place {
   std::size_t index = 0;
 };
 
-std::uint64_t startOf(const std::string& key) {
-  std::uint64_t start = 0;
-  for (std::size_t index = 0; index < sizeof start; ++index) {
-    const auto byte = index < key.size() ? static_cast<unsigned char>(key[index]) : 0U;
-    start = start << 8U | byte;
-  }
-  return start;
-}
-
 /// Sorts by long name with one collation key a user instead of one comparison a pair.
 void sortByLongName(CachedUserList::Users& users) {
   auto& collation = platform().collation();
@@ -71,7 +63,7 @@ void sortByLongName(CachedUserList::Users& users) {
   places.reserve(users.size());
   for (const auto& user : users) {
     keys.push_back(collation.sortKey(user->longName().value_or("")));
-    places.push_back({startOf(keys.back()), places.size()});
+    places.push_back({startOfText(keys.back()), places.size()});
   }
   std::ranges::sort(places, [&](const Place& left, const Place& right) {
     if (left.start != right.start) return left.start < right.start;

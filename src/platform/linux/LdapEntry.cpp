@@ -6,6 +6,7 @@
 #include <ranges>
 #include <strings.h>
 
+#include "platform/TextStart.h"
 #include "platform/linux/AccountLine.h"
 #include "platform/portable/NameBasedUUID.h"
 #include "platform/portable/Utf8.h"
@@ -180,11 +181,13 @@ std::string_view LdapEntry::first(LdapSlot slot) const {
 void sort(LdapEntries& entries) {
   struct Keyed {
     bool isGroup;
+    std::uint64_t start;
     std::string_view name;
     std::shared_ptr<const LdapEntry> entry;
   };
   const auto standsBefore = [](const Keyed& left, const Keyed& right) {
     if (left.isGroup != right.isGroup) return right.isGroup;
+    if (left.start != right.start) return left.start < right.start;
     const int order = left.name.compare(right.name);
     if (order != 0) return order < 0;
     return left.entry->first(LdapSlot::GUID) < right.entry->first(LdapSlot::GUID);
@@ -194,7 +197,7 @@ void sort(LdapEntries& entries) {
   for (auto& entry : entries) {
     const bool isGroup = entry->type == LdapSchema::Type::Group;
     const auto name = entry->first(LdapSlot::Name);
-    keyed.push_back({isGroup, name, std::move(entry)});
+    keyed.push_back({isGroup, startOfText(name), name, std::move(entry)});
   }
   std::ranges::sort(keyed, standsBefore);
   std::ranges::transform(keyed, entries.begin(), [](Keyed& each) { return std::move(each.entry); });

@@ -44,7 +44,11 @@ std::string LdapRecord::recordType() {
 }
 
 std::optional<Strings> LdapRecord::valuesForAttribute(std::string_view kind) {
-  auto found = values(*entry(), attribute::canonical(kind));
+  const auto entry = this->entry();
+  kind = attribute::canonical(kind);
+  Strings found;
+  eachValue(*entry, kind, slotOf(*entry, kind),
+            [&](std::string_view text) { found.emplace_back(text); });
   if (found.empty()) return std::nullopt;
   return found;
 }
@@ -52,69 +56,80 @@ std::optional<Strings> LdapRecord::valuesForAttribute(std::string_view kind) {
 std::optional<Dictionary> LdapRecord::recordDetails(const Strings& kinds) {
   const auto entry = this->entry();
   Dictionary details;
-  const auto add = [&](std::string_view kind, Strings found) {
-    if (found.empty()) return;
-    details.emplace(kind,
-                    Array(std::move_iterator(found.begin()), std::move_iterator(found.end())));
+  const auto add = [&](std::string_view kind, std::optional<LdapSlot> slot) {
+    Array found;
+    eachValue(*entry, kind, slot, [&](std::string_view text) { found.emplace_back(text); });
+    if (!found.empty()) details.emplace_hint(details.end(), kind, std::move(found));
   };
   for (const auto& each : kinds) {
     const auto kind = attribute::canonical(each);
-    if (!details.contains(kind)) add(kind, values(*entry, kind));
+    if (!details.contains(kind)) add(kind, slotOf(*entry, kind));
   }
   if (!kinds.empty()) return details;
-  constexpr std::array kMade{attribute::MetaNodeLocation, attribute::Password,
-                             attribute::AuthenticationAuthority};
-  for (const auto kind : kMade) add(kind, values(*entry, kind));
   for (const auto& [kind, slot] : mDirectory->schemas().of(entry->type).kinds()) {
-    if (kind == attribute::JPEGPhoto || std::ranges::find(kMade, kind) != kMade.end()) continue;
-    add(kind, valuesOfSlot(*entry, kind, slot));
+    if (kind != attribute::JPEGPhoto) add(kind, slot);
+  }
+  for (const auto kind :
+       {attribute::MetaNodeLocation, attribute::Password, attribute::AuthenticationAuthority}) {
+    add(kind, slotOf(*entry, kind));
   }
   return details;
 }
 
-Strings LdapRecord::values(const LdapEntry& entry, std::string_view kind) {
-  if (kind == attribute::MetaNodeLocation) return {mDirectory->nodeName()};
-  if (entry.type == Type::User) {
-    // The server keeps it.
-    if (kind == attribute::Password) return {"********"};
-    if (kind == attribute::AuthenticationAuthority) return authenticationAuthority(entry);
+std::optional<LdapSlot> LdapRecord::slotOf(const LdapEntry& entry, std::string_view kind) const {
+  return mDirectory->schemas().of(entry.type).slotOf(kind);
+}
+
+template <class Add>
+void LdapRecord::eachValue(const LdapEntry& entry, std::string_view kind,
+                           std::optional<LdapSlot> slot, Add add) {
+  if (kind == attribute::MetaNodeLocation) {
+    add(mDirectory->nodeName());
+  } else if (entry.type == Type::User) {
+    eachUserValue(entry, kind, slot, add);
+  } else if (slot) {
+    eachGroupValue(entry, *slot, add);
   }
-  const auto slot = mDirectory->schemas().of(entry.type).slotOf(kind);
-  if (!slot) return {};
-  return valuesOfSlot(entry, kind, *slot);
 }
 
-Strings LdapRecord::valuesOfSlot(const LdapEntry& entry, std::string_view kind, LdapSlot slot) {
-  return entry.type == Type::User ? userValues(entry, kind, slot) : groupValues(entry, slot);
-}
-
-Strings LdapRecord::userValues(const LdapEntry& user, std::string_view kind, LdapSlot slot) {
-  if (kind == attribute::UserShell) {
-    const auto shells = user.of(slot);
-    return shells.empty() ? Strings() : Strings{mDirectory->effectiveShell(shells.front().text)};
+template <class Add>
+void LdapRecord::eachUserValue(const LdapEntry& user, std::string_view kind,
+                               std::optional<LdapSlot> slot, Add add) {
+  const auto addAll = [&] {
+    if (!slot) return;
+    for (const auto& value : user.of(*slot)) add(value.text);
+  };
+  if (kind == attribute::Password) {
+    add("********");  // the server keeps it
+  } else if (kind == attribute::AuthenticationAuthority) {
+    add(";LDAP;");
+    if (isDisabled(user, mDirectory->now())) add(";DisabledUser;");
+    addAll();
+  } else if (kind == attribute::UserShell && slot) {
+    const auto shells = user.of(*slot);
+    if (!shells.empty()) add(mDirectory->effectiveShell(shells.front().text));
+  } else if (slot != LdapSlot::Photo) {
+    addAll();
+  } else if (const auto& name = mDirectory->schemas().users.attribute(*slot); !name.empty()) {
+    for (const auto& value : mDirectory->readAttribute(user.dn, name).values) add(value);
   }
-  if (slot != LdapSlot::Photo) return user.texts(slot);
-  const auto& name = mDirectory->schemas().users.attribute(slot);
-  if (name.empty()) return {};
-  return mDirectory->readAttribute(user.dn, name).values;
 }
 
-Strings LdapRecord::groupValues(const LdapEntry& group, LdapSlot slot) {
-  switch (slot) {
-    case LdapSlot::MemberNames:
-      return members(group)->userNames;
-    case LdapSlot::NestedNames:
-      return guidsOf(members(group)->groups);
-    case LdapSlot::Members: {
-      auto users = members(group)->users;
-      constexpr std::array kUser{Type::User};
-      auto named =
-          findByValues(*mDirectory, kUser, LdapSlot::Name, group.texts(LdapSlot::MemberNames));
-      std::ranges::move(named, std::back_inserter(users));
-      return guidsOf(users);
-    }
-    default:
-      return group.texts(slot);
+template <class Add>
+void LdapRecord::eachGroupValue(const LdapEntry& group, LdapSlot slot, Add add) {
+  if (slot == LdapSlot::MemberNames) {
+    std::ranges::for_each(members(group)->userNames, add);
+  } else if (slot == LdapSlot::NestedNames) {
+    std::ranges::for_each(guidsOf(members(group)->groups), add);
+  } else if (slot == LdapSlot::Members) {
+    auto users = members(group)->users;
+    constexpr std::array kUser{Type::User};
+    auto named =
+        findByValues(*mDirectory, kUser, LdapSlot::Name, group.texts(LdapSlot::MemberNames));
+    std::ranges::move(named, std::back_inserter(users));
+    std::ranges::for_each(guidsOf(users), add);
+  } else {
+    for (const auto& value : group.of(slot)) add(value.text);
   }
 }
 
@@ -127,15 +142,6 @@ std::shared_ptr<const LdapMembers> LdapRecord::members(const LdapEntry& group) {
   const std::lock_guard lock(mMutex);
   if (mEntry.get() == &group) mMembers = found;
   return found;
-}
-
-Strings LdapRecord::authenticationAuthority(const LdapEntry& user) {
-  Strings authorities{";LDAP;"};
-  if (isDisabled(user, mDirectory->now())) authorities.emplace_back(";DisabledUser;");
-  if (const auto slot = mDirectory->schemas().users.slotOf(attribute::AuthenticationAuthority)) {
-    for (auto& own : user.texts(*slot)) authorities.push_back(std::move(own));
-  }
-  return authorities;
 }
 
 bool LdapRecord::setValue(std::string_view value, std::string_view kind) {

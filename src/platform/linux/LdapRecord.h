@@ -34,12 +34,18 @@ class LdapRecord final : public DirectoryRecord {
 
  private:
   std::shared_ptr<const LdapEntry> entry() const;
-  Strings values(const LdapEntry& entry, std::string_view kind);
-  Strings valuesOfSlot(const LdapEntry& entry, std::string_view kind, LdapSlot slot);
-  Strings userValues(const LdapEntry& user, std::string_view kind, LdapSlot slot);
-  Strings groupValues(const LdapEntry& group, LdapSlot slot);
+  /// Calls add(text) for each value of that kind, which has its canonical name; as far as an entry
+  /// holds it as it stands, in that slot.
+  template <class Add>
+  void eachValue(const LdapEntry& entry, std::string_view kind, std::optional<LdapSlot> slot,
+                 Add add);
+  template <class Add>
+  void eachUserValue(const LdapEntry& user, std::string_view kind, std::optional<LdapSlot> slot,
+                     Add add);
+  template <class Add>
+  void eachGroupValue(const LdapEntry& group, LdapSlot slot, Add add);
+  std::optional<LdapSlot> slotOf(const LdapEntry& entry, std::string_view kind) const;
   std::shared_ptr<const LdapMembers> members(const LdapEntry& group);
-  Strings authenticationAuthority(const LdapEntry& user);
 
   const std::shared_ptr<LdapDirectory> mDirectory;
   mutable std::mutex mMutex;  ///< never held while the directory is asked
