@@ -1,14 +1,14 @@
 // The first complete list of users to show, sorted, of the accounts in /etc/passwd: the whole of
 // one process against getent(1) reading all of 70,000, and against LightDM's library listing 10,000
 // (without AccountsService, so that both read the same file). Then how the time grows from 1,000 to
-// 1,000,000 accounts. All run in a mount namespace of their own, in which the account files are the
-// benchmark's. Needs root.
+// 1,000,000 accounts, and what an access list adds to it that admits every second one. All run in a
+// mount namespace of their own, in which the account files are the benchmark's. Needs root.
 
 #include <cstdint>
 #include <dlfcn.h>
 #include <filesystem>
+#include <fstream>
 #include <string_view>
-#include <utility>
 
 #include "access/UserAccess.h"
 #include "bench/AccountFiles.h"
@@ -59,15 +59,39 @@ Spent medians(const Command& command, int runs) {
   return {median(milliseconds), median(processor), median(megabytes)};
 }
 
+void print(const char* name, const char* whose, const Spent& spent, int runs) {
+  // The processor's time tells how far a machine that has other things to do can be believed.
+  std::printf("%s: %s %.1f ms, of the processor's %.1f ms, %.0f MB (medians of %d)\n", name, whose,
+              spent.milliseconds, spent.processorMilliseconds, spent.megabytes, runs);
+}
+
 void compare(const char* name, const Command& ours, const Command& theirs, int runs, double aim) {
   const auto our = medians(ours, runs);
   const auto their = medians(theirs, runs);
-  // The processor's time tells how far a machine that has other things to do can be believed.
-  for (const auto& [whose, what] : {std::pair("ours", our), std::pair("theirs", their)}) {
-    std::printf("%s: %s %.1f ms, of the processor's %.1f ms, %.0f MB (medians of %d)\n", name,
-                whose, what.milliseconds, what.processorMilliseconds, what.megabytes, runs);
-  }
+  print(name, "ours", our, runs);
+  print(name, "theirs", their, runs);
   std::printf("%s ratio %.3f aim %.2f\n", name, our.milliseconds / their.milliseconds, aim);
+}
+
+void measureAccessList(const std::filesystem::path& folder, const std::string& program, int count) {
+  constexpr int kRuns = 9;
+  const auto list = [&](int users) {
+    return medians({program, "list", std::to_string(users)}, kRuns);
+  };
+  writeAccounts(folder, count);
+  const auto without = list(count);
+  {
+    std::ofstream group(folder / "group", std::ios::app);
+    group << "gatehall-access:x:900:user0";
+    for (int number = 2; number < count; number += 2) group << ",user" << number;
+    group << "\n";
+  }
+  const auto with = list(count / 2);
+  std::printf("user-list-with-access-list: %d accounts\n", count);
+  print("user-list-with-access-list", "with", with, kRuns);
+  print("user-list-with-access-list", "without", without, kRuns);
+  std::printf("user-list-with-access-list ratio %.2f aim 2.0\n",
+              with.milliseconds / without.milliseconds);
 }
 
 }  // namespace
@@ -89,6 +113,7 @@ int main(int argc, char** argv) {
     std::printf("user-list: %.1f ms and %.0f MB for %d users, %.2f us a user\n", taken.milliseconds,
                 taken.megabytes, count, taken.milliseconds * 1000 / count);
   }
+  for (const int count : {10000, 70000}) measureAccessList(accounts.folder(), program, count);
   writeAccounts(accounts.folder(), 10000);
   compare("user-list-against-lightdm", ours(10000), {program, "lightdm", "10000"}, 3, 0.05);
   writeAccounts(accounts.folder(), 70000);

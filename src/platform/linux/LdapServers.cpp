@@ -42,14 +42,14 @@ LdapLimits LdapServers::limits() const {
 void LdapServers::run(const std::function<void(LdapConnection&)>& work) {
   auto connection = takeIdle();
   const bool isUsed = connection != nullptr;
-  if (!isUsed) connection = connect(Bound::Yes);
+  if (!isUsed) connection = connect(Bound::Yes, answerDeadline());
   try {
     work(*connection);
   } catch (const LdapConnectionLost& lost) {
     // A server may have closed a connection that nobody used, and is no worse for that.
     if (!isUsed || lost.timedOut()) avoid(connection->server());
     if (lost.timedOut()) throw;
-    connection = connect(Bound::Yes);
+    connection = connect(Bound::Yes, answerDeadline());
     work(*connection);
   }
   giveBack(std::move(connection));
@@ -62,30 +62,33 @@ void LdapServers::askForNothing(LdapConnection& connection, const LdapLimits& li
 }
 
 void LdapServers::probe() {
+  const auto deadline = answerDeadline();
   if (auto idle = takeIdle()) {
     try {
-      askForNothing(*idle, limits());
+      // One that swallows everything must leave time for the others.
+      auto limit = limits();
+      limit.answer /= static_cast<int>(mSettings.servers.size());
+      askForNothing(*idle, limit);
       return giveBack(std::move(idle));
     } catch (const LdapConnectionLost& lost) {
       if (lost.timedOut()) avoid(idle->server());
-      if (lost.timedOut()) throw;
+      if (lost.timedOut() && mSettings.servers.size() == 1) throw;
     }
   }
   // A server answers to the bind.
-  giveBack(connect(Bound::Yes));
+  giveBack(connect(Bound::Yes, deadline));
 }
 
 void LdapServers::runUnbound(const std::function<void(LdapConnection&)>& work) {
-  work(*connect(Bound::No));
+  work(*connect(Bound::No, answerDeadline()));
 }
 
 LdapServers::Connection LdapServers::connectTo(const LdapURI& server, Deadline deadline) {
   return connectTo(server, Bound::Yes, std::min(answerDeadline(), deadline));
 }
 
-LdapServers::Connection LdapServers::connect(Bound bound) {
+LdapServers::Connection LdapServers::connect(Bound bound, Deadline deadline) {
   const auto servers = serversByPromise();
-  const auto deadline = answerDeadline();
   std::string faults;
   for (std::size_t index = 0; index < servers.size(); ++index) {
     // A server that swallows everything must leave time for the others.

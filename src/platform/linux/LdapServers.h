@@ -58,7 +58,7 @@ class LdapServers {
     Deadline until;
   };
 
-  Connection connect(Bound bound);
+  Connection connect(Bound bound, Deadline deadline);
   Connection connectTo(const LdapURI& server, Bound bound, Deadline deadline) const;
   void bindTo(LdapConnection& connection, Deadline deadline) const;
   std::vector<LdapURI> serversByPromise();

@@ -13,11 +13,12 @@ class LinuxDirectorySession final : public DirectorySession {
  public:
   LinuxDirectorySession(std::shared_ptr<LocalHost> host,
                         std::vector<std::shared_ptr<NetworkNode>> networkNodes)
-      : mLocal(std::make_shared<LocalNode>(std::move(host))),
+      : mLocal(std::make_shared<LocalNode>(host)),
         mUnix(std::make_shared<EmptyNode>("unix")),
         mNetworkNodes(std::move(networkNodes)),
         mSearch(std::make_shared<SearchNode>(
-            std::vector<std::shared_ptr<DirectoryNode>>{mLocal, mUnix}, mNetworkNodes)) {}
+            std::move(host), std::vector<std::shared_ptr<DirectoryNode>>{mLocal, mUnix},
+            mNetworkNodes)) {}
 
   std::shared_ptr<DirectoryNode> nodeByType(NodeType type) override {
     switch (type) {

@@ -1,9 +1,11 @@
 #include "platform/linux/SearchNode.h"
 
+#include <algorithm>
 #include <future>
 #include <system_error>
 #include <utility>
 
+#include "platform/AttributeKinds.h"
 #include "platform/PlatformException.h"
 
 namespace gatehall {
@@ -35,6 +37,18 @@ auto askAtOnce(const std::vector<std::shared_ptr<NetworkNode>>& nodes, Ask ask) 
     }
   }
   return answers;
+}
+
+/// Whether all that could be found are accounts of this machine, by the GUIDs that it made for them
+/// lately: asking servers for each of many would take a round trip a time.
+bool canOnlyBeLocal(const QueryDescription& description, MachineGUIDs& guids) {
+  return attribute::canonical(description.attribute) == attribute::GUID &&
+         (description.match == MatchType::EqualTo ||
+          description.match == MatchType::EqualToIgnoringCase) &&
+         std::ranges::all_of(description.values, [&](const std::string& value) {
+           const auto guid = parseUUID(value);
+           return guid && guids.rememberedUserID(*guid);
+         });
 }
 
 /// The query put to every node, to those of the network side by side.
@@ -125,7 +139,10 @@ std::shared_ptr<DirectoryRecord> SearchNode::recordByTypeAndName(std::string_vie
 }
 
 std::shared_ptr<DirectoryQuery> SearchNode::query(QueryDescription description) {
-  return std::make_shared<SearchQuery>(mLocalNodes, mNetworkNodes, std::move(description));
+  const bool isLocal = canOnlyBeLocal(description, mHost->guids);
+  return std::make_shared<SearchQuery>(
+      mLocalNodes, isLocal ? std::vector<std::shared_ptr<NetworkNode>>() : mNetworkNodes,
+      std::move(description));
 }
 
 }  // namespace gatehall

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/linux/LocalContext.h"
 #include "platform/linux/NetworkNode.h"
 
 namespace gatehall {
@@ -12,12 +13,16 @@ inline constexpr std::string_view kSearchNodeName = "search";
 
 /// The node that covers all others: the two local ones, then the network's, which are asked side by
 /// side. Nodes that can't be reached have no records until they can; one that breaks off in the
-/// middle of an answer fails the question.
+/// middle of an answer fails the question. Nobody but the local nodes is asked for GUIDs that this
+/// machine made.
 class SearchNode final : public DirectoryNode {
  public:
-  SearchNode(std::vector<std::shared_ptr<DirectoryNode>> localNodes,
+  SearchNode(std::shared_ptr<LocalHost> host,
+             std::vector<std::shared_ptr<DirectoryNode>> localNodes,
              std::vector<std::shared_ptr<NetworkNode>> networkNodes)
-      : mLocalNodes(std::move(localNodes)), mNetworkNodes(std::move(networkNodes)) {}
+      : mHost(std::move(host)),
+        mLocalNodes(std::move(localNodes)),
+        mNetworkNodes(std::move(networkNodes)) {}
 
   std::optional<std::string> nodeName() override;
   std::optional<Strings> subnodeNames() override;
@@ -27,6 +32,7 @@ class SearchNode final : public DirectoryNode {
   std::shared_ptr<DirectoryQuery> query(QueryDescription description) override;
 
  private:
+  std::shared_ptr<LocalHost> mHost;
   std::vector<std::shared_ptr<DirectoryNode>> mLocalNodes;
   std::vector<std::shared_ptr<NetworkNode>> mNetworkNodes;
 };

@@ -94,6 +94,7 @@ def a_limit_of_sessions_that_is_set_changed_and_lifted(desktop):
 
 def the_end_of_the_hours_in_which_somebody_may_log_in(desktop):
     _let_limits_be_known(desktop)
+    desktop.until(lambda: 60 <= second_of_day() < DAY - 60, "midnight past", seconds=150)
     end = second_of_day() + 4
     limit(desktop, BOB, end - 60, end)
     watch = Watch(desktop)

@@ -37,9 +37,9 @@ Slapd& sceneServer() {
 /// A session in which the network's node stands in the place of the local one.
 class NetworkSession final : public DirectorySession {
  public:
-  explicit NetworkSession(std::shared_ptr<DirectoryNode> node)
+  NetworkSession(std::shared_ptr<LocalHost> host, std::shared_ptr<DirectoryNode> node)
       : mNode(std::move(node)),
-        mSearch(std::make_shared<SearchNode>(std::vector{mNode},
+        mSearch(std::make_shared<SearchNode>(std::move(host), std::vector{mNode},
                                              std::vector<std::shared_ptr<NetworkNode>>())) {}
 
   std::shared_ptr<DirectoryNode> nodeByType(NodeType type) override {
@@ -63,7 +63,8 @@ class NetworkPlatform final : public Platform, public DirectoryService {
                        "tls = \"off\"\n");
     const auto node = mMachine.directory().defaultSession()->nodeByName("ldap/scene");
     if (!node) throw std::runtime_error("no node");
-    mSession = std::make_shared<NetworkSession>(node);
+    mSession = std::make_shared<NetworkSession>(
+        std::make_shared<LocalHost>(mMachine.options, mMachine.log, mMachine.clock), node);
   }
 
   std::shared_ptr<DirectorySession> defaultSession() override { return mSession; }

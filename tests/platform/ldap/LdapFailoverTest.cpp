@@ -63,6 +63,17 @@ TEST_F(LdapFailover, TheNextServerIsAskedInTimeWhenOneIsMute) {
   provider.thaw();
 }
 
+TEST_F(LdapFailover, TheNextServerIsAskedInTimeWhenOneFallsMuteThatAnsweredBefore) {
+  EXPECT_THAT(machine.anywhere({"dana"}), ElementsAre("dana"));
+  provider.freeze();
+  machine.clock.seconds += 6;
+  const Stopwatch watch;
+  EXPECT_THAT(machine.anywhere({"dana"}), ElementsAre("dana"));
+  EXPECT_LT(watch.seconds(), 3);
+  EXPECT_GT(watch.seconds(), 0.4) << "half of the time was the mute one's";
+  provider.thaw();
+}
+
 TEST_F(LdapFailover, NobodyIsThereWhenBothAreStopped) {
   provider.stop();
   consumer.stop();

@@ -25,6 +25,7 @@ class MachineNode final : public NetworkNode {
     return machine.local()->recordByTypeAndName(type, name, attributes);
   }
   std::shared_ptr<DirectoryQuery> query(QueryDescription description) override {
+    ++queries;
     if (fails) throw PlatformException("The directory went away.");
     return machine.local()->query(std::move(description));
   }
@@ -34,6 +35,7 @@ class MachineNode final : public NetworkNode {
   Machine machine;
   bool reachable = true;
   bool fails = false;
+  int queries = 0;
 };
 
 class LinuxDirectoryNodes : public testing::Test {
@@ -117,6 +119,38 @@ TEST_F(LinuxDirectoryNodes, ThatFailMidwayFailTheQueryUnlessPartialResultsWillDo
   network->fails = true;
   EXPECT_THROW(found("ann"), PlatformException);
   EXPECT_EQ(found("ann", 0, true), 1U);
+}
+
+TEST_F(LinuxDirectoryNodes, OfTheNetworkAreNotAskedForGUIDsThatTheMachineMade) {
+  const auto ask = [&](const Strings& guids) {
+    return search->query({{"Users"}, "GUID", MatchType::EqualTo, guids, {}, 0})
+        ->results(false)
+        ->size();
+  };
+  const auto local = session->nodeByType(NodeType::Local);
+  const auto ann = values(local->recordByTypeAndName("Users", "ann", {}), "GUID").front();
+  const auto dana = values(network->machine.user("dana"), "GUID").front();
+  EXPECT_EQ(ask({ann}), 1U);
+  EXPECT_EQ(network->queries, 0);
+  EXPECT_EQ(ask({dana}), 1U);
+  EXPECT_EQ(network->queries, 1);
+  EXPECT_EQ(ask({ann, dana}), 2U);
+  EXPECT_EQ(network->queries, 2);
+}
+
+TEST_F(LinuxDirectoryNodes, OfTheNetworkAreAskedForAGUIDThatAUserRecordSays) {
+  const std::string guid = "0E1A40AD-5F6D-4D0C-9C5B-5B0C9D1E8A11";
+  machine.write("/etc/userdb/ann.user",
+                R"({"userName":"ann","uid":1000,"uuid":"0e1a40ad-5f6d-4d0c-9c5b-5b0c9d1e8a11"})");
+  network->machine.write(
+      "/etc/userdb/dana.user",
+      R"({"userName":"dana","uid":5000,"uuid":"0e1a40ad-5f6d-4d0c-9c5b-5b0c9d1e8a11"})");
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(search->query({{"Users"}, "GUID", MatchType::EqualTo, {guid}, {}, 0})
+                  ->results(false)
+                  ->size(),
+              2U);
+  }
 }
 
 TEST_F(LinuxDirectoryNodes, GiveTheServiceAccessListOfAnyOfThem) {
