@@ -34,8 +34,8 @@ class LdapRecord final : public DirectoryRecord {
 
  private:
   std::shared_ptr<const LdapEntry> entry() const;
-  /// Calls add(text) for each value of that kind, which has its canonical name; as far as an entry
-  /// holds it as it stands, in that slot.
+  /// Calls add(text) for each value of that kind, which has its canonical name, and of which slotOf
+  /// says where entries hold it.
   template <class Add>
   void eachValue(const LdapEntry& entry, std::string_view kind, std::optional<LdapSlot> slot,
                  Add add);
