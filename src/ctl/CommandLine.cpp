@@ -223,6 +223,7 @@ Outcome answerVerb(const Verb& verb, Strings operands, const Options& options,
   outcome.output = options.json ? document(host, options, answer.get())
                                 : tablesText(host, options, style, answer.get());
   outcome.answer = std::move(answer);
+  outcome.platform = host.platform();
   return outcome;
 }
 

@@ -6,6 +6,10 @@
 #include "ctl/Answer.h"
 #include "ctl/Screen.h"
 
+namespace gatehall {
+class Platform;
+}
+
 namespace gatehall::ctl {
 
 /// What a run prints, and how it ends.
@@ -15,6 +19,7 @@ struct Outcome {
   std::string errors;  ///< for standard error
   /// What takes long to take apart when it is large. A process that ends with it needn't.
   std::shared_ptr<const Answer> answer{};
+  std::shared_ptr<const Platform> platform{};
 };
 
 /// Runs gatehallctl for the words after the program's name. What goes on for long is printed on the

@@ -24,10 +24,11 @@ Host::Host(const std::optional<std::string>& worldFile, Trace::Keeps kept)
     mMachine = std::make_shared<LinuxPlatform>(HostOptions(), mLog);
     platform = mMachine;
   }
-  Platform::install(std::make_shared<InstrumentedPlatform>(
+  mPlatform = std::make_shared<InstrumentedPlatform>(
       std::move(platform), std::move(faults), mTrace,
       InstrumentedPlatform::Substitutes{
-          .loginService = mLoginService, .log = mLog, .text = std::make_shared<PangoText>()}));
+          .loginService = mLoginService, .log = mLog, .text = std::make_shared<PangoText>()});
+  Platform::install(mPlatform);
 }
 
 Host::~Host() { Platform::install(nullptr); }

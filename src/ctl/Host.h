@@ -32,6 +32,9 @@ class Host {
   /// nullptr in a world.
   LinuxPlatform* machine() const { return mMachine.get(); }
 
+  /// What is installed, to be kept by who spares taking it apart.
+  const std::shared_ptr<Platform>& platform() const { return mPlatform; }
+
   RecordingLog& log() const { return *mLog; }
   const RecordingLoginService& loginService() const { return *mLoginService; }
   const Trace& trace() const { return *mTrace; }
@@ -43,6 +46,7 @@ class Host {
   std::shared_ptr<RecordingLog> mLog = std::make_shared<RecordingLog>();
   std::shared_ptr<RecordingLoginService> mLoginService;
   std::shared_ptr<Trace> mTrace;
+  std::shared_ptr<Platform> mPlatform;
 };
 
 }  // namespace gatehall::ctl

@@ -13,7 +13,7 @@ namespace {
 
 /// Who asks only once or twice hears of every change at once.
 constexpr unsigned kQuestionsUntilListIsKept = 4;
-constexpr std::chrono::milliseconds kKept{10};
+constexpr std::chrono::milliseconds kKept{100};
 
 using Records = std::vector<std::shared_ptr<DirectoryRecord>>;
 

@@ -16,7 +16,7 @@ namespace gatehall {
 /// node that the directory covers. Identifiers are the 16 bytes of GUIDs; the identifier derived
 /// from a user id alone is that id in a namespace of its own.
 ///
-/// Of many questions in a row each needs the same list: it is kept for a hundredth of a second.
+/// Of many questions in a row each needs the same list: it is kept for a tenth of a second.
 /// From any thread.
 class LinuxMembership final : public MembershipService {
  public:
