@@ -39,8 +39,8 @@ bool write(std::FILE* file, std::string_view text) {
 
 int main(int argc, char** argv) {
   unsetenv("TZ");  // who may log in at what hours goes by the machine's zone
-  // libldap starts GnuTLS once it needs it; started while it is mapped, it would take up a good part
-  // of a short run.
+  // libldap starts GnuTLS once it needs it; started while it is mapped, it would take up a good
+  // part of a short run.
   setenv("GNUTLS_NO_IMPLICIT_INIT", "1", 1);
   const gatehall::Strings words(argv + (argc > 0 ? 1 : 0), argv + argc);
   int failure = 0;
