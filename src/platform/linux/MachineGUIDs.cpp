@@ -8,7 +8,7 @@ namespace gatehall {
 
 namespace {
 
-constexpr std::size_t kMostRemembered = 4096;
+constexpr std::size_t kMostRemembered = 1024;
 
 }  // namespace
 
@@ -39,11 +39,16 @@ UUIDBytes MachineGUIDs::readMachineID() {
   return *id;
 }
 
+/// Where the GUID is remembered, if it is. Another one may be there.
+MachineGUIDs::Remembered& MachineGUIDs::placeOf(const UUIDBytes& guid) {
+  mRemembered.resize(kMostRemembered);
+  return mRemembered[GUIDHash()(guid) % kMostRemembered];
+}
+
 UUIDBytes MachineGUIDs::ofUser(std::uint32_t userID) {
   const auto guid = nameBasedUUID(machineID(), "user:" + std::to_string(userID));
   const std::lock_guard lock(mMutex);
-  if (mRemembered.size() >= kMostRemembered) mRemembered.clear();
-  mRemembered.emplace(guid, userID);
+  placeOf(guid) = {guid, userID};
   return guid;
 }
 
@@ -57,9 +62,10 @@ UUIDBytes MachineGUIDs::ofGroupNamed(std::string_view name) {
 
 std::optional<std::uint32_t> MachineGUIDs::rememberedUserID(const UUIDBytes& guid) {
   const std::lock_guard lock(mMutex);
-  const auto found = mRemembered.find(guid);
-  if (found == mRemembered.end()) return std::nullopt;
-  return found->second;
+  const auto& remembered = placeOf(guid);
+  // An empty place has the GUID of all zeros, which no name gives.
+  if (remembered.guid != guid || !isNameBased(guid)) return std::nullopt;
+  return remembered.userID;
 }
 
 }  // namespace gatehall

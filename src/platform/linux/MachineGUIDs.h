@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 #include "platform/linux/FaultLog.h"
 #include "platform/linux/HostOptions.h"
@@ -38,11 +38,17 @@ class MachineGUIDs {
   /// Of a group that has no group id.
   UUIDBytes ofGroupNamed(std::string_view name);
 
-  /// The user id behind a GUID that ofUser answered lately. Finding it otherwise takes one hash for
-  /// every account.
+  /// The user id behind a GUID that ofUser answered lately, unless many others came after it.
+  /// Finding it otherwise takes one hash for every account.
   std::optional<std::uint32_t> rememberedUserID(const UUIDBytes& guid);
 
  private:
+  struct Remembered {
+    UUIDBytes guid;
+    std::uint32_t userID;
+  };
+
+  Remembered& placeOf(const UUIDBytes& guid);
   UUIDBytes machineID();
   UUIDBytes readMachineID();
 
@@ -51,7 +57,7 @@ class MachineGUIDs {
   std::once_flag mMachineIDIsRead;
   UUIDBytes mMachineID{};
   std::mutex mMutex;
-  std::unordered_map<UUIDBytes, std::uint32_t, GUIDHash> mRemembered;
+  std::vector<Remembered> mRemembered;
 };
 
 }  // namespace gatehall

@@ -39,15 +39,18 @@ auto askAtOnce(const std::vector<std::shared_ptr<NetworkNode>>& nodes, Ask ask) 
   return answers;
 }
 
-/// Whether all that could be found are accounts of this machine, by the GUIDs that it made for them
-/// lately: asking servers for each of many would take a round trip a time.
-bool canOnlyBeLocal(const QueryDescription& description, MachineGUIDs& guids) {
-  return attribute::canonical(description.attribute) == attribute::GUID &&
-         (description.match == MatchType::EqualTo ||
-          description.match == MatchType::EqualToIgnoringCase) &&
-         std::ranges::all_of(description.values, [&](const std::string& value) {
+/// Whether all that could be found are accounts of this machine, by the GUIDs that it makes for
+/// them: asking servers for each of many would take a round trip a time.
+bool canOnlyBeLocal(const QueryDescription& description, LocalHost& host) {
+  const bool isByGUID = attribute::canonical(description.attribute) == attribute::GUID &&
+                        (description.match == MatchType::EqualTo ||
+                         description.match == MatchType::EqualToIgnoringCase);
+  return isByGUID && std::ranges::all_of(description.values, [&](const std::string& value) {
            const auto guid = parseUUID(value);
-           return guid && guids.rememberedUserID(*guid);
+           if (!guid || !isNameBased(*guid)) return false;
+           if (host.guids.rememberedUserID(*guid)) return true;
+           const auto lines = host.passwdLines.current();
+           return lines && lines->userIDOf(*guid, host.guids).has_value();
          });
 }
 
@@ -139,7 +142,7 @@ std::shared_ptr<DirectoryRecord> SearchNode::recordByTypeAndName(std::string_vie
 }
 
 std::shared_ptr<DirectoryQuery> SearchNode::query(QueryDescription description) {
-  const bool isLocal = canOnlyBeLocal(description, mHost->guids);
+  const bool isLocal = canOnlyBeLocal(description, *mHost);
   return std::make_shared<SearchQuery>(
       mLocalNodes, isLocal ? std::vector<std::shared_ptr<NetworkNode>>() : mNetworkNodes,
       std::move(description));

@@ -138,6 +138,30 @@ TEST_F(LinuxDirectoryNodes, OfTheNetworkAreNotAskedForGUIDsThatTheMachineMade) {
   EXPECT_EQ(network->queries, 2);
 }
 
+TEST_F(LinuxDirectoryNodes, OfTheNetworkAreAskedForNoneOfThousandsOfTheMachinesGUIDs) {
+  std::string accounts;
+  for (int userID = 1000; userID < 5000; ++userID) {
+    const auto id = std::to_string(userID);
+    accounts += "u" + id + ":x:" + id + ":100::/:/bin/sh\n";
+  }
+  machine.write("/etc/passwd", accounts);
+  Strings guids;
+  const auto users =
+      session->nodeByType(NodeType::Local)
+          ->query({{"Users"}, "RecordName", MatchType::EqualTo, {"lxRecordsAll"}, {}, 0})
+          ->results(false);
+  for (const auto& user : *users) {
+    guids.push_back(values(user, "GUID").front());
+  }
+  ASSERT_EQ(guids.size(), 4000U);
+  for (const auto& guid : guids) {
+    const auto found =
+        search->query({{"Users"}, "GUID", MatchType::EqualTo, {guid}, {}, 0})->results(false);
+    ASSERT_EQ(found->size(), 1U);
+  }
+  EXPECT_LT(network->queries, 10) << "those before the accounts were looked at as a whole";
+}
+
 TEST_F(LinuxDirectoryNodes, OfTheNetworkAreAskedForAGUIDThatAUserRecordSays) {
   const std::string guid = "0E1A40AD-5F6D-4D0C-9C5B-5B0C9D1E8A11";
   machine.write("/etc/userdb/ann.user",
