@@ -31,7 +31,7 @@ POSIX = re.compile(
     r"|sys/(auxv|epoll|eventfd|file|inotify|ioctl|mman|prctl|random|resource|select|signalfd"
     r"|socket|stat|statvfs|syscall|time|timerfd|types|uio|un|utsname|wait)\.h"
     r"|(aio|dirent|dlfcn|endian|errno|fcntl|fnmatch|getopt|glob|grp|libgen|locale|netdb|poll|pthread|pwd"
-    r"|sched|shadow|signal|spawn|stdlib|string|strings|syslog|termios|time|unistd)\.h"
+    r"|resolv|sched|shadow|signal|spawn|stdlib|string|strings|syslog|termios|time|unistd)\.h"
 )
 TOUCHES_A_MACHINE = {"platform/portable", "platform/linux", "ctl"}
 

@@ -6,10 +6,13 @@
 #include <chrono>
 #include <cstring>
 #include <dlfcn.h>
+#include <netinet/in.h>
 #include <poll.h>
+#include <resolv.h>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace gatehall {
 
@@ -108,6 +111,29 @@ void leaveMechanismsOut(const LazyLibrary& ldap) {
   ldap.function<int(int, char*)>("sasl_set_path")(kPathOfPlugins, withoutPlugins.data());
 }
 
+/// While it lives, what this thread looks up is asked of no name server, resolver(3).
+class WithoutNameServers {
+ public:
+  WithoutNameServers() {
+    if ((_res.options & RES_INIT) == 0) res_init();
+    mCount = std::exchange(_res.nscount, 0);
+  }
+  ~WithoutNameServers() { _res.nscount = mCount; }
+  WithoutNameServers(const WithoutNameServers&) = delete;
+  WithoutNameServers& operator=(const WithoutNameServers&) = delete;
+
+ private:
+  int mCount = 0;
+};
+
+/// The library's first call looks up the name of this machine, for SASL. Where that stands in no
+/// file and no name server answers, it would take as long as they may: longer than any limit here.
+void initialize(const LdapLibrary& ldap) {
+  const WithoutNameServers thisThread;
+  int version = 0;
+  ldap.get_option(nullptr, LDAP_OPT_PROTOCOL_VERSION, &version);
+}
+
 }  // namespace
 
 const LdapLibrary& LdapLibrary::get() {
@@ -116,6 +142,7 @@ const LdapLibrary& LdapLibrary::get() {
     const bool isProgramsOwn = dlsym(RTLD_DEFAULT, "sasl_set_path") != nullptr;
     LdapLibrary mapped;
     if (!isProgramsOwn) leaveMechanismsOut(mapped.ldap);
+    initialize(mapped);
     return mapped;
   }();
   return library;

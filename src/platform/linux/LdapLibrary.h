@@ -14,7 +14,7 @@
 namespace gatehall {
 
 /// The functions of OpenLDAP's client that are used here. It is mapped by the first call, which
-/// raises PlatformException when it is not installed.
+/// raises PlatformException when it is not installed, and asks no name server.
 struct LdapLibrary {
   LazyLibrary ldap{"libldap-2.5.so.0"};
   LazyLibrary lber{"liblber-2.5.so.0"};
