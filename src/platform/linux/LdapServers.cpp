@@ -88,12 +88,14 @@ LdapServers::Connection LdapServers::connectTo(const LdapURI& server, Deadline d
 }
 
 LdapServers::Connection LdapServers::connect(Bound bound, Deadline deadline) {
-  const auto servers = serversByPromise();
+  const auto [servers, promising] = serversByPromise();
   std::string faults;
   for (std::size_t index = 0; index < servers.size(); ++index) {
-    // A server that swallows everything must leave time for the others.
+    // A server that swallows everything must leave time for the others, but for those that failed
+    // lately.
     const auto now = steady_clock::now();
-    const auto share = (deadline - now) / static_cast<int>(servers.size() - index);
+    const auto others = index < promising ? promising - index : servers.size() - index;
+    const auto share = (deadline - now) / static_cast<int>(others);
     try {
       return connectTo(servers[index], bound, now + share);
     } catch (const DirectoryUnreachable& failure) {
@@ -128,14 +130,15 @@ void LdapServers::bindTo(LdapConnection& connection, Deadline deadline) const {
   }
 }
 
-std::vector<LdapURI> LdapServers::serversByPromise() {
+LdapServers::Ordered LdapServers::serversByPromise() {
   const std::lock_guard lock(mMutex);
   const auto now = steady_clock::now();
-  std::vector<LdapURI> ordered;
+  Ordered ordered;
   for (const bool isAvoided : {false, true}) {
     for (const auto& server : mServers) {
-      if ((server.avoidedUntil > now) == isAvoided) ordered.push_back(server.uri);
+      if ((server.avoidedUntil > now) == isAvoided) ordered.servers.push_back(server.uri);
     }
+    if (!isAvoided) ordered.promising = ordered.servers.size();
   }
   return ordered;
 }
@@ -160,10 +163,17 @@ void LdapServers::giveBack(Connection connection) {
 }
 
 void LdapServers::avoid(const LdapURI& server) {
+  std::vector<Idle> dropped;  // and closed once the lock is gone
   const std::lock_guard lock(mMutex);
   for (auto& each : mServers) {
     if (each.uri.text == server.text) each.avoidedUntil = steady_clock::now() + kAvoided;
   }
+  const auto isKept = [&](const Idle& idle) {
+    return idle.connection->server().text != server.text;
+  };
+  const auto first = std::stable_partition(mIdle.begin(), mIdle.end(), isKept);
+  dropped.assign(std::move_iterator(first), std::move_iterator(mIdle.end()));
+  mIdle.erase(first, mIdle.end());
 }
 
 }  // namespace gatehall

@@ -61,7 +61,12 @@ class LdapServers {
   Connection connect(Bound bound, Deadline deadline);
   Connection connectTo(const LdapURI& server, Bound bound, Deadline deadline) const;
   void bindTo(LdapConnection& connection, Deadline deadline) const;
-  std::vector<LdapURI> serversByPromise();
+  /// The servers in the order to try them: behind the promising ones those that failed lately.
+  struct Ordered {
+    std::vector<LdapURI> servers;
+    std::size_t promising = 0;
+  };
+  Ordered serversByPromise();
   Connection takeIdle();
   void giveBack(Connection connection);
   void avoid(const LdapURI& server);

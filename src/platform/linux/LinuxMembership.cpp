@@ -11,7 +11,7 @@ namespace gatehall {
 
 namespace {
 
-/// Who asks only once or twice hears of every change at once.
+/// Who asks only a few times hears of every change at once.
 constexpr unsigned kQuestionsUntilListIsKept = 4;
 constexpr std::chrono::milliseconds kKept{100};
 
@@ -63,20 +63,21 @@ int LinuxMembership::userIDToIdentifier(std::uint32_t userID, Identifier& identi
 }
 
 std::shared_ptr<const Records> LinuxMembership::accessList(std::string_view service) {
-  using Time = std::chrono::steady_clock;
+  // A question may take long, and what it finds is as old as the question.
+  const auto asked = std::chrono::steady_clock::now();
   {
     const std::lock_guard lock(mMutex);
-    if (mAccessList && mService == service && Time::now() - mFound < kKept) return mAccessList;
+    if (mAccessList && mService == service && asked - mAsked < kKept) return mAccessList;
   }
   auto found = std::make_shared<const Records>(find(
       mDirectory, record::Groups, attribute::RecordName, std::string(service) + "-access", {}));
   const std::lock_guard lock(mMutex);
   if (mQuestions < kQuestionsUntilListIsKept) {
     ++mQuestions;
-  } else {
+  } else if (!mAccessList || mAsked < asked) {
     mService = service;
     mAccessList = found;
-    mFound = Time::now();
+    mAsked = asked;
   }
   return found;
 }

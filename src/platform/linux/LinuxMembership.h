@@ -44,7 +44,7 @@ class LinuxMembership final : public MembershipService {
   unsigned mQuestions = 0;
   std::string mService;  ///< whose list is kept
   std::shared_ptr<const Records> mAccessList;
-  std::chrono::steady_clock::time_point mFound;
+  std::chrono::steady_clock::time_point mAsked;
 };
 
 }  // namespace gatehall

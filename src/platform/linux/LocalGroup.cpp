@@ -44,11 +44,11 @@ LocalGroup::LocalGroup(std::shared_ptr<LocalContext> context, Identity identity,
 }
 
 void LocalGroup::keepLines(std::vector<std::string> memberLines) {
+  mNamesInLines.reset();
+  mWasAskedForName = false;
   mMemberLines = std::move(memberLines);
   mGroupIDs.clear();
   for (const auto& line : mMemberLines) mGroupIDs.push_back(entryOf(line).groupID);
-  mWasAskedForName = false;
-  mNamesInLines.reset();
 }
 
 std::string LocalGroup::recordType() { return std::string(record::Groups); }

@@ -38,7 +38,7 @@ class MachineGUIDs {
   /// Of a group that has no group id.
   UUIDBytes ofGroupNamed(std::string_view name);
 
-  /// The user id behind a GUID that ofUser answered lately, unless many others came after it.
+  /// The user id behind a GUID that ofUser answered lately, unless another one took its place.
   /// Finding it otherwise takes one hash for every account.
   std::optional<std::uint32_t> rememberedUserID(const UUIDBytes& guid);
 

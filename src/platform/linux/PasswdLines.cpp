@@ -72,11 +72,12 @@ std::shared_ptr<const PasswdLines::Snapshot> PasswdLines::current() {
   const bool isBelieved = !mDoubtedFrom || start < *mDoubtedFrom;
   if (mKept && mState == state && isBelieved) return mKept;
 
+  const std::chrono::duration<double> changed(static_cast<double>(state->changed()));
+  const bool doTimesTell = Date(changed + kUntilTimesTell) <= mClock.now();
   mKept = read(*state);
   mState = state;
-  const std::chrono::duration<double> changed(static_cast<double>(state->changed()));
   mDoubtedFrom.reset();
-  if (Date(changed + kUntilTimesTell) > mClock.now()) {
+  if (!doTimesTell) {
     const auto end = Time::now();
     mDoubtedFrom =
         end + std::max<Time::duration>(kShortestBelief, kBeliefForEachRead * (end - start));

@@ -21,7 +21,9 @@
 namespace gatehall {
 
 /// The lines of /etc/passwd by user id, kept for as long as the file stays as it is, so that one
-/// account after another is looked up without reading the file for each. From any thread.
+/// account after another is looked up without reading the file for each. A change is noticed at
+/// once, but for one that the file's times don't show, as a second one in the same moment: that
+/// within ten times as long as reading takes. From any thread.
 class PasswdLines {
  public:
   /// The file in one of its states. It never changes.

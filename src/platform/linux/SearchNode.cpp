@@ -45,26 +45,37 @@ bool canOnlyBeLocal(const QueryDescription& description, LocalHost& host) {
   const bool isByGUID = attribute::canonical(description.attribute) == attribute::GUID &&
                         (description.match == MatchType::EqualTo ||
                          description.match == MatchType::EqualToIgnoringCase);
-  return isByGUID && std::ranges::all_of(description.values, [&](const std::string& value) {
-           const auto guid = parseUUID(value);
-           if (!guid || !isNameBased(*guid)) return false;
-           if (host.guids.rememberedUserID(*guid)) return true;
-           const auto lines = host.passwdLines.current();
-           return lines && lines->userIDOf(*guid, host.guids).has_value();
-         });
+  const auto isOfThisMachine = [&](const std::string& value) {
+    const auto guid = parseUUID(value);
+    if (!guid || !isNameBased(*guid)) return false;
+    if (host.guids.rememberedUserID(*guid)) return true;
+    const auto lines = host.passwdLines.current();
+    return lines && lines->userIDOf(*guid, host.guids).has_value();
+  };
+  const auto& types = description.recordTypes;
+  if (!isByGUID || std::ranges::find(types, record::Users) == types.end()) return false;
+  try {
+    return std::ranges::all_of(description.values, isOfThisMachine);
+  } catch (const PlatformException&) {  // the local node says what is wrong
+    return false;
+  }
 }
 
 /// The query put to every node, to those of the network side by side.
 class SearchQuery final : public DirectoryQuery {
  public:
-  SearchQuery(std::vector<std::shared_ptr<DirectoryNode>> localNodes,
+  SearchQuery(std::shared_ptr<LocalHost> host,
+              std::vector<std::shared_ptr<DirectoryNode>> localNodes,
               std::vector<std::shared_ptr<NetworkNode>> networkNodes, QueryDescription description)
-      : mLocalNodes(std::move(localNodes)),
+      : mHost(std::move(host)),
+        mLocalNodes(std::move(localNodes)),
         mNetworkNodes(std::move(networkNodes)),
         mDescription(std::move(description)) {}
 
   std::optional<Records> results(bool allowPartial) override {
-    auto answers = askAtOnce(mNetworkNodes, [this, allowPartial](DirectoryNode& node) {
+    const bool isLocal = !mNetworkNodes.empty() && canOnlyBeLocal(mDescription, *mHost);
+    const std::vector<std::shared_ptr<NetworkNode>> none;
+    auto answers = askAtOnce(isLocal ? none : mNetworkNodes, [this, allowPartial](auto& node) {
       return Found{resultsOf(node, allowPartial)};
     });
     Records records;
@@ -100,6 +111,7 @@ class SearchQuery final : public DirectoryQuery {
     }
   }
 
+  const std::shared_ptr<LocalHost> mHost;
   const std::vector<std::shared_ptr<DirectoryNode>> mLocalNodes;
   const std::vector<std::shared_ptr<NetworkNode>> mNetworkNodes;
   const QueryDescription mDescription;
@@ -142,10 +154,7 @@ std::shared_ptr<DirectoryRecord> SearchNode::recordByTypeAndName(std::string_vie
 }
 
 std::shared_ptr<DirectoryQuery> SearchNode::query(QueryDescription description) {
-  const bool isLocal = canOnlyBeLocal(description, *mHost);
-  return std::make_shared<SearchQuery>(
-      mLocalNodes, isLocal ? std::vector<std::shared_ptr<NetworkNode>>() : mNetworkNodes,
-      std::move(description));
+  return std::make_shared<SearchQuery>(mHost, mLocalNodes, mNetworkNodes, std::move(description));
 }
 
 }  // namespace gatehall

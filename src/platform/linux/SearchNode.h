@@ -13,8 +13,8 @@ inline constexpr std::string_view kSearchNodeName = "search";
 
 /// The node that covers all others: the two local ones, then the network's, which are asked side by
 /// side. Nodes that can't be reached have no records until they can; one that breaks off in the
-/// middle of an answer fails the question. Nobody but the local nodes is asked for GUIDs that this
-/// machine made.
+/// middle of an answer fails the question. Nobody but the local nodes is asked for users by
+/// the GUIDs that this machine makes of user ids.
 class SearchNode final : public DirectoryNode {
  public:
   SearchNode(std::shared_ptr<LocalHost> host,

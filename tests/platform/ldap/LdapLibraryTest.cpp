@@ -23,8 +23,15 @@ std::string muteNameServer() {
   address.sin_port = htons(53);
   address.sin_addr.s_addr =
       htonl(0x7F000000U | (static_cast<unsigned>(getpid()) & 0x3FFFFFU) << 1U);
+  char heard = 0;
   const int listening = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  if (bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return {};
+  if (bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+      sendto(listening, "?", 1, 0, reinterpret_cast<const sockaddr*>(&address), sizeof address) !=
+          1 ||
+      recv(listening, &heard, 1, MSG_DONTWAIT) != 1) {
+    std::perror("a name server on loopback");
+    std::exit(2);
+  }
   return inet_ntoa(address.sin_addr);
 }
 

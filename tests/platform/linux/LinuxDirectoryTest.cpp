@@ -1,4 +1,6 @@
+#include <functional>
 #include <gmock/gmock.h>
+#include <utility>
 
 #include "platform/PlatformException.h"
 #include "platform/linux/EmptyNode.h"
@@ -26,6 +28,7 @@ class MachineNode final : public NetworkNode {
   }
   std::shared_ptr<DirectoryQuery> query(QueryDescription description) override {
     ++queries;
+    if (whenAsked) std::exchange(whenAsked, nullptr)();
     if (fails) throw PlatformException("The directory went away.");
     return machine.local()->query(std::move(description));
   }
@@ -36,6 +39,7 @@ class MachineNode final : public NetworkNode {
   bool reachable = true;
   bool fails = false;
   int queries = 0;
+  std::function<void()> whenAsked;  ///< for once
 };
 
 class LinuxDirectoryNodes : public testing::Test {
@@ -194,6 +198,26 @@ TEST_F(LinuxDirectoryNodes, GiveTheServiceAccessListOfAnyOfThem) {
   machine.write("/etc/group", "gatehall-access:x:1000:\n");
   EXPECT_EQ(membership.checkServiceMembership(ann, "gatehall", isMember), 0);
   EXPECT_TRUE(isMember);
+}
+
+TEST_F(LinuxDirectoryNodes, ThatAnswerLateBringBackNoAccessListThatIsOver) {
+  machine.write("/etc/group", "gatehall-access:x:9:ann\n");
+  LinuxMembership membership(directory);
+  Identifier ann{};
+  ASSERT_EQ(membership.userIDToIdentifier(1000, ann), 0);
+  const auto isAdmitted = [&] {
+    bool isMember = false;
+    EXPECT_EQ(membership.checkServiceMembership(ann, "gatehall", isMember), 0);
+    return isMember;
+  };
+  for (int question = 0; question < 4; ++question) EXPECT_TRUE(isAdmitted());
+  // The local list has been read by then.
+  network->whenAsked = [&] {
+    machine.write("/etc/group", "gatehall-access:x:9:\n");
+    EXPECT_FALSE(isAdmitted());
+  };
+  EXPECT_TRUE(isAdmitted()) << "asked before the change";
+  EXPECT_FALSE(isAdmitted());
 }
 
 TEST_F(LinuxDirectoryNodes, ThatFailGiveNoAnswerAboutAccess) {
