@@ -1,3 +1,9 @@
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <thread>
+
+#include "platform/linux/LdapServers.h"
 #include "tests/platform/ldap/fixture/LdapMachine.h"
 #include "tests/platform/ldap/fixture/ScriptedServer.h"
 
@@ -82,6 +88,70 @@ TEST_F(LdapFailover, NobodyIsThereWhenBothAreStopped) {
   consumer.start();
   machine.clock.seconds += 6;
   EXPECT_THAT(machine.anywhere({"ann", "dana"}), ElementsAre("ann", "dana"));
+}
+
+/// Two servers that hold nothing, of which the first one falls mute.
+class LdapServersTest : public testing::Test {
+ protected:
+  using Peer = ScriptedServer::Peer;
+
+  static bool answer(Peer& peer, const ScriptedServer::Request& request) {
+    const bool isBind = request.operation == ber::kBindRequest;
+    const auto kind = isBind ? ber::kBindResponse : ber::kSearchDone;
+    return peer.write(ber::message(request.id, ber::result(kind, 0)));
+  }
+
+  LdapServers& servers() {
+    if (!mServers) {
+      LdapSettings settings;
+      settings.servers = {*LdapURI::parse(first.uri()), *LdapURI::parse(second.uri())};
+      settings.tls = LdapSettings::Tls::Off;
+      mServers = std::make_unique<LdapServers>(settings, HostOptions());
+    }
+    return *mServers;
+  }
+
+  std::atomic<bool> isMute = false;
+  std::atomic<int> secondsDelay = 0;  ///< in milliseconds, until the second one answers a bind
+  ScriptedServer first{[this](Peer& peer) {
+    while (const auto request = peer.read()) {
+      if (!isMute && !answer(peer, *request)) return;
+    }
+  }};
+  ScriptedServer second{[this](Peer& peer) {
+    while (const auto request = peer.read()) {
+      const bool isBind = request->operation == ber::kBindRequest;
+      if (isBind) std::this_thread::sleep_for(std::chrono::milliseconds(secondsDelay));
+      if (!answer(peer, *request)) return;
+    }
+  }};
+
+ private:
+  std::unique_ptr<LdapServers> mServers;
+};
+
+TEST_F(LdapServersTest, ThatFellMuteLeaveAllTheTimeThatIsLeftToTheOthers) {
+  secondsDelay = 700;  // of the second that is left of two
+  servers().probe();
+  isMute = true;
+  EXPECT_NO_THROW(servers().probe());
+}
+
+TEST_F(LdapServersTest, ThatFellMuteAreNotAskedOnOtherConnectionsEither) {
+  servers().run([&](LdapConnection& outer) {
+    servers().run([&](LdapConnection& inner) {
+      EXPECT_EQ(outer.server().text, first.uri());
+      EXPECT_EQ(inner.server().text, first.uri());
+    });
+  });
+  isMute = true;
+  servers().probe();
+  servers().run([&](LdapConnection& outer) {
+    servers().run([&](LdapConnection& inner) {
+      EXPECT_EQ(outer.server().text, second.uri());
+      EXPECT_EQ(inner.server().text, second.uri());
+    });
+  });
 }
 
 TEST(LdapDirectories, AreAskedSideBySideAndAnswerInTheirOrder) {
