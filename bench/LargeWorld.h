@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/AttributeKinds.h"
-#include "platform/world/World.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "world/World.h"
 
 namespace gatehall::bench {
 

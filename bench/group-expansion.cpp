@@ -4,10 +4,10 @@
 #include <cstdlib>
 
 #include "bench/LargeWorld.h"
-#include "directory/GroupMembership.h"
-#include "directory/NodeConvenience.h"
-#include "directory/Queries.h"
-#include "directory/RecordConvenience.h"
+#include "gatehall/directory/NodeConvenience.h"
+#include "gatehall/directory/Queries.h"
+#include "gatehall/directory/RecordConvenience.h"
+#include "gatehall/users/GroupMembership.h"
 
 namespace {
 

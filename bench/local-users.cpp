@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "bench/LargeWorld.h"
-#include "directory/UserLists.h"
+#include "gatehall/users/UserLists.h"
 
 namespace {
 

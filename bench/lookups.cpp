@@ -5,8 +5,8 @@
 #include <cstdlib>
 
 #include "bench/LargeWorld.h"
-#include "directory/UserLists.h"
-#include "directory/UserLookup.h"
+#include "gatehall/users/UserLists.h"
+#include "gatehall/users/UserLookup.h"
 
 namespace {
 

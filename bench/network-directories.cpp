@@ -14,12 +14,12 @@
 #include <thread>
 
 #include "bench/DirectoryServer.h"
-#include "directory/GroupMembership.h"
-#include "directory/UserLists.h"
-#include "platform/linux/LdapConnection.h"
-#include "platform/linux/LdapEntry.h"
-#include "platform/linux/LinuxLog.h"
-#include "platform/linux/LinuxPlatform.h"
+#include "gatehall/linux/LinuxPlatform.h"
+#include "gatehall/users/GroupMembership.h"
+#include "gatehall/users/UserLists.h"
+#include "linux/LinuxLog.h"
+#include "linux/ldap/client/Connection.h"
+#include "linux/ldap/client/Entry.h"
 
 namespace {
 
@@ -159,7 +159,7 @@ Medians compare(const char* name, int runs, Ours ours, Theirs theirs) {
 }
 
 /// The searches of the expansion: one for the group, then its members by filters of hundreds.
-std::vector<Command> expansionSearches(const std::string& uri, const LdapSchemas& schemas) {
+std::vector<Command> expansionSearches(const std::string& uri, const ldap::Schemas& schemas) {
   auto attributes = schemas.users.wanted();
   for (const auto& each : schemas.groups.wanted()) {
     if (std::ranges::find(attributes, each) == attributes.end()) attributes.push_back(each);
@@ -184,7 +184,7 @@ std::vector<Command> expansionSearches(const std::string& uri, const LdapSchemas
 template <class Work>
 auto onThisMachine(Work work) {
   Platform::install(std::make_shared<LinuxPlatform>(
-      HostOptions(), std::make_shared<LinuxLog>("network-directories")));
+      LinuxOptions(), std::make_shared<LinuxLog>("network-directories")));
   const auto result = work();
   Platform::install(nullptr);
   return result;
@@ -193,10 +193,10 @@ auto onThisMachine(Work work) {
 /// How many searches the expansion sends.
 std::uint64_t roundTrips() {
   return onThisMachine([] {
-    const auto before = LdapConnection::searchesSent();
+    const auto before = ldap::Connection::searchesSent();
     const auto found = expandGUIDList(Strings{guid('2', 0)});
     if (!found || found->size() != 20000) fail("expansion");
-    return LdapConnection::searchesSent() - before;
+    return ldap::Connection::searchesSent() - before;
   });
 }
 
@@ -323,10 +323,10 @@ int main(int, char** argv) {
   {
     const DirectoryServer server(folder, folder / "data.ldif");
     const auto& uri = server.uri();
-    LdapSettings settings;
+    ldap::Settings settings;
     settings.usersBase = settings.groupsBase = kSuffix;
-    settings.profile = LdapProfile::Rfc2307bis;
-    const LdapSchemas schemas(settings);
+    settings.profile = ldap::Profile::Rfc2307bis;
+    const ldap::Schemas schemas(settings);
     // First, while this process is small: what it holds counts for those that it starts.
     measureMemory({ctl, "network-users"}, uri);
     compareWithNameService(ctl, uri);

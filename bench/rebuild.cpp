@@ -9,12 +9,12 @@
 #include <sys/resource.h>
 #include <thread>
 
-#include "access/UserAccess.h"
 #include "bench/AccountFiles.h"
 #include "bench/Processes.h"
-#include "platform/NotificationNames.h"
-#include "platform/linux/LinuxPlatform.h"
-#include "platform/linux/LinuxRunLoop.h"
+#include "gatehall/access/UserAccess.h"
+#include "gatehall/linux/LinuxPlatform.h"
+#include "gatehall/platform/NotificationNames.h"
+#include "linux/loop/MainLoop.h"
 
 namespace {
 

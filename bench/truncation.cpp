@@ -10,10 +10,10 @@
 #include <thread>
 
 #include "bench/LargeWorld.h"
-#include "platform/instrumented/InstrumentedPlatform.h"
-#include "platform/portable/PangoText.h"
-#include "platform/portable/Utf16.h"
-#include "text/TruncationExtensions.h"
+#include "gatehall/text/TruncationExtensions.h"
+#include "instrumented/InstrumentedPlatform.h"
+#include "portable/PangoText.h"
+#include "portable/Utf16.h"
 
 namespace {
 

@@ -11,11 +11,11 @@
 #include <fstream>
 #include <string_view>
 
-#include "access/UserAccess.h"
 #include "bench/AccountFiles.h"
 #include "bench/OwnAccounts.h"
 #include "bench/Processes.h"
-#include "platform/linux/LinuxPlatform.h"
+#include "gatehall/access/UserAccess.h"
+#include "gatehall/linux/LinuxPlatform.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ using namespace gatehall::bench;
 
 /// In a process of its own: fails unless the list has that many users.
 int listUsers(std::uint64_t count) {
-  Platform::install(std::make_shared<LinuxPlatform>(HostOptions(), std::string("user-list")));
+  Platform::install(std::make_shared<LinuxPlatform>(LinuxOptions(), std::string("user-list")));
   const auto list = UserAccess::sharedUserAccess()->visibleUsersList();
   // The process ends with its memory as it is, as getent and every login screen do.
   _exit(list && list->count() == count ? 0 : 1);

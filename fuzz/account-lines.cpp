@@ -1,10 +1,10 @@
 // Lines of passwd(5), shadow(5) and group(5).
 
 #include "fuzz/Input.h"
-#include "platform/linux/AccountLine.h"
-#include "platform/linux/Group.h"
-#include "platform/linux/Passwd.h"
-#include "platform/linux/Shadow.h"
+#include "linux/accounts/Group.h"
+#include "linux/accounts/Passwd.h"
+#include "linux/accounts/Shadow.h"
+#include "linux/files/FaultLog.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ void parse(std::string_view line) {
       return true;
     });
   }
-  accountLine::printable(line);
+  printable(line);
 }
 
 }  // namespace

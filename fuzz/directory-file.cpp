@@ -5,9 +5,9 @@
 #include <unistd.h>
 
 #include "fuzz/Input.h"
-#include "platform/instrumented/RecordingLog.h"
-#include "platform/linux/LdapSettings.h"
-#include "platform/linux/LocalSettings.h"
+#include "instrumented/RecordingLog.h"
+#include "linux/ldap/client/Settings.h"
+#include "linux/local/Settings.h"
 
 namespace {
 
@@ -43,9 +43,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   options.root = root.path();
   RecordingLog log;
   FaultLog faults(log);
-  const auto settings = LocalSettings::read(options, faults);
+  const auto settings = local::Settings::read(options, faults);
   settings.isGuest("guest-a1b2c3");
-  for (const auto& directory : LdapSettings::readAll(options, faults)) {
+  for (const auto& directory : ldap::Settings::readAll(options, faults)) {
     fuzz::require(!directory.name.empty() && !directory.servers.empty());
     fuzz::require(directory.pageSize.value_or(1) > 0 && directory.timeLimit.count() > 0);
   }

@@ -1,8 +1,8 @@
 // Home-directory attributes, which are XML.
 
 #include "fuzz/Input.h"
-#include "platform/portable/UrlReader.h"
-#include "platform/portable/XmlReader.h"
+#include "portable/UrlReader.h"
+#include "portable/XmlReader.h"
 
 namespace {
 

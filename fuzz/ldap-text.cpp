@@ -4,9 +4,9 @@
 #include <string>
 
 #include "fuzz/Input.h"
-#include "platform/linux/LdapFilter.h"
-#include "platform/linux/LdapName.h"
-#include "platform/linux/LdapReferral.h"
+#include "linux/ldap/client/DistinguishedName.h"
+#include "linux/ldap/client/Referral.h"
+#include "linux/ldap/client/SearchFilter.h"
 
 namespace {
 
@@ -34,15 +34,15 @@ std::string unescaped(std::string_view text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace gatehall;
   const auto text = fuzz::text(data, size);
-  fuzz::require(unescaped(ldapFilter::escaped(text)) == text);
-  const auto filter = ldapFilter::equals("uid", text);
+  fuzz::require(unescaped(ldap::searchFilter::escaped(text)) == text);
+  const auto filter = ldap::searchFilter::equals("uid", text);
   fuzz::require(filter.starts_with("(uid=") && filter.find(')') == filter.size() - 1);
-  if (const auto name = ldapName::canonical(text)) {
-    fuzz::require(ldapName::canonical(*name) == *name);
+  if (const auto name = ldap::distinguishedName::canonical(text)) {
+    fuzz::require(ldap::distinguishedName::canonical(*name) == *name);
   }
-  if (const auto uri = LdapURI::parse(text)) fuzz::require(!uri->host.empty());
-  if (const auto referral = LdapReferral::parse(text)) {
-    fuzz::require(referral->server.scheme != LdapURI::Scheme::Ldapi);
+  if (const auto uri = ldap::URI::parse(text)) fuzz::require(!uri->host.empty());
+  if (const auto referral = ldap::Referral::parse(text)) {
+    fuzz::require(referral->server.scheme != ldap::URI::Scheme::Ldapi);
   }
   return 0;
 }

@@ -1,7 +1,7 @@
 // JSON user records.
 
 #include "fuzz/Input.h"
-#include "platform/linux/UserRecord.h"
+#include "linux/accounts/UserRecord.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace gatehall;

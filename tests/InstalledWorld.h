@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Platform.h"
-#include "platform/instrumented/InstrumentedPlatform.h"
-#include "platform/world/World.h"
+#include "gatehall/platform/Platform.h"
+#include "instrumented/InstrumentedPlatform.h"
+#include "world/file/WorldFile.h"
 
 namespace gatehall {
 
@@ -36,7 +36,7 @@ class InstalledWorld : public ::testing::Test {
   }
 
   /// The same for the text of a world file.
-  void install(std::string_view json) { install(World::fromText(json, "world.json")); }
+  void install(std::string_view json) { install(worldFromText(json, "world.json")); }
 
   /// Installs the world anew with these faults; the layer's caches are dropped and the trace starts
   /// again.

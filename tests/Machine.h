@@ -6,11 +6,11 @@
 #include <utility>
 #include <vector>
 
-#include "directory/NodeConvenience.h"
-#include "platform/AttributeKinds.h"
+#include "gatehall/directory/NodeConvenience.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/users/CachedUserList.h"
 #include "tests/Cast.h"
 #include "tests/InstalledWorld.h"
-#include "users/CachedUserList.h"
 
 namespace gatehall {
 

@@ -6,14 +6,12 @@
 
 #include <cstdio>
 #include <exception>
+#include <gatehall/access/NetworkStatus.h>
+#include <gatehall/access/UserAccess.h>
+#include <gatehall/linux/LinuxPlatform.h>
 #include <glib-unix.h>
 #include <memory>
 #include <string>
-
-#include "access/NetworkStatus.h"
-#include "access/UserAccess.h"
-#include "platform/linux/LinuxPlatform.h"
-#include "platform/linux/LinuxRunLoop.h"
 
 namespace {
 
@@ -54,8 +52,8 @@ gboolean quit(gpointer loop) {
 }
 
 void run(const std::string& root) {
-  HostOptions options;
-  options.root = root;
+  LinuxOptions options;
+  options.setRoot(root);
   const auto host = std::make_shared<LinuxPlatform>(options, "embed");
   Platform::install(host);
 

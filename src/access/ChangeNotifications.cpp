@@ -3,9 +3,9 @@
 #include <string_view>
 #include <utility>
 
-#include "access/UserAccess.h"
-#include "platform/NotificationNames.h"
-#include "platform/Platform.h"
+#include "gatehall/access/UserAccess.h"
+#include "gatehall/platform/NotificationNames.h"
+#include "gatehall/platform/Platform.h"
 
 namespace gatehall {
 

@@ -1,10 +1,10 @@
-#include "access/GHUIManagedPrefs.h"
+#include "gatehall/access/GHUIManagedPrefs.h"
 
 #include <string>
 #include <utility>
 
-#include "platform/Platform.h"
-#include "platform/ProcessWide.h"
+#include "base/ProcessWide.h"
+#include "gatehall/platform/Platform.h"
 
 namespace gatehall {
 

@@ -1,4 +1,4 @@
-#include "access/LoginDecision.h"
+#include "gatehall/access/LoginDecision.h"
 
 namespace gatehall {
 

@@ -2,14 +2,14 @@
 #include <utility>
 #include <vector>
 
-#include "access/NetworkStatus.h"
-#include "access/USPrefs.h"
-#include "access/UserAccess.h"
-#include "directory/GroupMembership.h"
-#include "directory/UserLists.h"
-#include "directory/UserLookup.h"
-#include "platform/Platform.h"
-#include "platform/ProcessWide.h"
+#include "base/ProcessWide.h"
+#include "gatehall/access/NetworkStatus.h"
+#include "gatehall/access/USPrefs.h"
+#include "gatehall/access/UserAccess.h"
+#include "gatehall/platform/Platform.h"
+#include "gatehall/users/GroupMembership.h"
+#include "gatehall/users/UserLists.h"
+#include "gatehall/users/UserLookup.h"
 
 namespace gatehall {
 

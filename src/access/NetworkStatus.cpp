@@ -1,12 +1,12 @@
-#include "access/NetworkStatus.h"
+#include "gatehall/access/NetworkStatus.h"
 
 #include <algorithm>
 #include <chrono>
 #include <utility>
 
-#include "directory/SubnodeCounts.h"
-#include "platform/Platform.h"
-#include "platform/ProcessWide.h"
+#include "base/ProcessWide.h"
+#include "gatehall/directory/SubnodeCounts.h"
+#include "gatehall/platform/Platform.h"
 
 namespace gatehall {
 

@@ -1,4 +1,4 @@
-#include "access/PreferenceSource.h"
+#include "gatehall/access/PreferenceSource.h"
 
 namespace gatehall {
 

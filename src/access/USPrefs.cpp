@@ -1,9 +1,9 @@
-#include "access/USPrefs.h"
+#include "gatehall/access/USPrefs.h"
 
 #include <string_view>
 
-#include "access/GHUIManagedPrefs.h"
-#include "platform/Platform.h"
+#include "gatehall/access/GHUIManagedPrefs.h"
+#include "gatehall/platform/Platform.h"
 
 namespace gatehall {
 

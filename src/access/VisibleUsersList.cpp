@@ -3,13 +3,13 @@
 #include <unordered_set>
 #include <utility>
 
-#include "access/NetworkStatus.h"
-#include "access/USPrefs.h"
-#include "access/UserAccess.h"
 #include "directory/FailureRegion.h"
-#include "directory/GroupMembership.h"
-#include "directory/UserLists.h"
-#include "platform/Platform.h"
+#include "gatehall/access/NetworkStatus.h"
+#include "gatehall/access/USPrefs.h"
+#include "gatehall/access/UserAccess.h"
+#include "gatehall/platform/Platform.h"
+#include "gatehall/users/GroupMembership.h"
+#include "gatehall/users/UserLists.h"
 
 namespace gatehall {
 

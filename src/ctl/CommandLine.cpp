@@ -8,11 +8,11 @@
 #include <optional>
 #include <utility>
 
-#include "ctl/HostFailure.h"
-#include "ctl/LogEntries.h"
-#include "ctl/TerminalText.h"
-#include "ctl/Verbs.h"
-#include "platform/world/WorldError.h"
+#include "ctl/print/LogEntries.h"
+#include "ctl/print/TerminalText.h"
+#include "ctl/request/HostFailure.h"
+#include "ctl/verbs/Verbs.h"
+#include "world/json/WorldError.h"
 
 namespace gatehall::ctl {
 

@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "ctl/Answer.h"
-#include "ctl/Screen.h"
+#include "ctl/print/Answer.h"
+#include "ctl/print/Screen.h"
 
 namespace gatehall {
 class Platform;

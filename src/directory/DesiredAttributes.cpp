@@ -1,6 +1,6 @@
-#include "directory/DesiredAttributes.h"
+#include "gatehall/directory/DesiredAttributes.h"
 
-#include "platform/AttributeKinds.h"
+#include "gatehall/platform/AttributeKinds.h"
 
 namespace gatehall {
 

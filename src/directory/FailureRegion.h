@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "platform/Platform.h"
+#include "gatehall/platform/Platform.h"
 
 namespace gatehall {
 

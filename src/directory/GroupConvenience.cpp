@@ -1,9 +1,9 @@
-#include "directory/GroupConvenience.h"
+#include "gatehall/directory/GroupConvenience.h"
 
 #include <utility>
 
-#include "directory/NodeConvenience.h"
-#include "platform/AttributeKinds.h"
+#include "gatehall/directory/NodeConvenience.h"
+#include "gatehall/platform/AttributeKinds.h"
 
 namespace gatehall {
 

@@ -1,10 +1,10 @@
-#include "directory/LocalNodeName.h"
+#include "gatehall/directory/LocalNodeName.h"
 
 #include <memory>
 
+#include "base/ProcessWide.h"
 #include "directory/FailureRegion.h"
-#include "directory/NodeConvenience.h"
-#include "platform/ProcessWide.h"
+#include "gatehall/directory/NodeConvenience.h"
 
 namespace gatehall {
 

@@ -1,6 +1,6 @@
-#include "directory/NodeConvenience.h"
+#include "gatehall/directory/NodeConvenience.h"
 
-#include "platform/Platform.h"
+#include "gatehall/platform/Platform.h"
 
 namespace gatehall {
 

@@ -1,4 +1,4 @@
-#include "directory/Queries.h"
+#include "gatehall/directory/Queries.h"
 
 #include <utility>
 

@@ -1,10 +1,10 @@
-#include "directory/RecordConvenience.h"
+#include "gatehall/directory/RecordConvenience.h"
 
 #include <utility>
 
-#include "directory/NodeConvenience.h"
-#include "platform/AttributeKinds.h"
-#include "platform/Platform.h"
+#include "gatehall/directory/NodeConvenience.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/platform/Platform.h"
 
 namespace gatehall {
 

@@ -1,13 +1,13 @@
-#include "directory/RecordForUserAttributes.h"
+#include "gatehall/directory/RecordForUserAttributes.h"
 
 #include <algorithm>
 
-#include "directory/DesiredAttributes.h"
 #include "directory/FailureRegion.h"
-#include "directory/NodeConvenience.h"
-#include "directory/Queries.h"
-#include "directory/RecordConvenience.h"
-#include "platform/AttributeKinds.h"
+#include "gatehall/directory/DesiredAttributes.h"
+#include "gatehall/directory/NodeConvenience.h"
+#include "gatehall/directory/Queries.h"
+#include "gatehall/directory/RecordConvenience.h"
+#include "gatehall/platform/AttributeKinds.h"
 
 namespace gatehall {
 

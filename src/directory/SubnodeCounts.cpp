@@ -1,9 +1,9 @@
-#include "directory/SubnodeCounts.h"
+#include "gatehall/directory/SubnodeCounts.h"
 
 #include <vector>
 
-#include "directory/NodeConvenience.h"
-#include "platform/PlatformException.h"
+#include "gatehall/base/PlatformException.h"
+#include "gatehall/directory/NodeConvenience.h"
 
 namespace gatehall {
 

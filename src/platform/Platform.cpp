@@ -1,9 +1,9 @@
-#include "platform/Platform.h"
+#include "gatehall/platform/Platform.h"
 
 #include <cstdlib>
 #include <utility>
 
-#include "platform/ProcessWide.h"
+#include "base/ProcessWide.h"
 
 namespace gatehall {
 

@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-#include "access/UserAccess.h"
-#include "directory/UserLookup.h"
-#include "platform/Platform.h"
+#include "gatehall/access/UserAccess.h"
+#include "gatehall/platform/Platform.h"
+#include "gatehall/users/UserLookup.h"
 
 namespace gatehall {
 

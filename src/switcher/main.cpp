@@ -3,10 +3,10 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Platform.h"
-#include "platform/linux/LinuxSwitchPlatform.h"
-#include "platform/linux/ProcessStart.h"
-#include "platform/linux/ResourceLimits.h"
+#include "gatehall/linux/LinuxSwitchPlatform.h"
+#include "gatehall/platform/Platform.h"
+#include "linux/process/ProcessStart.h"
+#include "linux/process/ResourceLimits.h"
 #include "switcher/SwitchFlow.h"
 
 /// An exception that nobody catches ends the process without a word on standard error.
@@ -15,9 +15,9 @@ void __gnu_cxx::__verbose_terminate_handler() { std::abort(); }
 int main(int argc, char** argv) {
   gatehall::distrustCaller();
   const std::vector<std::string_view> words(argv + (argc > 0 ? 1 : 0), argv + argc);
-  gatehall::HostOptions options;
+  gatehall::LinuxOptions options;
   // No rule of a switch looks at login hours.
-  options.sessionLimits = false;
+  options.setSessionLimits(false);
   gatehall::Platform::install(
       std::make_shared<gatehall::LinuxSwitchPlatform>(options, "gatehall-switch"));
   if (!gatehall::raiseResourceLimits()) {

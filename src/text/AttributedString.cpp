@@ -1,9 +1,9 @@
-#include "text/AttributedString.h"
+#include "gatehall/text/AttributedString.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "platform/Platform.h"
+#include "gatehall/platform/Platform.h"
 
 namespace gatehall {
 

@@ -1,4 +1,4 @@
-#include "text/TextRange.h"
+#include "gatehall/text/TextRange.h"
 
 #include <string>
 

@@ -1,10 +1,10 @@
-#include "text/TruncationExtensions.h"
+#include "gatehall/text/TruncationExtensions.h"
 
 #include <algorithm>
 #include <cmath>
 #include <string_view>
 
-#include "platform/Platform.h"
+#include "gatehall/platform/Platform.h"
 
 namespace gatehall {
 

@@ -1,4 +1,4 @@
-#include "users/AttributeValue.h"
+#include "gatehall/users/AttributeValue.h"
 
 #include <algorithm>
 

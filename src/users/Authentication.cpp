@@ -1,9 +1,9 @@
-#include "platform/AttributeKinds.h"
-#include "platform/LoginService.h"
-#include "platform/Platform.h"
-#include "users/AttributeValue.h"
-#include "users/AuthenticationAuthority.h"
-#include "users/CachedUser.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/platform/LoginService.h"
+#include "gatehall/platform/Platform.h"
+#include "gatehall/users/AttributeValue.h"
+#include "gatehall/users/AuthenticationAuthority.h"
+#include "gatehall/users/CachedUser.h"
 
 namespace gatehall {
 

@@ -1,19 +1,19 @@
-#include "users/CachedUser.h"
+#include "gatehall/users/CachedUser.h"
 
 #include <utility>
 
-#include "directory/DesiredAttributes.h"
-#include "directory/LocalNodeName.h"
-#include "directory/NodeConvenience.h"
-#include "directory/Queries.h"
-#include "directory/RecordConvenience.h"
-#include "directory/RecordForUserAttributes.h"
-#include "platform/AttributeKinds.h"
-#include "platform/LoginService.h"
-#include "platform/Platform.h"
-#include "users/AttributeValue.h"
-#include "users/AuthenticationAuthority.h"
-#include "users/StringBundle.h"
+#include "gatehall/directory/DesiredAttributes.h"
+#include "gatehall/directory/LocalNodeName.h"
+#include "gatehall/directory/NodeConvenience.h"
+#include "gatehall/directory/Queries.h"
+#include "gatehall/directory/RecordConvenience.h"
+#include "gatehall/directory/RecordForUserAttributes.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/platform/LoginService.h"
+#include "gatehall/platform/Platform.h"
+#include "gatehall/users/AttributeValue.h"
+#include "gatehall/users/AuthenticationAuthority.h"
+#include "gatehall/users/StringBundle.h"
 
 namespace gatehall {
 

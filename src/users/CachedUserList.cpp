@@ -1,13 +1,13 @@
-#include "users/CachedUserList.h"
+#include "gatehall/users/CachedUserList.h"
 
 #include <algorithm>
 #include <unordered_set>
 #include <utility>
 
-#include "access/KinwatchMonitor.h"
-#include "platform/AttributeKinds.h"
-#include "platform/Platform.h"
-#include "platform/TextStart.h"
+#include "base/TextStart.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/platform/Platform.h"
+#include "gatehall/users/KinwatchMonitor.h"
 
 namespace gatehall {
 

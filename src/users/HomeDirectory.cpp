@@ -3,9 +3,9 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/AttributeKinds.h"
-#include "platform/Platform.h"
-#include "users/CachedUser.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/platform/Platform.h"
+#include "gatehall/users/CachedUser.h"
 
 namespace gatehall {
 

@@ -1,5 +1,5 @@
-#include "platform/Platform.h"
-#include "users/CachedUser.h"
+#include "gatehall/platform/Platform.h"
+#include "gatehall/users/CachedUser.h"
 
 namespace gatehall {
 

@@ -1,10 +1,10 @@
 #include <initializer_list>
 
-#include "directory/NodeConvenience.h"
-#include "directory/Queries.h"
-#include "platform/AttributeKinds.h"
-#include "platform/Platform.h"
-#include "users/CachedUser.h"
+#include "gatehall/directory/NodeConvenience.h"
+#include "gatehall/directory/Queries.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/platform/Platform.h"
+#include "gatehall/users/CachedUser.h"
 
 namespace gatehall {
 

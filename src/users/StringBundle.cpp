@@ -1,9 +1,9 @@
-#include "users/StringBundle.h"
+#include "gatehall/users/StringBundle.h"
 
 #include <memory>
 #include <utility>
 
-#include "platform/ProcessWide.h"
+#include "base/ProcessWide.h"
 
 namespace gatehall {
 

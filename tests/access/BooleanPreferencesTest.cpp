@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "access/USPrefs.h"
+#include "gatehall/access/USPrefs.h"
 #include "tests/InstalledWorld.h"
 
 namespace gatehall {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/access/VisibleListWorld.h"
+#include "world/file/WorldFile.h"
 
 namespace gatehall {
 namespace {
@@ -302,7 +303,7 @@ TEST_F(ChangeNotifications, UnregisteringLeavesSessionUsersGroupsAndLocaleObserv
 }
 
 TEST_F(ChangeNotifications, ANameThatCanNotBeRegisteredLeavesTheOthersObserved) {
-  auto world = World::fromText(machineOfAll(), "world.json");
+  auto world = worldFromText(machineOfAll(), "world.json");
   world->systemNotifications().refuse(kConsole);
   install(world);
   access()->addTarget(mTarget);

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "access/GHUIManagedPrefs.h"
-#include "platform/PlatformException.h"
+#include "gatehall/access/GHUIManagedPrefs.h"
+#include "gatehall/base/PlatformException.h"
 #include "tests/InstalledWorld.h"
 
 namespace gatehall {

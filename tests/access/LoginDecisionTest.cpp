@@ -2,7 +2,7 @@
 #include <set>
 #include <string>
 
-#include "access/LoginDecision.h"
+#include "gatehall/access/LoginDecision.h"
 
 namespace gatehall {
 namespace {

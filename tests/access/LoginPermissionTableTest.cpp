@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "access/UserAccess.h"
-#include "directory/UserLookup.h"
-#include "platform/AttributeKinds.h"
+#include "gatehall/access/UserAccess.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/users/UserLookup.h"
 #include "tests/InstalledWorld.h"
 
 namespace gatehall {

@@ -5,9 +5,9 @@
 #include <string_view>
 #include <utility>
 
-#include "access/UserAccess.h"
-#include "directory/UserLookup.h"
-#include "platform/AttributeKinds.h"
+#include "gatehall/access/UserAccess.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/users/UserLookup.h"
 #include "tests/Cast.h"
 #include "tests/InstalledWorld.h"
 

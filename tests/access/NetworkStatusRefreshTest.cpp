@@ -1,8 +1,8 @@
 #include <chrono>
 #include <gtest/gtest.h>
 
-#include "access/NetworkStatus.h"
-#include "platform/AtomicSharedPtr.h"
+#include "gatehall/access/NetworkStatus.h"
+#include "gatehall/base/AtomicSharedPtr.h"
 #include "tests/InstalledWorld.h"
 
 namespace gatehall {

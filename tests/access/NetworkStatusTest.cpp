@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "access/NetworkStatus.h"
+#include "gatehall/access/NetworkStatus.h"
 #include "tests/InstalledWorld.h"
 
 namespace gatehall {

@@ -6,7 +6,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/NotificationNames.h"
+#include "gatehall/platform/NotificationNames.h"
 #include "tests/access/VisibleListWorld.h"
 
 // What may happen while the list is rebuilt on a thread of its own, in every order that threads can

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "access/GHUIManagedPrefs.h"
-#include "access/USPrefs.h"
+#include "gatehall/access/GHUIManagedPrefs.h"
+#include "gatehall/access/USPrefs.h"
 #include "tests/InstalledWorld.h"
 
 namespace gatehall {

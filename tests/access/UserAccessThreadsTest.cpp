@@ -3,8 +3,8 @@
 #include <thread>
 #include <vector>
 
-#include "access/NetworkStatus.h"
-#include "access/USPrefs.h"
+#include "gatehall/access/NetworkStatus.h"
+#include "gatehall/access/USPrefs.h"
 #include "tests/access/LoginWorld.h"
 
 namespace gatehall {

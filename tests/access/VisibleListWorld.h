@@ -4,10 +4,10 @@
 #include <string>
 #include <string_view>
 
-#include "access/UserAccess.h"
-#include "platform/world/World.h"
+#include "gatehall/access/UserAccess.h"
 #include "tests/Cast.h"
 #include "tests/InstalledWorld.h"
+#include "world/World.h"
 
 namespace gatehall {
 

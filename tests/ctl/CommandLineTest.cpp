@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "ctl/CommandLine.h"
-#include "ctl/Verbs.h"
+#include "ctl/verbs/Verbs.h"
 #include "tests/ctl/RunWorld.h"
 
 namespace gatehall {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "users/CachedUser.h"
+#include "gatehall/users/CachedUser.h"
 
 namespace gatehall {
 namespace {

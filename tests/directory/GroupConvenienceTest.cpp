@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "directory/GroupConvenience.h"
-#include "directory/RecordConvenience.h"
+#include "gatehall/directory/GroupConvenience.h"
+#include "gatehall/directory/RecordConvenience.h"
 #include "tests/Machine.h"
 
 namespace gatehall {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "directory/LocalNodeName.h"
+#include "gatehall/directory/LocalNodeName.h"
 #include "tests/Machine.h"
 
 namespace gatehall {

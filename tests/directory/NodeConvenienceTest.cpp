@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "directory/NodeConvenience.h"
+#include "gatehall/directory/NodeConvenience.h"
 #include "tests/Machine.h"
 
 namespace gatehall {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "directory/RecordConvenience.h"
+#include "gatehall/directory/RecordConvenience.h"
 #include "tests/Machine.h"
 
 namespace gatehall {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "directory/RecordForUserAttributes.h"
+#include "gatehall/directory/RecordForUserAttributes.h"
 #include "tests/Machine.h"
 
 namespace gatehall {

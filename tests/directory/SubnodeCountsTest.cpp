@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "directory/SubnodeCounts.h"
+#include "gatehall/directory/SubnodeCounts.h"
 #include "tests/Cast.h"
 #include "tests/InstalledWorld.h"
 

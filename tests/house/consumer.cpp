@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "platform/Value.h"
+#include "gatehall/base/Value.h"
 
 int main() {
   const gatehall::Value value(gatehall::Strings{"ann", "bob"});

@@ -1,14 +1,18 @@
 #!/usr/bin/env python3
-"""Reads the include lines of a source tree and reports every arrow that points the wrong way.
+"""Reads the include lines of src/ and include/ below a folder and reports every one that the table of
+rooms (rooms.py) doesn't allow, and every arrow of the table that no include makes.
 
-usage: includes.py SRC
+usage: includes.py FOLDER
 
 Prints one line a finding, "FILE:LINE: what is wrong", and exits 1 when there is any.
 """
 
+import collections
 import pathlib
 import re
 import sys
+
+import rooms
 
 STANDARD = set(
     """
@@ -33,7 +37,7 @@ POSIX = re.compile(
     r"|(aio|dirent|dlfcn|endian|errno|fcntl|fnmatch|getopt|glob|grp|libgen|locale|netdb|poll|pthread|pwd"
     r"|resolv|sched|shadow|signal|spawn|stdlib|string|strings|syslog|termios|time|unistd)\.h"
 )
-TOUCHES_A_MACHINE = {"platform/portable", "platform/linux", "ctl"}
+TOUCHES_A_MACHINE = re.compile(r"(portable|linux|ctl)(/|$)")
 
 # Outside libraries by their headers. One file wraps a library (a .cpp with its .h); where several
 # do, they are named here.
@@ -43,7 +47,7 @@ LIBRARIES = {
     "sd-login": (r"systemd/sd-login", set()),
     "nlohmann-json": (
         r"nlohmann/",
-        {"platform/world/JsonTree", "platform/linux/UserRecord", "ctl/Json"},
+        {"world/json/JsonTree", "linux/accounts/UserRecord", "ctl/print/Json"},
     ),
     "toml++": (r"toml\+\+/", set()),
     "CLI11": (r"CLI/", set()),
@@ -51,10 +55,10 @@ LIBRARIES = {
     "ICU": (
         r"unicode/",
         {
-            "platform/portable/CaseFolding",
-            "platform/portable/IcuCharacters",
-            "platform/portable/IcuCollation",
-            "platform/portable/IcuSonames",
+            "portable/CaseFolding",
+            "portable/IcuCharacters",
+            "portable/IcuCollation",
+            "portable/IcuSonames",
         },
     ),
     "libcrypt": (r"crypt\.h", set()),
@@ -62,30 +66,17 @@ LIBRARIES = {
     "libuuid": (r"uuid/", set()),
     "libldap": (
         r"(open)?ldap|lber",
-        {"platform/linux/LdapLibrary", "platform/linux/LdapConnection"},
+        {"linux/ldap/client/Library", "linux/ldap/client/Connection"},
     ),
     "libxml2": (r"libxml/", set()),
     "uriparser": (r"uriparser/", set()),
-    "Pango": (r"pango/", {"platform/portable/PangoText", "ctl/Canvas"}),
+    "Pango": (r"pango/", {"portable/PangoText", "ctl/picture/Canvas"}),
     "Cairo": (r"cairo", set()),
     "gdk-pixbuf": (r"gdk-pixbuf/", set()),
 }
-HOLDS_LIBRARIES = {"platform/portable", "platform/linux", "platform/world", "ctl"}
+HOLDS_LIBRARIES = re.compile(r"(portable|linux|world|ctl)(/|$)")
 
-CORE = {"switcher", "directory", "users", "access", "text"}
-PLATFORM = {"platform"}
-HOSTS = {"platform/world", "platform/linux"}
-
-# Which folders' headers the files of a folder may include, besides its own.
-MAY_INCLUDE = {
-    **{folder: CORE | PLATFORM for folder in CORE},
-    "platform": set(),
-    "platform/portable": PLATFORM,
-    "platform/instrumented": PLATFORM,
-    "platform/linux": PLATFORM | {"platform/portable"},
-    "platform/world": PLATFORM | {"platform/portable", "platform/instrumented"},
-    "ctl": CORE | PLATFORM | HOSTS | {"platform/portable", "platform/instrumented"},
-}
+PUBLIC = "gatehall/"
 
 INCLUDE = re.compile(r'\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
@@ -96,12 +87,13 @@ def include_lines(path):
             yield number, match[1] == "<", match[2]
 
 
-def folder_of(name):
-    return name.rpartition("/")[0]
+def room_of(name):
+    """Of a file, or of a header as it is included."""
+    return name.removeprefix(PUBLIC).rpartition("/")[0]
 
 
 def stem_of(name):
-    return re.sub(r"\.(cpp|h)$", "", name)
+    return re.sub(r"\.(cpp|h)$", "", name.removeprefix(PUBLIC))
 
 
 def library_of(header):
@@ -112,18 +104,22 @@ def library_of(header):
 
 
 def problem_with_angle(name, header, first_users):
-    folder = folder_of(name)
+    room = room_of(name)
     if header in STANDARD:
         return None
     if POSIX.fullmatch(header):
-        if folder in TOUCHES_A_MACHINE:
+        if name.startswith(PUBLIC):
+            return f"<{header}> is the machine's, which no public header shows"
+        if TOUCHES_A_MACHINE.match(room):
             return None
-        return f"<{header}> is the machine's, which {folder}/ does not touch"
+        return f"<{header}> is the machine's, which {room}/ does not touch"
     library = library_of(header)
     if library is None:
         return f"<{header}> is neither a standard header nor one of a known library"
-    if folder not in HOLDS_LIBRARIES:
-        return f"<{header}> is of {library}, which {folder}/ does not know"
+    if name.startswith(PUBLIC):
+        return f"<{header}> is of {library}, which no public header shows"
+    if not HOLDS_LIBRARIES.match(room):
+        return f"<{header}> is of {library}, which {room}/ does not know"
     wrappers = LIBRARIES[library][1] or first_users.setdefault(library, {stem_of(name)})
     if stem_of(name) not in wrappers:
         return f"<{header}> is of {library}, which {' and '.join(sorted(wrappers))} wraps"
@@ -131,20 +127,24 @@ def problem_with_angle(name, header, first_users):
 
 
 def problem_with_quoted(name, header, files):
-    folder, target = folder_of(name), folder_of(header)
+    room, target = room_of(name), room_of(header)
     if header not in files:
-        return f'"{header}" names no file from the top of the source tree'
+        return f'"{header}" names no file from the top of src/ or include/'
     if not header.endswith(".h"):
         return f'"{header}" is not a header'
-    allowed = {folder} | MAY_INCLUDE.get(folder, set())
-    if name.endswith("/main.cpp"):
-        allowed |= HOSTS
-    if target not in allowed:
-        return f'"{header}": {folder}/ may not include {target}/'
-    return None
+    if name.startswith(PUBLIC) and not header.startswith(PUBLIC):
+        return f'"{header}" is not public'
+    if target == room or target in allowed_rooms(name):
+        return None
+    return f'"{header}": {room}/ may not include {target}/'
 
 
-def cycles(graph):
+def allowed_rooms(name):
+    main = rooms.MAINS.get(stem_of(name))
+    return set(main.split()) if main is not None else rooms.included_by(room_of(name))
+
+
+def circles(graph):
     """Each include circle once, as the list of files on it."""
     state, trail, found = {}, [], []
 
@@ -165,19 +165,35 @@ def cycles(graph):
     return found
 
 
-def findings(source):
+def unused_arrows(graph):
+    """Those of the table that no include makes."""
+    made = collections.defaultdict(set)
+    for name, headers in graph.items():
+        is_main = stem_of(name) in rooms.MAINS
+        made[stem_of(name) if is_main else room_of(name)].update(map(room_of, headers))
+    tables = {room: rooms.included_by(room) for room in rooms.ROOMS}
+    tables |= {name: set(below.split()) for name, below in rooms.MAINS.items()}
+    for name, below in tables.items():
+        for room in sorted(below - made[name] - {room_of(name)}):
+            yield f"rooms.py: nothing of {name} includes {room}/"
+
+
+def findings(top):
     files = {
-        path.relative_to(source).as_posix(): path
-        for path in source.rglob("*")
+        path.relative_to(folder).as_posix(): path
+        for folder in (top / "src", top / "include")
+        for path in folder.rglob("*")
         if path.suffix in {".cpp", ".h"}
     }
-    result, graph, first_users = [], {}, {}
+    result, graph, first_users, units = [], {}, {}, collections.defaultdict(set)
     if not files:
-        result.append(f"{source}: no source files")
+        result.append(f"{top}: no source files")
     for name in sorted(files):
-        if folder_of(name) not in MAY_INCLUDE:
-            result.append(f"{name}: no rule says what {folder_of(name) or '.'}/ may include")
+        room = room_of(name)
+        if room not in rooms.ROOMS:
+            result.append(f"{name}: {room or '.'}/ is no room of rooms.py")
             continue
+        units[room].add(stem_of(name))
         for number, is_angle, header in include_lines(files[name]):
             if is_angle:
                 problem = problem_with_angle(name, header, first_users)
@@ -186,15 +202,22 @@ def findings(source):
                 graph.setdefault(name, []).append(header)
             if problem:
                 result.append(f"{name}:{number}: {problem}")
-    result += ["include circle: " + " -> ".join(circle) for circle in cycles(graph)]
-    return result
+    result += ["include circle: " + " -> ".join(circle) for circle in circles(graph)]
+    result += [
+        f"{room}/ has {len(names)} units: more than {rooms.MOST_UNITS} are of more than one subject"
+        for room, names in sorted(units.items())
+        if len(names) > rooms.MOST_UNITS
+    ]
+    return result, graph
 
 
 def main(arguments):
     if len(arguments) != 2:
         print(__doc__.strip(), file=sys.stderr)
         return 2
-    found = findings(pathlib.Path(arguments[1]))
+    rooms.floors()
+    found, graph = findings(pathlib.Path(arguments[1]))
+    found += unused_arrows(graph)
     print("\n".join(found) if found else "every include points the right way")
     return 1 if found else 0
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Value.h"
-#include "platform/instrumented/Fault.h"
+#include "gatehall/base/Value.h"
+#include "instrumented/Fault.h"
 
 namespace gatehall::faultmatrix {
 

@@ -5,10 +5,10 @@
 #include <tuple>
 #include <vector>
 
-#include "access/UserAccess.h"
-#include "directory/UserLookup.h"
-#include "platform/AttributeKinds.h"
-#include "platform/instrumented/InstrumentedPlatform.h"
+#include "gatehall/access/UserAccess.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/users/UserLookup.h"
+#include "instrumented/InstrumentedPlatform.h"
 #include "switcher/SwitchFlow.h"
 #include "tests/switcher/FaultMatrixRules.h"
 #include "tests/switcher/FaultMatrixWorld.h"

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/world/World.h"
 #include "tests/Cast.h"
+#include "world/file/WorldFile.h"
 
 namespace gatehall::faultmatrix {
 
@@ -80,7 +80,7 @@ inline std::shared_ptr<World> world() {
                      "6C6B2F1E-0000-4000-8000-000000002012" ] } } },
     "managed": { "com.orvane.gatehall": {
       "DenyList": [ "6C6B2F1E-0000-4000-8000-00000000A103" ] } })";
-  return World::fromText(
+  return worldFromText(
       cast::machine(
           {cast::kAnn, cast::kBob, cast::kCarol, cast::kErin, cast::kGus, mia, lou, admin},
           {cast::kDana, nora, finn, hana, ivan, day, dusk, night}, sections),

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/LoginService.h"
+#include "gatehall/platform/LoginService.h"
 #include "tests/switcher/SwitchWorld.h"
 
 namespace gatehall {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 
+#include "gatehall/text/AttributedString.h"
 #include "tests/InstalledWorld.h"
-#include "text/AttributedString.h"
 
 namespace gatehall {
 namespace {

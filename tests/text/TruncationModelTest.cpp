@@ -7,9 +7,9 @@
 #include <random>
 #include <string_view>
 
+#include "gatehall/text/TruncationExtensions.h"
 #include "tests/InstalledWorld.h"
 #include "tests/text/PlainTruncation.h"
-#include "text/TruncationExtensions.h"
 
 namespace gatehall {
 

@@ -3,8 +3,8 @@
 #include <limits>
 #include <string>
 
+#include "gatehall/text/TruncationExtensions.h"
 #include "tests/InstalledWorld.h"
-#include "text/TruncationExtensions.h"
 
 namespace gatehall {
 namespace {

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/platform/bus/fixture/PrivateBus.h"
+#include "tests/linux/bus/fixture/PrivateBus.h"
 
 namespace gatehall {
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "users/AttributeValue.h"
+#include "gatehall/users/AttributeValue.h"
 
 namespace gatehall {
 namespace {

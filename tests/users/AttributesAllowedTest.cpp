@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "users/CachedUser.h"
+#include "gatehall/users/CachedUser.h"
 
 namespace gatehall {
 namespace {

@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "access/KinwatchMonitor.h"
+#include "gatehall/users/CachedUserList.h"
+#include "gatehall/users/KinwatchMonitor.h"
 #include "tests/Machine.h"
-#include "users/CachedUserList.h"
 
 namespace gatehall {
 namespace {

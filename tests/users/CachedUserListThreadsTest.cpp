@@ -3,9 +3,9 @@
 #include <string>
 #include <thread>
 
-#include "access/KinwatchMonitor.h"
-#include "directory/UserLists.h"
-#include "directory/UserLookup.h"
+#include "gatehall/users/KinwatchMonitor.h"
+#include "gatehall/users/UserLists.h"
+#include "gatehall/users/UserLookup.h"
 #include "tests/Machine.h"
 
 namespace gatehall {

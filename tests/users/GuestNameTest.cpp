@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "gatehall/users/StringBundle.h"
 #include "tests/Machine.h"
-#include "users/StringBundle.h"
 
 namespace gatehall {
 namespace {

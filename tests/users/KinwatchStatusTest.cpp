@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "directory/UserLookup.h"
+#include "gatehall/users/UserLookup.h"
 #include "tests/Cast.h"
 #include "tests/InstalledWorld.h"
 

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "directory/UserLookup.h"
+#include "gatehall/users/UserLookup.h"
 #include "tests/Machine.h"
 
 namespace gatehall {

@@ -7,8 +7,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/AttributeKinds.h"
-#include "platform/Platform.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/platform/Platform.h"
 #include "tests/platform/contracts/Scene.h"
 
 namespace gatehall::contracts {

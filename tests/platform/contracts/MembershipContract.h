@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/AttributeKinds.h"
-#include "platform/Platform.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/platform/Platform.h"
 #include "tests/platform/contracts/Scene.h"
 
 namespace gatehall::contracts {

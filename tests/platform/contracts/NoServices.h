@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Platform.h"
+#include "gatehall/platform/Platform.h"
 
 namespace gatehall::contracts {
 

@@ -8,8 +8,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/NotificationNames.h"
-#include "platform/Platform.h"
+#include "gatehall/platform/NotificationNames.h"
+#include "gatehall/platform/Platform.h"
 #include "tests/platform/contracts/Scene.h"
 
 namespace gatehall::contracts {

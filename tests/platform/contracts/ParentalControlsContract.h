@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <optional>
 
-#include "platform/Platform.h"
+#include "gatehall/platform/Platform.h"
 #include "tests/platform/contracts/Scene.h"
 
 namespace gatehall::contracts {

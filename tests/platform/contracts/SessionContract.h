@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Platform.h"
+#include "gatehall/platform/Platform.h"
 #include "tests/platform/contracts/Scene.h"
 
 namespace gatehall::contracts {

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/TextSystem.h"
+#include "gatehall/platform/TextSystem.h"
 
 namespace gatehall::contracts {
 

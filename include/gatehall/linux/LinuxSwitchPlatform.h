@@ -1,0 +1,62 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "gatehall/linux/LinuxOptions.h"
+#include "gatehall/platform/Platform.h"
+
+namespace gatehall {
+
+class LocalNotificationCenter;
+class NetworkNode;
+
+/// What it takes of the Linux machine that the program runs on to decide about a switch and to
+/// perform it. Nothing here listens to the machine, draws or knows of login hours; a program that
+/// shows the users takes LinuxPlatform.
+///
+/// A service is made when it is first asked for, and an outside library is mapped when a service
+/// first needs it. Nothing is taken from the environment but, by the C library, the zone of the
+/// local time (TZ).
+class LinuxSwitchPlatform : public Platform {
+ public:
+  /// Logs to the system log under the program's name.
+  LinuxSwitchPlatform(const LinuxOptions& options, std::string identity);
+
+  /// Logs elsewhere.
+  LinuxSwitchPlatform(const LinuxOptions& options, std::shared_ptr<Log> log);
+
+  ~LinuxSwitchPlatform() override;
+
+  Process& process() override;
+  DirectoryService& directory() override;
+  SessionService& sessions() override;
+  LoginService& loginService() override;
+  MembershipService& membership() override;
+  PreferenceStore& preferences() override;
+  PropertyListReader& propertyLists() override;
+  NotificationCenter& notificationCenter() override;
+  NotificationCenter& distributedNotificationCenter() override;
+  Clock& clock() override;
+  Log& log() override;
+  Collation& collation() override;
+
+  /// The nodes of the network directories, in their order, for the house's own tools: the type is
+  /// not public.
+  const std::vector<std::shared_ptr<NetworkNode>>& networkNodes();
+
+ protected:
+  const HostOptions& options() const;
+  LocalNotificationCenter& inProcessNotifications();
+  LocalNotificationCenter& distributedNotifications();
+
+  void localeChanged();
+
+ private:
+  struct Services;
+
+  const std::unique_ptr<Services> mServices;
+};
+
+}  // namespace gatehall

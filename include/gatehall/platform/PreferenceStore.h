@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "gatehall/base/Value.h"
+
+namespace gatehall {
+
+/// Preferences by application domain: the current user's settings first, then the system's. From
+/// any thread. Values may be cached until synchronizePreferences.
+class PreferenceStore {
+ public:
+  virtual ~PreferenceStore() = default;
+
+  /// The stored value, or absent. May raise PlatformException.
+  virtual std::optional<Value> copyApplicationValue(std::string_view key,
+                                                    std::string_view domain) = 0;
+
+  /// The stored value as a boolean; exists is true only when the key exists and reads as one
+  /// (strictBoolean), otherwise the answer is false. May raise PlatformException.
+  virtual bool applicationBoolean(std::string_view key, std::string_view domain, bool& exists) = 0;
+
+  /// Makes later reads of the domain see what is stored now, for any user on this host. May raise
+  /// PlatformException.
+  virtual void synchronizePreferences(std::string_view domain) = 0;
+};
+
+/// Property-list files at fixed paths. From any thread.
+class PropertyListReader {
+ public:
+  virtual ~PropertyListReader() = default;
+
+  /// The file's top-level value; absent when the file is missing, unreadable, malformed, or not to
+  /// be trusted (others than its owner and root can write it). May raise PlatformException.
+  virtual std::optional<Value> readPropertyList(std::string_view path) = 0;
+};
+
+}  // namespace gatehall

@@ -1,0 +1,136 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <future>
+#include <map>
+#include <optional>
+
+#include "ctl/verbs/Verbs.h"
+#include "gatehall/base/PlatformException.h"
+#include "gatehall/directory/NodeConvenience.h"
+#include "gatehall/directory/Queries.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "linux/records/NetworkNode.h"
+
+namespace gatehall::ctl {
+
+namespace {
+
+/// What a network node says about itself: where it was reached, or why it wasn't.
+struct Attempt {
+  std::optional<NetworkNode::Reached> reached;
+  std::string error;
+};
+
+Attempt attemptAt(NetworkNode& node) {
+  try {
+    return {node.reach(), {}};
+  } catch (const PlatformException& failure) {
+    return {std::nullopt, failure.what()};
+  }
+}
+
+/// Of this machine's network nodes, by name; all are tried at once.
+std::map<std::string, Attempt> attempts(const Host& host) {
+  std::map<std::string, Attempt> found;
+  if (host.machine() == nullptr) return found;
+  std::map<std::string, std::future<Attempt>> pending;
+  for (const auto& node : host.machine()->networkNodes()) {
+    pending.emplace(node->nodeName().value_or(""),
+                    std::async(std::launch::async, [node] { return attemptAt(*node); }));
+  }
+  for (auto& [name, attempt] : pending) found.emplace(name, attempt.get());
+  return found;
+}
+
+Json countOf(const std::string& name, std::string_view type) {
+  const auto records = queryResults(
+      nodeWithName(name),
+      equalTo({type}, attribute::RecordName, {std::string(attribute::AllRecords)}, {}));
+  return records ? Json(records->size()) : Json();
+}
+
+Json nodeJson(const std::string& name, bool isReachable, const Attempt& attempt) {
+  Json node;
+  node["name"] = name;
+  node["reachable"] = isReachable;
+  node["server"] = nullptr;
+  node["roundTripMilliseconds"] = nullptr;
+  node["users"] = nullptr;
+  node["groups"] = nullptr;
+  node["error"] = nullptr;
+  if (attempt.reached) {
+    node["server"] = attempt.reached->server;
+    node["roundTripMilliseconds"] = std::round(attempt.reached->roundTrip.count() * 1e5) / 100;
+  }
+  if (!isReachable) {
+    node["error"] = attempt.error.empty() ? "it can't be reached" : attempt.error;
+    return node;
+  }
+  try {
+    node["users"] = countOf(name, record::Users);
+    node["groups"] = countOf(name, record::Groups);
+  } catch (const PlatformException& failure) {
+    node["error"] = failure.what();
+  }
+  return node;
+}
+
+std::string milliseconds(const Json& value) {
+  if (value.is_null()) return "-";
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%.2f ms", value.get<double>());
+  return text.data();
+}
+
+Table table(const Json& nodes) {
+  Table table{
+      .header = {"DIRECTORY", "REACHABLE", "SERVER", "ROUND TRIP", "USERS", "GROUPS", "ERROR"},
+      .count = countText(nodes.size(), "node")};
+  for (const auto& node : nodes) {
+    const bool isReachable = node["reachable"];
+    table.rows.push_back({{cellText(node["name"])},
+                          {cellText(node["reachable"]), isReachable ? Tone::Good : Tone::Bad},
+                          {cellText(node["server"])},
+                          {milliseconds(node["roundTripMilliseconds"])},
+                          {cellText(node["users"])},
+                          {cellText(node["groups"])},
+                          {cellText(node["error"])}});
+  }
+  return table;
+}
+
+Answer run(const Host& host, const Request&) {
+  const auto tried = attempts(host);
+  const auto search = searchNode();
+  const auto names = search ? search->subnodeNames().value_or(Strings()) : Strings();
+  const auto unreachable = search ? search->unreachableSubnodeNames().value_or(Strings()) : names;
+  Answer answer{.json = Json::array()};
+  for (const auto& name : names) {
+    const auto attempt = tried.find(name);
+    const bool isReachable = std::ranges::find(unreachable, name) == unreachable.end();
+    answer.json.push_back(
+        nodeJson(name, isReachable, attempt != tried.end() ? attempt->second : Attempt()));
+  }
+  answer.tables = {table(answer.json)};
+  return answer;
+}
+
+}  // namespace
+
+Verb directoriesVerb() {
+  return {
+      .name = "directories",
+      .summary = "The directories that are searched, and how they are",
+      .description =
+          "Shows the nodes that the search node covers, in their order: whether each can be "
+          "reached,\n"
+          "which server answers for it and how fast, how many users and groups it has, or what is\n"
+          "wrong with it.",
+      .example = "--world examples/lab.world.json directories",
+      .run = run,
+  };
+}
+
+}  // namespace gatehall::ctl

@@ -1,0 +1,35 @@
+#include "gatehall/linux/LinuxOptions.h"
+
+#include <utility>
+
+#include "linux/files/HostOptions.h"
+
+namespace gatehall {
+
+LinuxOptions::LinuxOptions() : mValues(std::make_unique<HostOptions>()) {}
+
+LinuxOptions::LinuxOptions(const HostOptions& values)
+    : mValues(std::make_unique<HostOptions>(values)) {}
+
+LinuxOptions::LinuxOptions(const LinuxOptions& other) : LinuxOptions(*other.mValues) {}
+
+LinuxOptions& LinuxOptions::operator=(const LinuxOptions& other) {
+  *mValues = *other.mValues;
+  return *this;
+}
+
+LinuxOptions::~LinuxOptions() = default;
+
+void LinuxOptions::setRoot(std::string root) { mValues->root = std::move(root); }
+
+void LinuxOptions::setSystemBusAddress(std::string address) {
+  mValues->systemBusAddress = std::move(address);
+}
+
+void LinuxOptions::setCallTimeout(std::chrono::milliseconds timeout) {
+  mValues->callTimeout = timeout;
+}
+
+void LinuxOptions::setSessionLimits(bool areAsked) { mValues->sessionLimits = areAsked; }
+
+}  // namespace gatehall

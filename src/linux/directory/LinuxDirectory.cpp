@@ -1,0 +1,81 @@
+#include "linux/directory/LinuxDirectory.h"
+
+#include "linux/directory/SearchNode.h"
+#include "linux/ldap/Node.h"
+#include "linux/local/Node.h"
+#include "linux/records/EmptyNode.h"
+
+namespace gatehall {
+
+namespace {
+
+class LinuxDirectorySession final : public DirectorySession {
+ public:
+  LinuxDirectorySession(std::shared_ptr<local::Host> host,
+                        std::vector<std::shared_ptr<NetworkNode>> networkNodes)
+      : mLocal(std::make_shared<local::Node>(host)),
+        mUnix(std::make_shared<EmptyNode>("unix")),
+        mNetworkNodes(std::move(networkNodes)),
+        mSearch(std::make_shared<SearchNode>(
+            std::move(host), std::vector<std::shared_ptr<DirectoryNode>>{mLocal, mUnix},
+            mNetworkNodes)) {}
+
+  std::shared_ptr<DirectoryNode> nodeByType(NodeType type) override {
+    switch (type) {
+      case NodeType::Local:
+        return mLocal;
+      case NodeType::Search:
+        return mSearch;
+    }
+    return nullptr;
+  }
+
+  std::shared_ptr<DirectoryNode> nodeByName(std::string_view name) override {
+    for (const auto& node : {mLocal, mUnix, mSearch}) {
+      if (node->nodeName() == name) return node;
+    }
+    for (const auto& node : mNetworkNodes) {
+      if (node->nodeName() == name) return node->isReachable() ? node : nullptr;
+    }
+    return nullptr;
+  }
+
+ private:
+  std::shared_ptr<DirectoryNode> mLocal;
+  std::shared_ptr<DirectoryNode> mUnix;
+  std::vector<std::shared_ptr<NetworkNode>> mNetworkNodes;
+  std::shared_ptr<DirectoryNode> mSearch;
+};
+
+std::vector<std::shared_ptr<NetworkNode>> configuredNodes(const std::shared_ptr<local::Host>& host,
+                                                          Log& log) {
+  std::vector<std::shared_ptr<NetworkNode>> nodes;
+  for (auto& settings : ldap::Settings::readAll(host->options, host->faults)) {
+    nodes.push_back(std::make_shared<ldap::Node>(std::make_shared<ldap::Directory>(
+        std::move(settings), host->options, std::shared_ptr<FaultLog>(host, &host->faults), log,
+        host->clock)));
+  }
+  return nodes;
+}
+
+}  // namespace
+
+LinuxDirectory::LinuxDirectory(HostOptions options, Log& log, Clock& clock) {
+  auto host = std::make_shared<local::Host>(std::move(options), log, clock);
+  mNetworkNodes = configuredNodes(host, log);
+  mSession = std::make_shared<LinuxDirectorySession>(std::move(host), mNetworkNodes);
+}
+
+LinuxDirectory::LinuxDirectory(HostOptions options, Log& log, Clock& clock,
+                               std::vector<std::shared_ptr<NetworkNode>> networkNodes)
+    : mNetworkNodes(std::move(networkNodes)),
+      mSession(std::make_shared<LinuxDirectorySession>(
+          std::make_shared<local::Host>(std::move(options), log, clock), mNetworkNodes)) {}
+
+std::shared_ptr<DirectorySession> LinuxDirectory::defaultSession() { return mSession; }
+
+void LinuxDirectory::forgetFetched() {
+  for (const auto& node : mNetworkNodes) node->forgetFetched();
+}
+
+}  // namespace gatehall

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "gatehall/platform/Log.h"
+
+namespace gatehall {
+
+/// Says in the diagnostic log what is wrong in the machine's files, each fault once a process: the
+/// same files are read over and over. From any thread.
+class FaultLog {
+ public:
+  explicit FaultLog(Log& log) : mLog(log) {}
+
+  /// "FILE: TEXT".
+  void report(std::string_view file, std::string_view text);
+
+  /// "FILE:LINE: TEXT".
+  void report(std::string_view file, std::uint64_t line, std::string_view text);
+
+ private:
+  void reportOnce(std::string message);
+
+  Log& mLog;
+  std::mutex mMutex;
+  std::set<std::string, std::less<>> mReported;
+};
+
+/// The text for a log line, cut when it is long, with what isn't printable ASCII as a question
+/// mark.
+std::string printable(std::string_view text, std::size_t longest = 64);
+
+}  // namespace gatehall

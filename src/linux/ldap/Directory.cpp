@@ -1,0 +1,332 @@
+#include "linux/ldap/Directory.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <strings.h>
+#include <unordered_set>
+#include <utility>
+
+#include "linux/files/FaultLog.h"
+#include "linux/ldap/client/Referral.h"
+#include "linux/ldap/client/SearchFilter.h"
+#include "linux/records/NetworkNode.h"
+
+namespace gatehall::ldap {
+
+namespace {
+
+/// How long it is remembered whether a directory can be reached.
+constexpr double kRememberedSeconds = 5;
+
+constexpr std::size_t kMostEntries = 2000000;
+constexpr int kMostHops = 5;
+
+// RFC 4511, appendix A.
+constexpr int kSizeLimitExceeded = 4;
+constexpr int kReferral = 10;
+constexpr int kNoSuchObject = 32;
+
+/// Whether they are the same but for options (RFC 4512, 2.5).
+bool isSameAttribute(std::string_view left, std::string_view right) {
+  left = left.substr(0, left.find(';'));
+  right = right.substr(0, right.find(';'));
+  return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
+}
+
+}  // namespace
+
+/// Gathers entries, each once.
+class Directory::Collector {
+ public:
+  Collector(const Directory& directory, FaultLog& faults, bool mayRepeat)
+      : mDirectory(directory), mFaults(faults), mMayRepeat(mayRepeat) {}
+
+  Connection::Sink sink() {
+    return [this](std::size_t, std::string_view dn, std::span<const Attribute> attributes) {
+      add(dn, attributes);
+    };
+  }
+
+  void clear() {
+    mSeen.clear();
+    mEntries.clear();
+    mHasBegun = false;
+  }
+
+  void startRepeating() {
+    if (!std::exchange(mMayRepeat, true)) {
+      for (const auto& entry : mEntries) mSeen.insert(entry->first(Slot::GUID));
+    }
+  }
+
+  /// A part of the answer has come.
+  bool hasBegun() const { return mHasBegun; }
+  Entries take() { return std::move(mEntries); }
+
+ private:
+  void add(std::string_view dn, std::span<const Attribute> attributes) {
+    mHasBegun = true;
+    std::string fault;
+    auto entry = readEntry(mDirectory.schemas(), dn, attributes, fault);
+    if (!entry) {
+      if (!fault.empty()) {
+        mFaults.report(mDirectory.nodeName(),
+                       "the entry " + printable(dn) + " is left out: " + fault);
+      }
+      return;
+    }
+    if (mEntries.size() >= kMostEntries) {
+      throw PlatformException(mDirectory.nodeName() + ": more entries than can be");
+    }
+    if (mMayRepeat && !mSeen.insert(entry->first(Slot::GUID)).second) return;
+    mEntries.push_back(std::move(entry));
+  }
+
+  const Directory& mDirectory;
+  FaultLog& mFaults;
+  bool mMayRepeat;
+  bool mHasBegun = false;
+  Entries mEntries;
+  std::unordered_set<std::string_view> mSeen;  ///< GUIDs of the entries
+};
+
+Directory::Directory(Settings settings, HostOptions options, std::shared_ptr<FaultLog> faults,
+                     Log& log, Clock& clock)
+    : mNodeName("ldap/" + settings.name),
+      mOptions(std::move(options)),
+      mFaults(std::move(faults)),
+      mLog(log),
+      mClock(clock),
+      mServers(std::move(settings), mOptions),
+      mSchemas(mServers.settings()),
+      mCache(clock) {}
+
+std::optional<bool> Directory::remembered() {
+  const std::lock_guard lock(mMutex);
+  const auto age = std::abs(mClock.now().time_since_epoch().count() - mTriedAt);
+  return age < kRememberedSeconds ? mIsReachable : std::nullopt;
+}
+
+void Directory::refuseIfUnreachable() {
+  if (remembered() == false) {
+    throw DirectoryUnreachable(mNodeName + " did not answer a moment ago");
+  }
+}
+
+void Directory::remember(bool isReachable, std::string_view why) {
+  bool isNews = false;
+  {
+    const std::lock_guard lock(mMutex);
+    isNews = mIsReachable.value_or(true) != isReachable;
+    mIsReachable = isReachable;
+    mTriedAt = mClock.now().time_since_epoch().count();
+  }
+  if (!isNews) return;
+  mLog.diagnostic(isReachable ? mNodeName + " can be reached again"
+                              : mNodeName + " can't be reached: " + std::string(why));
+}
+
+bool Directory::isReachable() {
+  if (const auto known = remembered()) return *known;
+  try {
+    guard([this] { mServers.probe(); });
+    return true;
+  } catch (const PlatformException&) {
+    return false;
+  }
+}
+
+NetworkNode::Reached Directory::reach() {
+  NetworkNode::Reached reached;
+  attempt([&] {
+    mServers.run([&](Connection& connection) {
+      const auto start = std::chrono::steady_clock::now();
+      Servers::askForNothing(connection, mServers.limits());
+      reached = {connection.server().text, std::chrono::steady_clock::now() - start};
+    });
+  });
+  return reached;
+}
+
+std::vector<Search> Directory::searchesFor(std::span<const Type> types, std::string_view filter,
+                                           bool isPaged) const {
+  const auto whole = [&](const std::string& ofType) {
+    return filter.empty() ? ofType : searchFilter::bothOf(ofType, filter);
+  };
+  const bool isBoth = types.size() > 1;
+  if (isBoth && hasOneBase()) {
+    const std::array either{mSchemas.users.filter(), mSchemas.groups.filter()};
+    auto attributes = mSchemas.users.wanted();
+    for (const auto& each : mSchemas.groups.wanted()) {
+      if (std::ranges::find(attributes, each) == attributes.end()) attributes.push_back(each);
+    }
+    return {{mSchemas.users.base(), Search::Scope::Subtree, whole(searchFilter::anyOf(either)),
+             std::move(attributes), isPaged}};
+  }
+  std::vector<Search> searches;
+  for (const auto type : types) {
+    const auto& schema = mSchemas.of(type);
+    searches.push_back(
+        {schema.base(), Search::Scope::Subtree, whole(schema.filter()), schema.wanted(), isPaged});
+  }
+  return searches;
+}
+
+std::vector<Search> Directory::searchesForAny(std::span<const Type> types,
+                                              std::span<const std::string> terms,
+                                              bool isPaged) const {
+  std::vector<Search> searches;
+  for (const auto& filter : searchFilter::anyOfInParts(terms)) {
+    std::ranges::move(searchesFor(types, filter, isPaged), std::back_inserter(searches));
+  }
+  return searches;
+}
+
+void Directory::judge(const Search& search, const Result& result, bool hasEntries) {
+  if (result.isSuccess()) return;
+  // The base of a subtree has to be there; a single entry may be gone.
+  if (result.code == kNoSuchObject && search.scope == Search::Scope::Base) return;
+  if (result.code == kReferral && settings().followsReferrals) return;
+  const auto text = "searching " + search.base + ": " + result.text;
+  if (hasEntries) throw PlatformException(mNodeName + ": " + text);
+  throw DirectoryUnreachable(text);
+}
+
+void Directory::ask(Connection& connection, std::span<const Search> searches, const Limits& limits,
+                    Collector& collector, Strings& referrals) {
+  const auto results = connection.search(searches, limits, collector.sink());
+  std::vector<Search> again;
+  for (std::size_t index = 0; index < results.size(); ++index) {
+    const auto& result = results[index];
+    if (result.code == kSizeLimitExceeded && !searches[index].isPaged) {
+      again.push_back(searches[index]);
+      again.back().isPaged = true;
+      continue;
+    }
+    judge(searches[index], result, collector.hasBegun());
+    if (settings().followsReferrals) {
+      referrals.insert(referrals.end(), result.referrals.begin(), result.referrals.end());
+    }
+  }
+  if (again.empty()) return;
+  collector.startRepeating();
+  ask(connection, again, limits, collector, referrals);
+}
+
+Entries Directory::search(std::vector<Search> searches) {
+  if (searches.empty()) return {};
+  Collector collector(*this, *mFaults, searches.size() > 1);
+  Strings referrals;
+  const auto limits = mServers.limits();
+  bool hasBrokenOff = false;  // in the middle, whatever came of trying again
+  try {
+    run([&](Connection& connection) {
+      collector.clear();
+      referrals.clear();
+      try {
+        ask(connection, searches, limits, collector, referrals);
+      } catch (const ConnectionLost& lost) {
+        hasBrokenOff = hasBrokenOff || lost.hasBegun() || collector.hasBegun();
+        throw;
+      }
+    });
+  } catch (const ConnectionLost& lost) {
+    if (hasBrokenOff) throw PlatformException(lost.what());
+    throw DirectoryUnreachable(lost.what());
+  } catch (const DirectoryUnreachable& failure) {
+    if (hasBrokenOff) throw PlatformException(failure.what());
+    throw;
+  }
+  if (!referrals.empty()) follow(std::move(referrals), searches, limits, collector);
+  return collector.take();
+}
+
+void Directory::follow(Strings open, const std::vector<Search>& searches, const Limits& limits,
+                       Collector& collector) {
+  collector.startRepeating();
+  std::unordered_set<std::string> asked;
+  for (int hop = 0; hop < kMostHops && !open.empty(); ++hop) {
+    Strings further;
+    for (const auto& text : open) {
+      if (!asked.insert(text).second) continue;
+      const auto referral = Referral::parse(text);
+      if (!referral) {
+        mFaults->report(mNodeName, "a referral that can't be read: " + printable(text));
+        continue;
+      }
+      std::vector<Search> there;
+      for (const auto& search : searches) {
+        auto same = search;
+        if (!referral->base.empty()) same.base = referral->base;
+        if (std::ranges::none_of(there, [&](const Search& each) {
+              return each.base == same.base && each.filter == same.filter;
+            })) {
+          there.push_back(std::move(same));
+        }
+      }
+      try {
+        const auto connection = mServers.connectTo(referral->server, limits.total);
+        ask(*connection, there, limits, collector, further);
+      } catch (const DirectoryUnreachable& failure) {
+        throw PlatformException(failure.what());  // a part of the answer is missing
+      }
+    }
+    open = std::move(further);
+  }
+  if (!open.empty() &&
+      std::ranges::any_of(open, [&](const std::string& text) { return !asked.contains(text); })) {
+    mFaults->report(mNodeName, "referrals lead too far");
+  }
+}
+
+Directory::RawValues Directory::readAttribute(std::string_view dn, const std::string& attribute) {
+  RawValues found;
+  const std::array searches{
+      Search{std::string(dn), Search::Scope::Base, "(objectClass=*)", {attribute}, false}};
+  const auto keep = [&](std::size_t, std::string_view, std::span<const Attribute> attributes) {
+    for (const auto& each : attributes) {
+      if (!isSameAttribute(each.name, attribute)) continue;
+      found.attribute = each.name;
+      found.values.assign(each.values.begin(), each.values.end());
+    }
+  };
+  run([&](Connection& connection) {
+    found = {};
+    judge(searches.front(), connection.search(searches, mServers.limits(), keep).front(), false);
+  });
+  return found;
+}
+
+std::string_view Directory::nameAttribute() const {
+  return settings().profile == Profile::ActiveDirectory ? "distinguishedName" : "entryDN";
+}
+
+std::optional<bool> Directory::comparesNames() {
+  const std::lock_guard lock(mMutex);
+  return mComparesNames;
+}
+
+bool Directory::tryComparingNames() {
+  const auto& base = settings().usersBase;
+  const std::array searches{Search{
+      base, Search::Scope::Base, searchFilter::equals(nameAttribute(), base), {"1.1"}, false}};
+  bool isFound = false;
+  run([&](Connection& connection) {
+    isFound = false;
+    const auto result =
+        connection.search(searches, mServers.limits(), [&](auto, auto, auto) { isFound = true; });
+    judge(searches.front(), result.front(), false);
+  });
+  const std::lock_guard lock(mMutex);
+  mComparesNames = isFound;
+  return isFound;
+}
+
+std::string Directory::effectiveShell(std::string_view shell) {
+  const std::lock_guard lock(mMutex);
+  if (!mShells) mShells.emplace(mOptions);
+  return std::string(mShells->effective(shell));
+}
+
+}  // namespace gatehall::ldap

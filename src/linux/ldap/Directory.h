@@ -1,0 +1,142 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "gatehall/platform/Clock.h"
+#include "gatehall/platform/Log.h"
+#include "linux/files/FaultLog.h"
+#include "linux/files/HostOptions.h"
+#include "linux/ldap/Cache.h"
+#include "linux/ldap/client/Entry.h"
+#include "linux/ldap/client/Servers.h"
+#include "linux/records/LoginShells.h"
+#include "linux/records/NetworkNode.h"
+
+namespace gatehall::ldap {
+
+/// What the node of a network directory and its records share. From any thread. The log and the
+/// clock have to outlive it.
+class Directory {
+ public:
+  using Type = Schema::Type;
+
+  Directory(Settings settings, HostOptions options, std::shared_ptr<FaultLog> faults, Log& log,
+            Clock& clock);
+
+  /// "ldap/NAME".
+  const std::string& nodeName() const { return mNodeName; }
+  const Settings& settings() const { return mServers.settings(); }
+  const Schemas& schemas() const { return mSchemas; }
+  Servers& servers() { return mServers; }
+  Cache& cache() { return mCache; }
+  Date now() { return mClock.now(); }
+
+  /// Whether it can be reached, tried no more often than every few seconds. Raises nothing.
+  bool isReachable();
+
+  /// Tries it, whatever is remembered. Raises as search does.
+  NetworkNode::Reached reach();
+
+  /// The searches that find the entries of the types that the filter takes: one, or one for each
+  /// type when they stand below different bases.
+  std::vector<Search> searchesFor(std::span<const Type> types, std::string_view filter,
+                                  bool isPaged) const;
+
+  /// The same for entries that any of the terms takes, which may be very many: a search for each
+  /// few hundred of them.
+  std::vector<Search> searchesForAny(std::span<const Type> types,
+                                     std::span<const std::string> terms, bool isPaged) const;
+
+  /// Whether one search finds both users and groups.
+  bool hasOneBase() const { return mSchemas.users.base() == mSchemas.groups.base(); }
+
+  /// Runs the searches; every entry once, whatever the number of searches that find it. Raises
+  /// DirectoryUnreachable when nothing is answered, PlatformException when an answer breaks off.
+  Entries search(std::vector<Search> searches);
+
+  /// The values of one entry's attribute, as they are sent, and the attribute's name with its
+  /// options. Raises as search does.
+  struct RawValues {
+    std::string attribute;
+    Strings values;
+  };
+  RawValues readAttribute(std::string_view dn, const std::string& attribute);
+
+  /// The attribute that a filter compares entries' own DNs by.
+  std::string_view nameAttribute() const;
+
+  /// Whether the servers compare it; empty until that was tried. A server that doesn't know the
+  /// attribute finds nothing.
+  std::optional<bool> comparesNames();
+
+  /// Tries it. Raises as readAttribute does.
+  bool tryComparingNames();
+
+  /// A shell as records hand it out.
+  std::string effectiveShell(std::string_view shell);
+
+  /// Runs work on the directory's servers (Servers::run), and remembers when they don't answer.
+  template <class Work>
+  void run(Work work) {
+    guard([&] { mServers.run(work); });
+  }
+  template <class Work>
+  void runUnbound(Work work) {
+    guard([&] { mServers.runUnbound(work); });
+  }
+
+ private:
+  template <class Work>
+  void guard(Work work) {
+    refuseIfUnreachable();
+    attempt(work);
+  }
+
+  template <class Work>
+  void attempt(Work work) {
+    try {
+      work();
+    } catch (const DirectoryUnreachable& failure) {
+      remember(false, failure.what());
+      throw;
+    } catch (const ConnectionLost& failure) {
+      remember(false, failure.what());
+      throw;
+    }
+    remember(true, {});
+  }
+
+  class Collector;
+
+  void refuseIfUnreachable();
+  void remember(bool isReachable, std::string_view why);
+  std::optional<bool> remembered();
+  void judge(const Search& search, const Result& result, bool hasEntries);
+  void ask(Connection& connection, std::span<const Search> searches, const Limits& limits,
+           Collector& collector, Strings& referrals);
+  void follow(Strings open, const std::vector<Search>& searches, const Limits& limits,
+              Collector& collector);
+
+  const std::string mNodeName;
+  const HostOptions mOptions;
+  const std::shared_ptr<FaultLog> mFaults;
+  Log& mLog;
+  Clock& mClock;
+  Servers mServers;
+  const Schemas mSchemas;
+  Cache mCache;
+
+  std::mutex mMutex;
+  std::optional<bool> mIsReachable;
+  double mTriedAt = 0;
+  std::optional<LoginShells> mShells;
+  std::optional<bool> mComparesNames;
+};
+
+}  // namespace gatehall::ldap

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string_view>
+
+#include "gatehall/platform/DirectoryService.h"
+#include "linux/ldap/Directory.h"
+
+namespace gatehall::ldap {
+
+/// The entries of the types that have any of the values, which are compared as they stand (GUIDs in
+/// either case), in the order of sort. What is known from a moment ago is not asked for
+/// again. Raises as Directory::search.
+Entries findByValues(Directory& directory, std::span<const Schema::Type> types, Slot slot,
+                     const Strings& values);
+
+/// All entries of the types, in that order.
+Entries findAll(Directory& directory, std::span<const Schema::Type> types);
+
+/// Entries that a query may mean: all that it does mean, and others where the directory can't
+/// compare as the query wants.
+struct Candidates {
+  Entries entries;
+  bool areExact;
+};
+Candidates findCandidates(Directory& directory, const QueryDescription& description);
+
+/// The entries of the DNs, in their order, and nullptr for a DN of neither a user nor a group.
+Entries findByNames(Directory& directory, const Strings& names);
+
+}  // namespace gatehall::ldap

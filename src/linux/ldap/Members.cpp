@@ -1,0 +1,214 @@
+#include "linux/ldap/Members.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <unordered_set>
+#include <utility>
+
+#include "gatehall/platform/AttributeKinds.h"
+#include "linux/files/FaultLog.h"
+#include "linux/ldap/Find.h"
+#include "linux/ldap/client/DistinguishedName.h"
+#include "linux/ldap/client/SearchFilter.h"
+#include "linux/records/AccountID.h"
+
+namespace gatehall::ldap {
+
+namespace {
+
+using Type = Schema::Type;
+
+constexpr std::array kUser{Type::User};
+constexpr std::array kGroup{Type::Group};
+
+constexpr std::size_t kMostMembers = 2000000;
+
+bool isLate(Deadline deadline) { return std::chrono::steady_clock::now() >= deadline; }
+
+/// Servers that hand out only so many values of an attribute at once are asked for the rest, from
+/// the place where the last answer ended.
+void readFurtherMembers(Directory& directory, const Entry& group, Strings& names) {
+  const auto& attribute = directory.schemas().groups.attribute(Slot::Members);
+  auto next = group.membersContinueAt;
+  const auto deadline = directory.servers().limits().total;
+  while (next) {
+    if (names.size() > kMostMembers || isLate(deadline)) {
+      throw PlatformException(directory.nodeName() + ": the members of " + printable(group.dn) +
+                              " come to no end");
+    }
+    const auto from = std::to_string(*next);
+    auto range = attribute;
+    range.append(";range=").append(from).append("-*");
+    const auto more = directory.readAttribute(group.dn, range);
+    names.insert(names.end(), more.values.begin(), more.values.end());
+    const auto dash = more.attribute.rfind('-');
+    const auto last = dash == std::string::npos
+                          ? std::nullopt
+                          : accountID(std::string_view(more.attribute).substr(dash + 1));
+    if (!last || *last < *next || more.values.empty()) return;
+    next = *last + 1;
+  }
+}
+
+/// The DNs of a group's members, of those that its nested groups stand by included.
+Strings memberDNs(Directory& directory, const Entry& group) {
+  auto names = group.texts(Slot::Members);
+  if (group.membersContinueAt) readFurtherMembers(directory, group, names);
+  return names;
+}
+
+bool isDN(std::string_view text) { return text.find('=') != std::string_view::npos; }
+
+Entries nestedByName(Directory& directory, const Entry& group) {
+  Strings shortNames;
+  Strings dns;
+  for (const auto& each : group.of(Slot::NestedNames)) {
+    (isDN(each.text) ? dns : shortNames).emplace_back(each.text);
+  }
+  Entries nested;
+  if (!shortNames.empty()) {
+    nested = findByValues(directory, kGroup, Slot::Name, shortNames);
+  }
+  if (!dns.empty()) {
+    for (auto& each : findByNames(directory, dns)) {
+      if (each && each->type == Type::Group) nested.push_back(std::move(each));
+    }
+  }
+  return nested;
+}
+
+/// What a group can list a member by.
+struct Identity {
+  Strings names;  ///< login names
+  std::vector<std::string> dns;
+  Strings groupIDs;     ///< primary groups
+  Strings nestedNames;  ///< of a group
+};
+
+std::vector<std::string> termsOf(const Schema& schema, const Identity& identity) {
+  std::vector<std::string> terms;
+  const auto add = [&](Slot slot, const Strings& values) {
+    const auto& attribute = schema.attribute(slot);
+    if (attribute.empty()) return;
+    for (const auto& value : values) {
+      if (!value.empty()) terms.push_back(searchFilter::equals(attribute, value));
+    }
+  };
+  add(Slot::MemberNames, identity.names);
+  add(Slot::Members, identity.dns);
+  add(Slot::GroupID, identity.groupIDs);
+  add(Slot::NestedNames, identity.nestedNames);
+  return terms;
+}
+
+bool contains(const Strings& texts, std::string_view text) {
+  return std::ranges::find(texts, text) != texts.end();
+}
+
+/// Servers compare names as they like, and let "ANN" be ann.
+bool lists(const Entry& group, const Identity& identity) {
+  const auto isOneOf = [](const Strings& wanted) {
+    return [&wanted](const Entry::Value& each) { return contains(wanted, each.text); };
+  };
+  if (std::ranges::any_of(group.of(Slot::MemberNames), isOneOf(identity.names)) ||
+      std::ranges::any_of(group.of(Slot::GroupID), isOneOf(identity.groupIDs)) ||
+      std::ranges::any_of(group.of(Slot::NestedNames), isOneOf(identity.nestedNames))) {
+    return true;
+  }
+  if (identity.dns.empty()) return false;
+  if (group.membersContinueAt) return true;  // the server has seen all of them
+  std::vector<std::optional<std::string>> wanted;
+  wanted.reserve(identity.dns.size());
+  for (const auto& dn : identity.dns) wanted.push_back(distinguishedName::canonical(dn));
+  return std::ranges::any_of(group.of(Slot::Members), [&](const Entry::Value& each) {
+    return std::ranges::find(wanted, distinguishedName::canonical(each.text)) != wanted.end();
+  });
+}
+
+void addGroup(Identity& identity, const Entry& group) {
+  identity.dns.emplace_back(group.dn);
+  identity.nestedNames.emplace_back(group.dn);
+  for (auto& name : group.texts(Slot::Name)) identity.nestedNames.push_back(std::move(name));
+}
+
+Identity identityOf(Directory& directory, DirectoryRecord& record) {
+  Identity identity;
+  const auto valuesOf = [&](std::string_view kind) {
+    return record.valuesForAttribute(kind).value_or(Strings());
+  };
+  const bool isGroup = record.recordType() == record::Groups;
+  if (!isGroup) {
+    identity.names = valuesOf(attribute::RecordName);
+    identity.groupIDs = valuesOf(attribute::PrimaryGroupID);
+  }
+  if (!contains(valuesOf(attribute::MetaNodeLocation), directory.nodeName())) return identity;
+  const auto entries =
+      findByValues(directory, isGroup ? kGroup : kUser, Slot::GUID, valuesOf(attribute::GUID));
+  for (const auto& entry : entries) {
+    if (isGroup) {
+      addGroup(identity, *entry);
+    } else {
+      identity.dns.emplace_back(entry->dn);
+    }
+  }
+  return identity;
+}
+
+}  // namespace
+
+LdapMembers membersOf(Directory& directory, const Entry& group) {
+  LdapMembers members;
+  members.userNames = group.texts(Slot::MemberNames);
+  std::unordered_set<std::string> named(members.userNames.begin(), members.userNames.end());
+  for (auto& entry : findByNames(directory, memberDNs(directory, group))) {
+    if (!entry) continue;
+    if (entry->type == Type::Group) {
+      members.groups.push_back(std::move(entry));
+      continue;
+    }
+    if (named.emplace(entry->first(Slot::Name)).second) {
+      members.userNames.emplace_back(entry->first(Slot::Name));
+    }
+    members.users.push_back(std::move(entry));
+  }
+  for (auto& entry : nestedByName(directory, group)) {
+    const bool isKnown = std::ranges::any_of(members.groups, [&](const auto& each) {
+      return each->first(Slot::GUID) == entry->first(Slot::GUID);
+    });
+    if (!isKnown) members.groups.push_back(std::move(entry));
+  }
+  return members;
+}
+
+void prefetchMembers(Directory& directory, const Entries& groups) {
+  Strings names;
+  for (const auto& group : groups) {
+    if (group->type != Type::Group) continue;
+    for (auto& name : group->texts(Slot::Members)) names.push_back(std::move(name));
+  }
+  if (!names.empty()) findByNames(directory, names);
+}
+
+bool isMemberOf(Directory& directory, const Entry& group, DirectoryRecord& record) {
+  const auto& schema = directory.schemas().groups;
+  auto identity = identityOf(directory, record);
+  std::unordered_set<std::string> seen;
+  const auto deadline = directory.servers().limits().total;
+  for (;;) {
+    const auto terms = termsOf(schema, identity);
+    if (terms.empty()) return false;
+    if (isLate(deadline)) {
+      throw PlatformException(directory.nodeName() + ": groups are nested without an end");
+    }
+    Identity above;
+    for (const auto& parent : directory.search(directory.searchesForAny(kGroup, terms, true))) {
+      if (!lists(*parent, identity)) continue;
+      if (parent->first(Slot::GUID) == group.first(Slot::GUID)) return true;
+      if (seen.emplace(parent->first(Slot::GUID)).second) addGroup(above, *parent);
+    }
+    identity = std::move(above);
+  }
+}
+
+}  // namespace gatehall::ldap

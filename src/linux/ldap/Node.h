@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+
+#include "linux/ldap/Directory.h"
+#include "linux/records/NetworkNode.h"
+
+namespace gatehall::ldap {
+
+/// The node of a network directory, "ldap/NAME".
+class Node final : public NetworkNode {
+ public:
+  explicit Node(std::shared_ptr<Directory> directory) : mDirectory(std::move(directory)) {}
+
+  bool isReachable() override { return mDirectory->isReachable(); }
+  Reached reach() override { return mDirectory->reach(); }
+  void forgetFetched() override { mDirectory->cache().drop(); }
+
+  std::optional<std::string> nodeName() override { return mDirectory->nodeName(); }
+  std::optional<Strings> subnodeNames() override { return std::nullopt; }
+  std::optional<Strings> unreachableSubnodeNames() override { return std::nullopt; }
+  std::shared_ptr<DirectoryRecord> recordByTypeAndName(std::string_view type, std::string_view name,
+                                                       const Strings& attributes) override;
+  std::shared_ptr<DirectoryQuery> query(QueryDescription description) override;
+
+ private:
+  const std::shared_ptr<Directory> mDirectory;
+};
+
+}  // namespace gatehall::ldap

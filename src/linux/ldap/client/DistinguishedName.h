@@ -1,0 +1,18 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// Distinguished names (RFC 4514), which servers hand out in spellings of their own.
+namespace gatehall::ldap::distinguishedName {
+
+/// The name spelled in one way: attributes and ASCII letters in lower case, without optional
+/// spaces, escapes only where they are needed. Two names that differ only in spelling give the same
+/// text. Empty for what is no distinguished name; the empty name is one.
+std::optional<std::string> canonical(std::string_view name);
+
+/// Whether the name is the base or one below it, both in their canonical spelling.
+bool isWithin(std::string_view name, std::string_view base);
+
+}  // namespace gatehall::ldap::distinguishedName

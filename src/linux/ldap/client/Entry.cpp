@@ -1,0 +1,242 @@
+#include "linux/ldap/client/Entry.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <ranges>
+#include <strings.h>
+
+#include "base/TextStart.h"
+#include "linux/files/FaultLog.h"
+#include "linux/records/AccountID.h"
+#include "portable/NameBasedUUID.h"
+#include "portable/Utf8.h"
+
+namespace gatehall::ldap {
+
+namespace {
+
+constexpr std::size_t kLongestValue = 65536;
+constexpr std::size_t kLongestName = 8192;
+
+/// Active Directory keeps the first three fields of a GUID in the order of little-endian machines.
+UUIDBytes swapped(UUIDBytes bytes) {
+  std::reverse(bytes.begin(), bytes.begin() + 4);
+  std::reverse(bytes.begin() + 4, bytes.begin() + 6);
+  std::reverse(bytes.begin() + 6, bytes.begin() + 8);
+  return bytes;
+}
+
+std::optional<std::string> guidText(const Schema& schema, std::string_view value) {
+  std::optional<UUIDBytes> guid;
+  if (schema.hasBinaryGUIDs() && value.size() == sizeof(UUIDBytes)) {
+    UUIDBytes bytes{};
+    std::ranges::copy(value, bytes.begin());
+    guid = swapped(bytes);
+  } else {
+    guid = parseUUID(value);
+  }
+  if (!guid) return std::nullopt;
+  return uuidText(*guid);
+}
+
+std::span<const std::string_view> valuesOf(std::span<const Attribute> attributes,
+                                           std::string_view name) {
+  for (const auto& each : attributes) {
+    if (std::ranges::equal(each.name, name, {}, [](char c) {
+          return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        })) {
+      return each.values;
+    }
+  }
+  return {};
+}
+
+/// Reads an attribute's options ("member;range=0-1499"); false for those that make it another
+/// attribute, in some language for one.
+bool readOptions(std::string_view options, std::optional<std::uint32_t>& continueAt) {
+  constexpr std::string_view kRange = "range=";
+  if (options.empty()) return true;
+  if (!options.starts_with(kRange)) return false;
+  const auto end = options.substr(std::min(options.find('-'), options.size()));
+  std::uint32_t last = 0;
+  if (end.size() < 2 || end == "-*") return true;
+  const auto [stop, error] = std::from_chars(end.data() + 1, end.data() + end.size(), last);
+  if (error != std::errc() || last == UINT32_MAX) return false;
+  continueAt = last + 1;
+  return true;
+}
+
+/// Whether the name is the attribute's, in any case; the options that follow it.
+std::optional<std::string_view> optionsOf(std::string_view name, std::string_view attribute) {
+  const auto length = attribute.size();
+  if (name.size() < length || strncasecmp(name.data(), attribute.data(), length) != 0) {
+    return std::nullopt;
+  }
+  if (name.size() == length) return std::string_view();
+  if (name[length] != ';') return std::nullopt;
+  return name.substr(length + 1);
+}
+
+class EntryReader {
+ public:
+  EntryReader(const Schema& schema, Entry& entry, std::string& fault)
+      : mSchema(schema), mEntry(entry), mFault(fault) {}
+
+  bool read(std::string_view dn, std::span<const Attribute> attributes) {
+    constexpr auto kFirst = static_cast<std::size_t>(Slot::ObjectClass) + 1;
+    for (auto slot = kFirst; slot < mSchema.slots(); ++slot) {
+      if (!readSlot(static_cast<Slot>(slot), attributes)) return false;
+    }
+    if (mEntry.first(Slot::Name).empty()) return refuse("it has no name");
+    if (mEntry.of(Slot::GUID).size() != 1) return refuse("it has no GUID");
+    mEntry.dn = dn;
+    keepTexts();
+    return true;
+  }
+
+ private:
+  bool refuse(const std::string& fault) {
+    mFault = fault;
+    return false;
+  }
+
+  bool readSlot(Slot slot, std::span<const Attribute> attributes) {
+    const auto& name = mSchema.attribute(slot);
+    if (name.empty()) return true;
+    for (const auto& attribute : attributes) {
+      const auto options = optionsOf(attribute.name, name);
+      std::optional<std::uint32_t> continueAt;
+      if (!options || !readOptions(*options, continueAt)) continue;
+      if (slot == Slot::Members) mEntry.membersContinueAt = continueAt;
+      for (const auto value : attribute.values) {
+        if (!add(slot, name, value)) return false;
+      }
+    }
+    return true;
+  }
+
+  bool add(Slot slot, std::string_view attribute, std::string_view value) {
+    if (slot == Slot::GUID) {
+      auto guid = guidText(mSchema, value);
+      if (!guid) return refuse("its GUID is none");
+      mGUID = std::move(*guid);
+      mEntry.values.push_back({slot, mGUID});
+      return true;
+    }
+    const auto which = [attribute] { return printable(attribute); };
+    if (value.size() > kLongestValue) return refuse("a value of " + which() + " is too long");
+    if (value.find('\0') != std::string_view::npos || !isUtf8(value)) {
+      return refuse("a value of " + which() + " is no text");
+    }
+    if ((slot == Slot::UserID || slot == Slot::GroupID) && !accountID(value)) {
+      return refuse("its " + which() + " is no id: " + printable(value));
+    }
+    mEntry.values.push_back({slot, value});
+    return true;
+  }
+
+  /// Copies the texts out of the server's answer.
+  void keepTexts() {
+    auto length = mEntry.dn.size();
+    for (const auto& value : mEntry.values) length += value.text.size();
+    auto all = std::make_unique_for_overwrite<char[]>(length);
+    char* next = all.get();
+    const auto keep = [&next](std::string_view& text) {
+      char* const begin = next;
+      next = std::ranges::copy(text, begin).out;
+      text = {begin, text.size()};
+    };
+    keep(mEntry.dn);
+    for (auto& value : mEntry.values) keep(value.text);
+    mEntry.all = std::move(all);
+  }
+
+  const Schema& mSchema;
+  Entry& mEntry;
+  std::string& mFault;
+  std::string mGUID;
+};
+
+}  // namespace
+
+std::span<const Entry::Value> Entry::of(Slot slot) const {
+  const auto begin = std::ranges::lower_bound(values, slot, {}, &Value::slot);
+  const auto isOther = [slot](const Value& value) { return value.slot != slot; };
+  return {begin, std::find_if(begin, values.end(), isOther)};
+}
+
+Strings Entry::texts(Slot slot) const {
+  const auto found = of(slot);
+  Strings result;
+  result.reserve(found.size());
+  for (const auto& each : found) result.emplace_back(each.text);
+  return result;
+}
+
+std::string_view Entry::first(Slot slot) const {
+  const auto found = std::ranges::lower_bound(values, slot, {}, &Value::slot);
+  return found == values.end() || found->slot != slot ? std::string_view() : found->text;
+}
+
+void sort(Entries& entries) {
+  struct Keyed {
+    bool isGroup;
+    std::uint64_t start;
+    std::string_view name;
+    std::shared_ptr<const Entry> entry;
+  };
+  const auto standsBefore = [](const Keyed& left, const Keyed& right) {
+    if (left.isGroup != right.isGroup) return right.isGroup;
+    if (left.start != right.start) return left.start < right.start;
+    const int order = left.name.compare(right.name);
+    if (order != 0) return order < 0;
+    return left.entry->first(Slot::GUID) < right.entry->first(Slot::GUID);
+  };
+  std::vector<Keyed> keyed;
+  keyed.reserve(entries.size());
+  for (auto& entry : entries) {
+    const bool isGroup = entry->type == Schema::Type::Group;
+    const auto name = entry->first(Slot::Name);
+    keyed.push_back({isGroup, startOfText(name), name, std::move(entry)});
+  }
+  std::ranges::sort(keyed, standsBefore);
+  std::ranges::transform(keyed, entries.begin(), [](Keyed& each) { return std::move(each.entry); });
+}
+
+std::shared_ptr<const Entry> readEntry(const Schemas& schemas, std::string_view dn,
+                                       std::span<const Attribute> attributes, std::string& fault) {
+  fault.clear();
+  if (dn.empty() && attributes.empty()) {
+    fault = "it can't be decoded";
+    return nullptr;
+  }
+  const auto classes = valuesOf(attributes, "objectclass");
+  auto entry = std::make_shared<Entry>();
+  if (schemas.users.takes(classes)) {
+    entry->type = Schema::Type::User;
+  } else if (schemas.groups.takes(classes)) {
+    entry->type = Schema::Type::Group;
+  } else {
+    return nullptr;
+  }
+  if (dn.size() > kLongestName || !isUtf8(dn) || dn.find('\0') != std::string_view::npos) {
+    fault = "its DN is none";
+    return nullptr;
+  }
+  std::size_t count = 0;
+  for (const auto& each : attributes) count += each.values.size();
+  entry->values.reserve(count - classes.size());
+  if (!EntryReader(schemas.of(entry->type), *entry, fault).read(dn, attributes)) return nullptr;
+  return entry;
+}
+
+std::optional<std::string> guidForFilter(const Schema& schema, std::string_view guid) {
+  const auto bytes = parseUUID(guid);
+  if (!bytes) return std::nullopt;
+  if (!schema.hasBinaryGUIDs()) return uuidText(*bytes);
+  const auto stored = swapped(*bytes);
+  return std::string(stored.begin(), stored.end());
+}
+
+}  // namespace gatehall::ldap

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "gatehall/base/Value.h"
+#include "linux/ldap/client/Connection.h"
+#include "linux/ldap/client/Schema.h"
+
+namespace gatehall::ldap {
+
+/// A user or a group as the directory holds it. It never changes. There may be very many, so their
+/// texts stand side by side.
+struct Entry {
+  struct Value {
+    Slot slot;
+    std::string_view text;
+  };
+
+  Entry() = default;
+  Entry(const Entry&) = delete;
+  Entry& operator=(const Entry&) = delete;
+
+  Schema::Type type = Schema::Type::User;
+  std::string_view dn;
+  std::vector<Value> values;          ///< in the order of the slots
+  std::unique_ptr<const char[]> all;  ///< the texts
+  /// Where the rest of the members begins, of a server that hands out only so many at once.
+  std::optional<std::uint32_t> membersContinueAt;
+
+  std::span<const Value> of(Slot slot) const;
+  Strings texts(Slot slot) const;
+
+  /// The first value; empty when there is none.
+  std::string_view first(Slot slot) const;
+};
+
+using Entries = std::vector<std::shared_ptr<const Entry>>;
+
+/// Puts entries into the order of answers: users in front of groups, then by name.
+void sort(Entries& entries);
+
+/// What a directory's entries are: its schemas of users and of groups.
+struct Schemas {
+  explicit Schemas(const Settings& settings)
+      : users(settings, Schema::Type::User), groups(settings, Schema::Type::Group) {}
+
+  const Schema& of(Schema::Type type) const { return type == Schema::Type::User ? users : groups; }
+
+  Schema users;
+  Schema groups;
+};
+
+/// Reads what a server sent. nullptr for an entry that is neither user nor group (the fault is
+/// empty then) and for one that can't be relied on: without a name or a GUID, with values of
+/// unbearable length or that are no UTF-8, with an id that is none.
+std::shared_ptr<const Entry> readEntry(const Schemas& schemas, std::string_view dn,
+                                       std::span<const Attribute> attributes, std::string& fault);
+
+/// The bytes of a GUID's text as the schema's filter has to spell them; empty for what is no GUID.
+std::optional<std::string> guidForFilter(const Schema& schema, std::string_view guid);
+
+}  // namespace gatehall::ldap

@@ -1,0 +1,68 @@
+#include "linux/ldap/client/SearchFilter.h"
+
+namespace gatehall::ldap::searchFilter {
+
+namespace {
+
+/// Of a filter. Many servers answer no more than 500 entries to one search, and refuse messages
+/// beyond 256 KiB.
+constexpr std::size_t kMostTerms = 500;
+constexpr std::size_t kLongestFilter = 150000;
+
+}  // namespace
+
+std::string escaped(std::string_view value) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string text;
+  text.reserve(value.size());
+  for (const char c : value) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool isPlain =
+        byte >= ' ' && byte < 0x7F && c != '*' && c != '(' && c != ')' && c != '\\';
+    if (isPlain) {
+      text += c;
+    } else {
+      text += '\\';
+      text += kDigits[byte >> 4U];
+      text += kDigits[byte & 0xFU];
+    }
+  }
+  return text;
+}
+
+std::string equals(std::string_view attribute, std::string_view value) {
+  return "(" + std::string(attribute) + "=" + escaped(value) + ")";
+}
+
+std::string contains(std::string_view attribute, std::string_view value) {
+  return "(" + std::string(attribute) + "=*" + escaped(value) + "*)";
+}
+
+std::string anyOf(std::span<const std::string> filters) {
+  if (filters.size() == 1) return filters.front();
+  std::string text = "(|";
+  for (const auto& each : filters) text += each;
+  return text + ")";
+}
+
+std::vector<std::string> anyOfInParts(std::span<const std::string> terms) {
+  std::vector<std::string> filters;
+  std::size_t begin = 0;
+  std::size_t length = 0;
+  for (std::size_t end = 0; end <= terms.size(); ++end) {
+    const bool isFull = end - begin == kMostTerms || length > kLongestFilter;
+    if (end > begin && (end == terms.size() || isFull)) {
+      filters.push_back(anyOf(terms.subspan(begin, end - begin)));
+      begin = end;
+      length = 0;
+    }
+    if (end < terms.size()) length += terms[end].size();
+  }
+  return filters;
+}
+
+std::string bothOf(std::string_view one, std::string_view other) {
+  return "(&" + std::string(one) + std::string(other) + ")";
+}
+
+}  // namespace gatehall::ldap::searchFilter

@@ -1,0 +1,255 @@
+#include "linux/ldap/client/Settings.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <optional>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+
+#include "gatehall/platform/AttributeKinds.h"
+#include "linux/files/DirectoryFile.h"
+#include "linux/ldap/client/DistinguishedName.h"
+
+namespace gatehall::ldap {
+
+namespace {
+
+constexpr double kLongestTime = 3600;
+constexpr std::int64_t kLargestPage = 100000;
+
+bool isName(std::string_view text, std::string_view allowed) {
+  return !text.empty() && text.size() <= 64 && std::ranges::all_of(text, [allowed](char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+           allowed.find(c) != std::string_view::npos;
+  });
+}
+
+/// Reads one table. What is wrong is reported, and makes the whole directory unusable: half of its
+/// settings could mean anything.
+class DirectoryReader {
+ public:
+  DirectoryReader(const toml::table& table, FaultLog& faults) : mTable(table), mFaults(faults) {}
+
+  std::optional<Settings> read() {
+    Settings settings;
+    readText("name", settings.name, Needed::Yes);
+    if (!settings.name.empty() && !isName(settings.name, ".-_")) {
+      refuse("name", "holds other characters than letters, digits, dots, hyphens and underscores");
+    }
+    readServers(settings.servers);
+    readBases(settings);
+    readChoice("profile",
+               std::array{std::pair("rfc2307", Profile::Rfc2307),
+                          std::pair("rfc2307bis", Profile::Rfc2307bis),
+                          std::pair("active-directory", Profile::ActiveDirectory)},
+               settings.profile);
+    readAttributes("users", settings.userAttributes);
+    readAttributes("groups", settings.groupAttributes);
+    readChoice("tls",
+               std::array{std::pair("verified", Settings::Tls::Verified),
+                          std::pair("unverified", Settings::Tls::Unverified),
+                          std::pair("off", Settings::Tls::Off)},
+               settings.tls);
+    readPath("ca-file", settings.caFile);
+    readAccount(settings);
+    readName("password-policy", settings.passwordPolicy, Needed::No);
+    readSeconds("time-limit", settings.timeLimit);
+    readSeconds("total-time-limit", settings.totalTimeLimit);
+    readPageSize(settings.pageSize);
+    readFlag("follow-referrals", settings.followsReferrals);
+    for (const auto& [key, value] : mTable) {
+      if (!mKnown.contains(std::string(key.str()))) {
+        reportUnknownKey(mFaults, key, "directory");
+        mIsFaulty = true;
+      }
+    }
+    if (mIsFaulty) return std::nullopt;
+    return settings;
+  }
+
+ private:
+  enum class Needed { No, Yes };
+
+  const toml::node* find(std::string_view key, Needed needed = Needed::No) {
+    mKnown.emplace(key);
+    const auto* node = mTable.get(key);
+    if (node == nullptr && needed == Needed::Yes) report(mTable, key, "is missing");
+    return node;
+  }
+
+  void report(const toml::node& where, std::string_view key, std::string_view fault) {
+    mIsFaulty = true;
+    mFaults.report(DirectoryFile::kPath, where.source().begin.line,
+                   "directory." + std::string(key) + " " + std::string(fault));
+  }
+
+  void refuse(std::string_view key, std::string_view fault) {
+    report(*mTable.get(key), key, fault);
+  }
+
+  void readText(std::string_view key, std::string& text, Needed needed) {
+    const auto* node = find(key, needed);
+    if (node == nullptr) return;
+    const auto* value = node->as_string();
+    if (value == nullptr || value->get().empty()) return report(*node, key, "is not a text");
+    if (value->get().find('\0') != std::string::npos) return report(*node, key, "holds a NUL byte");
+    text = value->get();
+  }
+
+  void readName(std::string_view key, std::string& name, Needed needed) {
+    readText(key, name, needed);
+    if (mTable.contains(key) && !distinguishedName::canonical(name)) {
+      refuse(key, "is not a distinguished name");
+    }
+  }
+
+  void readPath(std::string_view key, std::string& path) {
+    readText(key, path, Needed::No);
+    if (mTable.contains(key) && !path.starts_with('/')) refuse(key, "is not an absolute path");
+  }
+
+  void readFlag(std::string_view key, bool& flag) {
+    const auto* node = find(key);
+    if (node == nullptr) return;
+    const auto* value = node->as_boolean();
+    if (value == nullptr) return report(*node, key, "is neither true nor false");
+    flag = value->get();
+  }
+
+  void readSeconds(std::string_view key, std::chrono::milliseconds& time) {
+    const auto* node = find(key);
+    if (node == nullptr) return;
+    const auto seconds = node->value<double>();
+    const bool isTime = seconds && *seconds >= 0.001 && *seconds <= kLongestTime;
+    if (!isTime) {
+      return report(*node, key, "is not a number of seconds up to 3600");
+    }
+    time = std::chrono::milliseconds(std::lround(*seconds * 1000));
+  }
+
+  void readPageSize(std::optional<std::int32_t>& size) {
+    const auto* node = find("page-size");
+    if (node == nullptr) return;
+    const auto* value = node->as_integer();
+    if (value == nullptr || value->get() < 1 || value->get() > kLargestPage) {
+      return report(*node, "page-size", "is not a number from 1 to 100000");
+    }
+    size = static_cast<std::int32_t>(value->get());
+  }
+
+  template <class Choice, std::size_t count>
+  void readChoice(std::string_view key,
+                  const std::array<std::pair<const char*, Choice>, count>& choices,
+                  Choice& choice) {
+    std::string text;
+    readText(key, text, Needed::No);
+    if (text.empty()) return;
+    std::string known;
+    for (const auto& [name, value] : choices) {
+      if (text == name) {
+        choice = value;
+        return;
+      }
+      known += known.empty() ? name : std::string(", ") + name;
+    }
+    refuse(key, "is none of " + known);
+  }
+
+  void readServers(std::vector<URI>& servers) {
+    const auto* node = find("servers", Needed::Yes);
+    if (node == nullptr) return;
+    const auto* list = node->as_array();
+    if (list == nullptr || list->empty()) return report(*node, "servers", "is not a list of URIs");
+    for (const auto& element : *list) {
+      const auto* text = element.as_string();
+      auto uri = text != nullptr ? URI::parse(text->get()) : std::nullopt;
+      if (!uri) {
+        report(element, "servers", "holds what is no ldap, ldaps or ldapi URI");
+      } else {
+        servers.push_back(std::move(*uri));
+      }
+    }
+  }
+
+  void readBases(Settings& settings) {
+    std::string base;
+    readName("base", base, Needed::No);
+    settings.usersBase = base;
+    settings.groupsBase = base;
+    readName("users-base", settings.usersBase, Needed::No);
+    readName("groups-base", settings.groupsBase, Needed::No);
+    if (settings.usersBase.empty() || settings.groupsBase.empty()) {
+      if (!mIsFaulty) report(mTable, "base", "is missing");
+    }
+  }
+
+  void readAttributes(std::string_view key, Settings::AttributeNames& names) {
+    const auto* node = find(key);
+    if (node == nullptr) return;
+    const auto* table = node->as_table();
+    if (table == nullptr) return report(*node, key, "is not a table of attributes");
+    for (const auto& [kind, value] : *table) {
+      const auto name = std::string(key) + "." + std::string(kind.str());
+      const auto* text = value.as_string();
+      if (text == nullptr || (!text->get().empty() && !isName(text->get(), "-."))) {
+        report(value, name, "is not an LDAP attribute");
+      } else {
+        names.emplace(attribute::canonical(kind.str()), text->get());
+      }
+    }
+  }
+
+  void readAccount(Settings& settings) {
+    readName("bind-dn", settings.bindName, Needed::No);
+    readPath("bind-password-file", settings.bindPasswordFile);
+    if (settings.bindName.empty() != settings.bindPasswordFile.empty() && !mIsFaulty) {
+      report(mTable, settings.bindName.empty() ? "bind-dn" : "bind-password-file", "is missing");
+    }
+  }
+
+  const toml::table& mTable;
+  FaultLog& mFaults;
+  bool mIsFaulty = false;
+  std::unordered_set<std::string> mKnown;
+};
+
+}  // namespace
+
+std::vector<Settings> Settings::readAll(const HostOptions& options, FaultLog& faults) {
+  std::vector<Settings> directories;
+  const auto file = DirectoryFile::read(options, faults);
+  for (const auto& [key, value] : file.table) {
+    if (key == "local" || key == "directory") continue;
+    faults.report(DirectoryFile::kPath, key.source().begin.line,
+                  std::string(key.str()) + " is not a setting");
+  }
+  const auto* node = file.table.get("directory");
+  if (node == nullptr) return directories;
+  const auto* list = node->as_array();
+  if (list == nullptr) {
+    faults.report(DirectoryFile::kPath, node->source().begin.line,
+                  "directory is not a list of tables: write [[directory]]");
+    return directories;
+  }
+  for (const auto& element : *list) {
+    const auto leaveOut = [&](const std::string& which) {
+      faults.report(DirectoryFile::kPath, element.source().begin.line, which + " is left out");
+    };
+    const auto* table = element.as_table();
+    auto settings = table != nullptr ? DirectoryReader(*table, faults).read() : std::nullopt;
+    if (!settings) {
+      const auto name = table != nullptr ? (*table)["name"].value<std::string>() : std::nullopt;
+      leaveOut(name ? "directory " + *name : "a directory");
+    } else if (std::ranges::find(directories, settings->name, &Settings::name) !=
+               directories.end()) {
+      leaveOut("the second directory " + settings->name);
+    } else {
+      directories.push_back(std::move(*settings));
+    }
+  }
+  return directories;
+}
+
+}  // namespace gatehall::ldap

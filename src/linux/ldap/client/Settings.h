@@ -1,0 +1,47 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "linux/files/FaultLog.h"
+#include "linux/files/HostOptions.h"
+#include "linux/ldap/client/URI.h"
+
+namespace gatehall::ldap {
+
+/// Which attributes a directory keeps its accounts in, before what the settings say otherwise.
+enum class Profile { Rfc2307, Rfc2307bis, ActiveDirectory };
+
+/// One table [[directory]] of /etc/gatehall/directory.toml; gatehall-directory.toml(5) says what
+/// each setting means.
+struct Settings {
+  enum class Tls { Verified, Unverified, Off };
+  using AttributeNames = std::map<std::string, std::string, std::less<>>;
+
+  std::string name;
+  std::vector<URI> servers;
+  std::string usersBase;
+  std::string groupsBase;
+  Profile profile = Profile::Rfc2307;
+  AttributeNames userAttributes;   ///< attribute kind to LDAP attribute
+  AttributeNames groupAttributes;  ///< the same for groups
+  Tls tls = Tls::Verified;
+  std::string caFile = "/etc/ssl/certs/ca-certificates.crt";
+  std::string bindName;          ///< "": anonymous
+  std::string bindPasswordFile;  ///< of the account that binds
+  std::string passwordPolicy;    ///< DN of the policy of accounts that name none; "": none
+  std::chrono::milliseconds timeLimit{2000};        ///< for one answer of a server
+  std::chrono::milliseconds totalTimeLimit{30000};  ///< for all answers to one question
+  std::optional<std::int32_t> pageSize;  ///< entries; absent: as many as the server sends fast
+  bool followsReferrals = false;
+
+  /// The directories in the file's order. One that is set up wrongly is left out, and the log names
+  /// file, line and key.
+  static std::vector<Settings> readAll(const HostOptions& options, FaultLog& faults);
+};
+
+}  // namespace gatehall::ldap

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "gatehall/platform/Clock.h"
+#include "gatehall/platform/Log.h"
+#include "linux/accounts/MachineGUIDs.h"
+#include "linux/accounts/Passwd.h"
+#include "linux/accounts/PasswdLines.h"
+#include "linux/accounts/UserRecord.h"
+#include "linux/files/FaultLog.h"
+#include "linux/files/HostOptions.h"
+#include "linux/hours/SessionLimits.h"
+#include "linux/local/Settings.h"
+#include "linux/records/LoginShells.h"
+
+namespace gatehall::local {
+
+/// The local node's full name.
+inline constexpr std::string_view kLocalNodeName = "local";
+
+/// What all records of the local node need, for as long as the process runs. From any thread.
+struct Host {
+  Host(HostOptions hostOptions, Log& log, Clock& hostClock)
+      : options(std::move(hostOptions)),
+        clock(hostClock),
+        faults(log),
+        guids(options, faults),
+        passwdLines(options, faults, clock),
+        sessionLimits(options, faults) {}
+
+  const HostOptions options;
+  Clock& clock;
+  FaultLog faults;
+  MachineGUIDs guids;
+  PasswdLines passwdLines;
+  SessionLimits sessionLimits;
+};
+
+/// The small files around the account files, each read when it is first needed and no more than
+/// once. The records of one query share a context, so that each query sees the present state. From
+/// any thread.
+class Context {
+ public:
+  explicit Context(std::shared_ptr<Host> host) : mHost(std::move(host)) {}
+
+  Host& host() const { return *mHost; }
+  const std::shared_ptr<Host>& sharedHost() const { return mHost; }
+
+  const LoginShells& shells();
+  const UserRecords& userRecords();
+  const Settings& settings();
+
+  /// The record that adds to a line of /etc/passwd: the one of its name, unless that is another
+  /// account's by its user id. nullptr when there is none.
+  std::shared_ptr<const UserRecord> userRecordFor(const PasswdEntry& entry);
+
+ private:
+  template <class File>
+  struct Once {
+    std::once_flag isRead;
+    std::optional<File> file;
+  };
+
+  std::shared_ptr<Host> mHost;
+  Once<LoginShells> mShells;
+  Once<UserRecords> mUserRecords;
+  Once<Settings> mSettings;
+};
+
+}  // namespace gatehall::local

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "gatehall/platform/DirectoryService.h"
+#include "linux/local/Context.h"
+#include "linux/local/Group.h"
+
+namespace gatehall::local {
+
+/// The groups that the query asks for: those of /etc/group in the file's order, then "admin". A
+/// group of that name in the file lends it its group id. Each account file is read at most once,
+/// and /etc/passwd only where members are asked for. Two lines of one name are one group to a
+/// query by name, the first as for getgrnam(3). Raises PlatformException when a file can't be read,
+/// and when all that stands under a name that was asked for can't be.
+std::vector<std::shared_ptr<Group>> findLocalGroups(const std::shared_ptr<Context>& context,
+                                                    const QueryDescription& description);
+
+/// The group of that name; nullptr when there is none. May raise PlatformException.
+std::shared_ptr<Group> localGroupNamed(const std::shared_ptr<Context>& context,
+                                       std::string_view name);
+
+}  // namespace gatehall::local

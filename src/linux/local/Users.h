@@ -1,0 +1,25 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "gatehall/platform/DirectoryService.h"
+#include "linux/local/Context.h"
+#include "linux/local/User.h"
+
+namespace gatehall::local {
+
+/// The accounts that the query asks for: those of /etc/passwd in the file's order, then those that
+/// user records alone describe, by name. Each account file is read at most once, whatever the
+/// number of values or results. Two lines of one name are one account to a query by name, the first
+/// as for getpwnam(3). May raise PlatformException.
+std::vector<std::shared_ptr<User>> findLocalUsers(const std::shared_ptr<Context>& context,
+                                                  const QueryDescription& description);
+
+/// The account of that name, else the first with that alias; nullptr when there is none. May raise
+/// PlatformException.
+std::shared_ptr<User> localUserNamed(const std::shared_ptr<Context>& context,
+                                     std::string_view name);
+
+}  // namespace gatehall::local

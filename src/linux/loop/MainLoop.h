@@ -1,0 +1,107 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "gatehall/linux/loop/LinuxRunLoop.h"
+#include "linux/files/FileDescriptor.h"
+#include "linux/loop/EventLoop.h"
+
+namespace gatehall {
+
+/// The main run loop, on sd_event, and the threads beside it. The first call that drives it begins
+/// to listen to the machine; before it nothing is mapped, connected to or started.
+///
+/// Threads that it detached end with endThreads or with the loop, whichever comes first: those that
+/// wait in one of its functions there, by an exception of a type that nobody else knows. Any other
+/// thread that waits for a task has to be done before the loop goes.
+class MainLoop final : public LinuxRunLoop {
+ public:
+  /// What listens to the machine is started by the loop's first drive.
+  MainLoop(std::thread::id mainThread, std::function<void(EventLoop&)> start);
+  ~MainLoop() override;
+
+  void performAfterDelay(double seconds, std::function<void()> task) override;
+  void performOnMainThreadAndWait(std::function<void()> task) override;
+  void detachNewThread(std::function<void()> body) override;
+  void sleep(double seconds) override;
+  void addSource(std::shared_ptr<RunLoopSource> source, RunLoopMode mode) override;
+  void removeSource(const std::shared_ptr<RunLoopSource>& source, RunLoopMode mode) override;
+
+  int descriptor() override;
+  void dispatch(RunLoopMode mode = RunLoopMode::Default) override;
+  void runUntilInterrupted() override;
+  void stop() override;
+
+  // For the services whose events the loop carries, from any thread.
+
+  void post(std::function<void()> task);
+
+  /// Queues a task on behalf of a source; it is dropped if the source is in no mode of the loop now
+  /// or when its turn comes.
+  void signal(std::shared_ptr<RunLoopSource> source, std::function<void()> task);
+
+  /// Ends the threads. On the main thread.
+  void endThreads();
+
+ private:
+  struct Task {
+    std::function<void()> run;
+    std::shared_ptr<RunLoopSource> source;  ///< nullptr: heard in every mode
+  };
+  /// A task that a thread waits for.
+  struct Waiting {
+    std::function<void()> task;
+    bool isOwnThreads = false;
+    bool over = false;
+  };
+  struct Thread {
+    std::thread handle;
+    bool ended = false;
+  };
+  using Moment = EventLoop::Moment;
+  using Lock = std::unique_lock<std::mutex>;
+
+  bool onMainThread() const;
+  void runBody(std::function<void()> body, Thread& thread);
+  void wake() const;
+  EventLoop& drive();
+  bool isInMode(const std::shared_ptr<RunLoopSource>& source, RunLoopMode mode) const;
+  std::optional<Moment> nextMoment();
+  bool runNext(RunLoopMode mode) noexcept;
+  bool runNextThreadTask(Lock& lock);
+  bool runNextTask(Lock& lock, RunLoopMode mode);
+  bool runNextDue(Lock& lock);
+
+  const std::thread::id mMainThread;
+  const std::function<void(EventLoop&)> mStart;
+  const FileDescriptor mWakeUp;
+  std::atomic<bool> mStopped = false;
+  std::unique_ptr<EventLoop> mEvents;  ///< of the main thread
+  EventLoop::SourceHandle mWakeUpSource;
+
+  std::mutex mMutex;  ///< guards what follows
+  std::condition_variable mChanged;
+  std::uint64_t mRequests = 0;
+  std::map<std::pair<Moment, std::uint64_t>, std::function<void()>> mDue;
+  std::deque<Task> mTasks;
+  std::deque<std::shared_ptr<Waiting>> mThreadTasks;
+  std::vector<std::pair<std::shared_ptr<RunLoopSource>, RunLoopMode>> mSources;
+  std::list<Thread> mThreads;
+  bool mEnding = false;
+};
+
+}  // namespace gatehall

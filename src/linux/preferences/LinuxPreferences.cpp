@@ -1,0 +1,98 @@
+#include "linux/preferences/LinuxPreferences.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "gatehall/base/PlatformException.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "linux/files/OwnedFile.h"
+#include "linux/preferences/LinuxPropertyLists.h"
+#include "linux/records/AccountLookup.h"
+
+namespace gatehall {
+
+namespace {
+
+/// True for a domain's name that can be a file's and stays in its folder.
+bool isFileName(std::string_view domain) {
+  constexpr std::size_t longest = 200;
+  return !domain.empty() && domain.size() <= longest && domain.front() != '.' &&
+         std::none_of(domain.begin(), domain.end(), [](char c) { return c == '/' || c == '\0'; });
+}
+
+/// The file's entries; none, with a line in the log, when it holds something else.
+Dictionary readEntries(const std::string& path, std::initializer_list<std::uint32_t> owners,
+                       Log& log) {
+  const auto list = readOwnedPropertyList(path, owners, log);
+  if (!list) return {};
+  const auto* entries = list->dictionary();
+  if (entries == nullptr) log.error("Ignoring " + path + ": it holds no dictionary.");
+  return entries == nullptr ? Dictionary() : *entries;
+}
+
+}  // namespace
+
+LinuxPreferences::LinuxPreferences(HostOptions options, DirectoryService& directory,
+                                   Process& process, Log& log)
+    : mOptions(std::move(options)), mDirectory(directory), mProcess(process), mLog(log) {}
+
+std::optional<Value> LinuxPreferences::copyApplicationValue(std::string_view key,
+                                                            std::string_view domain) {
+  const auto preferences = domainNamed(domain);
+  for (const auto* entries : {&preferences->user, &preferences->system}) {
+    if (const auto found = entries->find(key); found != entries->end()) return found->second;
+  }
+  return std::nullopt;
+}
+
+bool LinuxPreferences::applicationBoolean(std::string_view key, std::string_view domain,
+                                          bool& exists) {
+  const auto value = copyApplicationValue(key, domain);
+  const auto flag = value ? strictBoolean(*value) : std::nullopt;
+  exists = flag.has_value();
+  return flag.value_or(false);
+}
+
+void LinuxPreferences::synchronizePreferences(std::string_view domain) {
+  const std::scoped_lock lock(mLock);
+  if (const auto found = mDomains.find(domain); found != mDomains.end()) mDomains.erase(found);
+}
+
+std::shared_ptr<const LinuxPreferences::Domain> LinuxPreferences::domainNamed(
+    std::string_view name) {
+  {
+    const std::scoped_lock lock(mLock);
+    if (const auto found = mDomains.find(name); found != mDomains.end()) return found->second;
+  }
+  auto domain = std::make_shared<const Domain>(read(name));
+  const std::scoped_lock lock(mLock);
+  mDomains.insert_or_assign(std::string(name), domain);
+  return domain;
+}
+
+LinuxPreferences::Domain LinuxPreferences::read(std::string_view name) {
+  if (!isFileName(name)) return {};
+  const auto file = std::string(name) + ".plist";
+  const auto root = systemOwner(mOptions);
+  Domain domain;
+  domain.system = readEntries(mOptions.root + "/etc/gatehall/" + file, {root}, mLog);
+  const auto user = mProcess.effectiveUserID();
+  if (const auto home = homeDirectory(user)) {
+    domain.user =
+        readEntries(mOptions.root + *home + "/.config/gatehall/" + file, {user, root}, mLog);
+  }
+  return domain;
+}
+
+std::optional<std::string> LinuxPreferences::homeDirectory(std::uint32_t userID) {
+  try {
+    auto home = accountAttribute(mDirectory, userID, attribute::NFSHomeDirectory);
+    if (home && home->starts_with('/')) return home;
+  } catch (const PlatformException& error) {
+    mLog.error("Unable to find the home folder of user " + std::to_string(userID) + ": " +
+               error.what());
+  }
+  return std::nullopt;
+}
+
+}  // namespace gatehall

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <unistd.h>
+
+#include "gatehall/platform/Process.h"
+#include "linux/process/ExtraGroup.h"
+
+namespace gatehall {
+
+class LinuxProcess final : public Process {
+ public:
+  std::uint32_t effectiveUserID() override { return geteuid(); }
+  void giveUpRights() override { extraGroup::giveUp(); }
+};
+
+}  // namespace gatehall

@@ -1,0 +1,50 @@
+#include "linux/process/ProcessStart.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "linux/process/ExtraGroup.h"
+
+namespace gatehall {
+
+namespace {
+
+/// Beyond what a switch may take, so that several in one run may each wait for services that don't
+/// answer. What has no limit of its own is the system log, whose socket a stopped daemon lets fill
+/// up.
+constexpr unsigned kLongestRunSeconds = 60;
+
+/// open(2) takes the lowest number that is free, so going upwards fills the gaps.
+void openStandardDescriptors() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (fcntl(descriptor, F_GETFD) != -1) continue;
+    if (open("/dev/null", O_RDWR) != descriptor) std::abort();
+  }
+}
+
+/// Ignored and blocked signals are inherited. A closed log socket raises SIGPIPE, which is ignored.
+void resetSignals() {
+  for (int signal = 1; signal < NSIG; ++signal) std::signal(signal, SIG_DFL);
+  std::signal(SIGPIPE, SIG_IGN);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+}  // namespace
+
+void distrustCaller() {
+  clearenv();
+  // libldap would read a file in the folder that the caller stands in (ldap.conf(5)).
+  setenv("LDAPNOINIT", "1", 1);
+  openStandardDescriptors();
+  resetSignals();
+  umask(S_IWGRP | S_IRWXO);
+  extraGroup::putAside();
+  alarm(kLongestRunSeconds);
+}
+
+}  // namespace gatehall

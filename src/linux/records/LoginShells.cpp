@@ -1,0 +1,25 @@
+#include "linux/records/LoginShells.h"
+
+#include "linux/files/LineFile.h"
+
+namespace gatehall {
+
+LoginShells::LoginShells(const HostOptions& options) {
+  LineFile file(options.root + "/etc/shells", 4096);
+  if (file.openError() != 0) mShells = {"/bin/sh", "/bin/csh"};
+  std::string_view line;
+  while (file.next(line)) {
+    line = line.substr(0, line.find('#'));
+    while (line.ends_with(' ') || line.ends_with('\t')) line.remove_suffix(1);
+    if (line.starts_with('/')) mShells.emplace(line);
+  }
+}
+
+std::string_view LoginShells::effective(std::string_view shell) const {
+  if (shell.empty()) return "/bin/sh";
+  const auto program = shell.substr(shell.rfind('/') + 1);
+  const bool refuses = program == "nologin" || program == "false";
+  return refuses || !mShells.contains(shell) ? "/usr/bin/false" : shell;
+}
+
+}  // namespace gatehall

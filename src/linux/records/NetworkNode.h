@@ -1,0 +1,38 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "gatehall/base/PlatformException.h"
+#include "gatehall/platform/DirectoryService.h"
+
+namespace gatehall {
+
+/// A directory that gave no answer at all: it could not be connected to, or nothing came within its
+/// time. One that breaks off in the middle of an answer raises a plain PlatformException.
+class DirectoryUnreachable : public PlatformException {
+ public:
+  using PlatformException::PlatformException;
+};
+
+/// A node of a network directory, behind the local ones on the search path.
+class NetworkNode : public DirectoryNode {
+ public:
+  /// Whether the directory can be reached now. From any thread; raises nothing.
+  virtual bool isReachable() = 0;
+
+  /// The server that is asked now, and how long it takes to answer a question that means nothing.
+  struct Reached {
+    std::string server;
+    std::chrono::duration<double> roundTrip{};
+  };
+
+  /// Asks it. From any thread. Raises PlatformException, whose text says in words why the directory
+  /// can't be reached.
+  virtual Reached reach() = 0;
+
+  /// Drops what was fetched and kept for the next questions. From any thread; raises nothing.
+  virtual void forgetFetched() {}
+};
+
+}  // namespace gatehall

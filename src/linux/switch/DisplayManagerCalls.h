@@ -1,0 +1,15 @@
+#pragma once
+
+#include "linux/bus/SystemBus.h"
+#include "linux/switch/SwitchDecision.h"
+
+/// What is asked of a display manager on the bus. Raises BusError.
+namespace gatehall::displayManagerCalls {
+
+/// The display manager that is on the bus; nothing is started by asking.
+switchDecision::DisplayManager find(SystemBus& bus);
+
+/// Performs the step, which is not Impossible.
+void perform(SystemBus& bus, switchDecision::Step step, const switchDecision::Target& target);
+
+}  // namespace gatehall::displayManagerCalls

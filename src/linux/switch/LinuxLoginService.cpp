@@ -1,0 +1,115 @@
+#include "linux/switch/LinuxLoginService.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "gatehall/base/PlatformException.h"
+#include "linux/bus/SystemBus.h"
+#include "linux/switch/DisplayManagerCalls.h"
+#include "linux/switch/Login1.h"
+#include "linux/switch/SwitchDecision.h"
+
+namespace gatehall {
+
+namespace {
+
+using switchDecision::Step;
+using switchDecision::Target;
+
+constexpr std::chrono::seconds kLongestOperation{5};
+
+/// Answers what the operation does, or the alternative when a service refuses, which the log then
+/// says: there is another way.
+template <class Operation, class Alternative>
+Alternative orElse(Log& log, Alternative alternative, Operation operation) {
+  try {
+    return operation();
+  } catch (const BusError& error) {
+    log.error(error.what());
+    return alternative;
+  }
+}
+
+/// Takes the lock away with which a session greets its user that was left by a switch. False when
+/// that is better left to LightDM, which may do it where others than root can't.
+bool unlock(SystemBus& bus, Log& log, const std::string& session) {
+  try {
+    Login1(bus).unlock(session);
+  } catch (const BusError& refusal) {
+    using switchDecision::DisplayManager;
+    const auto displayManager =
+        orElse(log, DisplayManager::None, [&] { return displayManagerCalls::find(bus); });
+    if (displayManager == DisplayManager::LightDM) return false;
+    log.error(refusal.what());
+  }
+  return true;
+}
+
+/// Brings a running session of the user to the front, which asks nobody for a password. False when
+/// there is none, or that is better left to the display manager.
+bool activateRunningSession(SystemBus& bus, Log& log, std::uint32_t userID) {
+  Login1 login1(bus);
+  const auto running = orElse(log, std::optional<Login1::RunningSession>(),
+                              [&] { return login1.runningSession(userID); });
+  if (!running || (running->isLocked && !unlock(bus, log, running->name))) return false;
+  if (running->isActive) return true;
+  return orElse(log, false, [&] {
+    login1.lockActiveSession();
+    login1.activate(running->name);
+    return true;
+  });
+}
+
+/// LightDM locks the session that it leaves behind when it switches to a user; what only brings up
+/// a login screen leaves that to the caller.
+bool locksByItself(Step step) { return step == Step::SwitchToUser || step == Step::SwitchToGuest; }
+
+void performStep(SystemBus& bus, Log& log, Step step, const Target& target) {
+  if (step == Step::Impossible) {
+    throw PlatformException("Unable to switch: there is no display manager on the system bus.");
+  }
+  if (!locksByItself(step)) {
+    // A session that can't be locked is better left behind a login screen than in front.
+    orElse(log, false, [&] { return Login1(bus).lockActiveSession(), true; });
+  }
+  displayManagerCalls::perform(bus, step, target);
+}
+
+}  // namespace
+
+LinuxLoginService::LinuxLoginService(HostOptions options, Log& log)
+    : mOptions(std::move(options)), mLog(log) {}
+
+std::int32_t LinuxLoginService::switchToLoginScreen() {
+  return perform([this](SystemBus& bus) {
+    performStep(bus, mLog, switchDecision::loginScreen(displayManagerCalls::find(bus)), {});
+  });
+}
+
+std::int32_t LinuxLoginService::switchToUser(const Dictionary& attributes) {
+  const auto target = switchDecision::target(attributes);
+  return perform([this, &target](SystemBus& bus) {
+    if (target.name.empty()) throw PlatformException("Unable to switch to a user without a name.");
+    if (switchDecision::mayActivate(target) && target.userID &&
+        activateRunningSession(bus, mLog, *target.userID)) {
+      return;
+    }
+    const auto step = switchDecision::userSwitch(displayManagerCalls::find(bus), target);
+    performStep(bus, mLog, step, target);
+  });
+}
+
+std::int32_t LinuxLoginService::perform(const std::function<void(SystemBus&)>& operation) {
+  try {
+    SystemBus bus(mOptions, std::chrono::steady_clock::now() + kLongestOperation);
+    operation(bus);
+    return 0;
+  } catch (const PlatformException& error) {
+    mLog.error(error.what());
+    return 1;
+  }
+}
+
+}  // namespace gatehall

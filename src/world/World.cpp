@@ -1,0 +1,13 @@
+#include "world/World.h"
+
+#include <utility>
+
+namespace gatehall {
+
+World::World() = default;
+
+World::~World() = default;
+
+void World::setFaults(std::vector<Fault> faults) { mFaults = std::move(faults); }
+
+}  // namespace gatehall

@@ -1,0 +1,66 @@
+#include <atomic>
+#include <functional>
+
+#include "tests/linux/ldap/fixture/LdapFaults.h"
+
+namespace gatehall {
+namespace {
+
+using testing::ElementsAre;
+
+/// How long members are handed out to whoever takes them.
+constexpr double kPatient = 6;
+
+/// A group whose server hands its members out one by one.
+class LdapMemberRanges : public LdapFaults {
+ protected:
+  /// Has the server answer a request for members by what the attribute's range, "member;range=N-N",
+  /// is given.
+  void serveRanges(std::function<std::vector<std::string>()> members) {
+    serve([this, members = std::move(members)](Peer& peer) {
+      peer.serve([&](const Request& request) {
+        const auto at = request.content.find(kRange);
+        if (at == std::string::npos) {
+          const bool isByName = request.content.find("entryDN") != std::string::npos;
+          return peer.write(found(request, {isByName ? danasEntry() : group("0-0", {kMember})}));
+        }
+        ++mRanges;
+        const auto number = request.content.substr(at + kRange.size());
+        const auto from = number.substr(0, number.find('-'));
+        const bool isLast = mWatch.seconds() > kPatient;
+        return peer.write(found(request, {group(from + "-" + (isLast ? "*" : from), members())}));
+      });
+    });
+  }
+
+  static std::string group(const std::string& range, std::vector<std::string> members) {
+    return ber::entry("cn=all,dc=example,dc=org",
+                      {{"objectClass", {"posixGroup"}},
+                       {"cn", {"all"}},
+                       {"entryUUID", {"5f000000-0000-4000-8000-0000000000a1"}},
+                       {std::string(kRange) + range, std::move(members)}});
+  }
+
+  static constexpr std::string_view kRange = "member;range=";
+  static constexpr const char* kMember = "uid=dana,dc=example,dc=org";
+  std::atomic<int> mRanges = 0;
+  Stopwatch mWatch;
+};
+
+}  // namespace
+
+TEST_F(LdapMemberRanges, WithoutAnEndAreCutOff) {
+  serveRanges([] { return std::vector<std::string>{kMember}; });
+  const auto group = machine.networkGroup("all");
+  const Stopwatch watch;
+  EXPECT_THROW(group->valuesForAttribute("GroupMembership"), PlatformException);
+  EXPECT_LT(watch.seconds(), 0.6 + kPatience);
+}
+
+TEST_F(LdapMemberRanges, EndWhereNothingIsHandedOut) {
+  serveRanges([] { return std::vector<std::string>(); });
+  EXPECT_THAT(values(machine.networkGroup("all"), "GroupMembership"), ElementsAre("dana"));
+  EXPECT_EQ(mRanges, 1);
+}
+
+}  // namespace gatehall

@@ -1,0 +1,85 @@
+#include <atomic>
+#include <poll.h>
+
+#include "tests/linux/ldap/fixture/LdapFaults.h"
+
+namespace gatehall {
+namespace {
+
+using testing::ElementsAre;
+
+// RFC 4511, appendix A.
+constexpr int kSizeLimitExceeded = 4;
+constexpr int kReferral = 10;
+constexpr int kRefused = 50;
+constexpr int kUnavailable = 52;
+
+/// A server of Dana's that refers to others, which are asked.
+class LdapReferrals : public LdapFaults {
+ protected:
+  void refer(const std::vector<std::string>& uris) {
+    std::string list;
+    for (const auto& uri : uris) list += ber::octets(uri);
+    mFirst = std::make_unique<ScriptedServer>([list](Peer& peer) {
+      peer.serve([&](const Request& request) {
+        return peer.write(ber::message(request.id, danasEntry()) +
+                          ber::message(request.id, ber::result(ber::kSearchDone, kReferral, "",
+                                                               ber::tagged(0xA3, list))));
+      });
+    });
+    configure(mFirst->uri(), "follow-referrals = true\n");
+  }
+
+  std::unique_ptr<ScriptedServer> mFirst;
+};
+
+std::string erinsEntry() {
+  return ber::entry("uid=erin,dc=example,dc=org",
+                    {{"objectClass", {"posixAccount"}},
+                     {"uid", {"erin"}},
+                     {"uidNumber", {"5001"}},
+                     {"gidNumber", {"100"}},
+                     {"entryUUID", {"5f000000-0000-4000-8000-0000000000db"}}});
+}
+
+}  // namespace
+
+TEST_F(LdapReferrals, AddWhatTheOtherServerHas) {
+  answer({erinsEntry()});
+  refer({mServer->uri() + "/dc=x"});
+  EXPECT_THAT(machine.anywhere({"dana", "erin"}), ElementsAre("dana", "erin"));
+}
+
+TEST_F(LdapReferrals, FailTheQuestionWhenTheOtherServerAnswersAPartOnly) {
+  for (const int code : {kSizeLimitExceeded, kRefused, kUnavailable}) {
+    answer({erinsEntry()}, code);
+    refer({mServer->uri() + "/dc=x"});
+    LdapMachine other;
+    other.write("/etc/gatehall/directory.toml",
+                LdapMachine::table("test", LdapMachine::quoted(mFirst->uri()),
+                                   "tls = \"off\"\nfollow-referrals = true\n"));
+    EXPECT_THROW(other.anywhere({"ann", "dana"}), PlatformException) << code;
+  }
+}
+
+TEST_F(LdapReferrals, HaveTheTimeOfOneQuestionTogether) {
+  serve([](Peer& peer) {
+    peer.serve([&](const Request& request) {
+      poll(nullptr, 0, 200);
+      return peer.write(found(request, {}));
+    });
+  });
+  std::vector<std::string> uris;
+  constexpr int kOthers = 60;
+  uris.reserve(kOthers);
+  for (int number = 0; number < kOthers; ++number) {
+    uris.push_back(mServer->uri() + "/dc=x" + std::to_string(number));
+  }
+  refer(uris);
+  const auto node = machine.node();
+  const Stopwatch watch;
+  EXPECT_THROW(node->recordByTypeAndName("Users", "dana", {}), PlatformException);
+  EXPECT_LT(watch.seconds(), 0.6 + kPatience);
+}
+
+}  // namespace gatehall

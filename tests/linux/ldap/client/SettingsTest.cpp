@@ -1,0 +1,162 @@
+#include <gmock/gmock.h>
+
+#include "linux/ldap/client/Settings.h"
+#include "tests/linux/Machine.h"
+
+namespace gatehall {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr std::string_view kFile = "/etc/gatehall/directory.toml";
+constexpr std::string_view kGood =
+    "[[directory]]\nname = \"good\"\nservers = [\"ldaps://ldap.example.org\"]\n"
+    "base = \"dc=example,dc=org\"\n";
+
+class LdapSettingsFile : public testing::Test {
+ protected:
+  std::vector<ldap::Settings> read(std::string_view text) {
+    machine.write(kFile, text);
+    FaultLog faults(machine.log);
+    return ldap::Settings::readAll(machine.options, faults);
+  }
+  Strings namesIn(std::string_view text) {
+    Strings names;
+    for (const auto& each : read(text)) names.push_back(each.name);
+    return names;
+  }
+  Machine machine;
+};
+
+std::string at(int line, const std::string& fault) {
+  return std::string(kFile) + ":" + std::to_string(line) + ": " + fault;
+}
+
+}  // namespace
+
+TEST_F(LdapSettingsFile, NeedNotExistAndNeedNotNameADirectory) {
+  FaultLog faults(machine.log);
+  EXPECT_THAT(ldap::Settings::readAll(machine.options, faults), IsEmpty());
+  EXPECT_THAT(namesIn("[local]\nguests = []\n"), IsEmpty());
+  EXPECT_THAT(machine.log.lines(), IsEmpty());
+}
+
+TEST_F(LdapSettingsFile, HasDefaultsThatAreSafe) {
+  const auto settings = read(kGood).at(0);
+  EXPECT_EQ(settings.tls, ldap::Settings::Tls::Verified);
+  EXPECT_EQ(settings.timeLimit.count(), 2000);
+  EXPECT_FALSE(settings.followsReferrals);
+  EXPECT_EQ(settings.profile, ldap::Profile::Rfc2307);
+  EXPECT_EQ(settings.usersBase, "dc=example,dc=org");
+  EXPECT_EQ(settings.groupsBase, "dc=example,dc=org");
+}
+
+TEST_F(LdapSettingsFile, HoldsDirectoriesInTheirOrder) {
+  const auto all = read(
+      "[[directory]]\nname = \"b-1\"\nservers = [\"ldap://[::1]:3389/\", \"ldapi://%2Frun%2Fx\"]\n"
+      "users-base = \"ou=people,dc=x\"\ngroups-base = \"ou=groups,dc=x\"\n"
+      "profile = \"active-directory\"\ntls = \"unverified\"\nca-file = \"/ca.pem\"\n"
+      "bind-dn = \"cn=reader,dc=x\"\nbind-password-file = \"/secret\"\n"
+      "password-policy = \"cn=policy,dc=x\"\ntime-limit = 0.25\ntotal-time-limit = 7\n"
+      "page-size = 50\nfollow-referrals = true\n"
+      "[directory.users]\n\"lxAttrTypeStandard:FullName\" = \"name\"\nPicture = \"labeledURI\"\n"
+      "[directory.groups]\nRecordName = \"\"\n" +
+      std::string(kGood));
+  ASSERT_EQ(all.size(), 2U);
+  const auto& first = all.front();
+  EXPECT_EQ(first.name, "b-1");
+  EXPECT_EQ(first.servers.at(0).host, "::1");
+  EXPECT_EQ(first.servers.at(0).port, 3389);
+  EXPECT_EQ(first.servers.at(1).host, "/run/x");
+  EXPECT_EQ(first.usersBase, "ou=people,dc=x");
+  EXPECT_EQ(first.groupsBase, "ou=groups,dc=x");
+  EXPECT_EQ(first.profile, ldap::Profile::ActiveDirectory);
+  EXPECT_EQ(first.tls, ldap::Settings::Tls::Unverified);
+  EXPECT_EQ(first.caFile, "/ca.pem");
+  EXPECT_EQ(first.bindName, "cn=reader,dc=x");
+  EXPECT_EQ(first.bindPasswordFile, "/secret");
+  EXPECT_EQ(first.passwordPolicy, "cn=policy,dc=x");
+  EXPECT_EQ(first.timeLimit.count(), 250);
+  EXPECT_EQ(first.totalTimeLimit.count(), 7000);
+  EXPECT_EQ(first.pageSize, 50);
+  EXPECT_TRUE(first.followsReferrals);
+  EXPECT_THAT(first.userAttributes,
+              ElementsAre(std::pair("FullName", "name"), std::pair("Picture", "labeledURI")));
+  EXPECT_THAT(first.groupAttributes, ElementsAre(std::pair("RecordName", "")));
+  EXPECT_THAT(machine.log.lines(), IsEmpty());
+}
+
+TEST_F(LdapSettingsFile, LeavesADirectoryOutThatIsWrittenWrongAndSaysWhere) {
+  const std::vector<std::pair<std::string, std::string>> wrong{
+      {"name = 5", "directory.name is not a text"},
+      {"name = \"a/b\"",
+       "directory.name holds other characters than letters, digits, dots, hyphens and underscores"},
+      {"servers = \"ldap://x\"", "directory.servers is not a list of URIs"},
+      {"servers = []", "directory.servers is not a list of URIs"},
+      {"servers = [\"http://x\"]", "directory.servers holds what is no ldap, ldaps or ldapi URI"},
+      {"base = \"example\"", "directory.base is not a distinguished name"},
+      {"profile = \"nis\"", "directory.profile is none of rfc2307, rfc2307bis, active-directory"},
+      {"tls = true", "directory.tls is not a text"},
+      {"tls = \"no\"", "directory.tls is none of verified, unverified, off"},
+      {"ca-file = \"ca.pem\"", "directory.ca-file is not an absolute path"},
+      {"bind-dn = \"cn=x\"", "directory.bind-password-file is missing"},
+      {"bind-password-file = \"/x\"", "directory.bind-dn is missing"},
+      {"time-limit = 0", "directory.time-limit is not a number of seconds up to 3600"},
+      {"time-limit = \"2\"", "directory.time-limit is not a number of seconds up to 3600"},
+      {"total-time-limit = inf",
+       "directory.total-time-limit is not a number of seconds up to 3600"},
+      {"page-size = 0", "directory.page-size is not a number from 1 to 100000"},
+      {"follow-referrals = 1", "directory.follow-referrals is neither true nor false"},
+      {"users = 1", "directory.users is not a table of attributes"},
+      {"users = { FullName = \"cn)(x=*\" }", "directory.users.FullName is not an LDAP attribute"},
+      {"password = \"x\"", "directory.password is not a setting"}};
+  for (const auto& [line, fault] : wrong) {
+    Strings lines{"name = \"bad\"", "servers = [\"ldap://x\"]", "base = \"dc=x\""};
+    const auto key = line.substr(0, line.find(' '));
+    std::erase_if(lines, [&](const auto& each) { return each.starts_with(key + " "); });
+    std::string text = "[[directory]]\n" + line + "\n";
+    for (const auto& each : lines) text += each + "\n";
+    Machine other;
+    std::swap(machine.options, other.options);
+    const auto before = machine.log.lines().size();
+    EXPECT_THAT(namesIn(text + std::string(kGood)), ElementsAre("good")) << line;
+    std::swap(machine.options, other.options);
+    const auto logged = machine.log.lines();
+    const Strings added(logged.begin() + static_cast<std::ptrdiff_t>(before), logged.end());
+    ASSERT_EQ(added.size(), 2U) << line;
+    EXPECT_THAT(added.front(), HasSubstr(fault));
+    EXPECT_THAT(added.back(), testing::EndsWith(" is left out"));
+  }
+}
+
+TEST_F(LdapSettingsFile, NamesTheLineOfAFault) {
+  EXPECT_THAT(namesIn("[[directory]]\nname = \"bad\"\n\nservers = [\n \"ldap://x\",\n 7]\n" +
+                      std::string(kGood)),
+              ElementsAre("good"));
+  EXPECT_THAT(machine.log.lines(),
+              ElementsAre(at(6, "directory.servers holds what is no ldap, ldaps or ldapi URI"),
+                          HasSubstr("directory bad is left out")));
+}
+
+TEST_F(LdapSettingsFile, TakesTheFirstOfTwoOfOneName) {
+  EXPECT_THAT(namesIn(std::string(kGood) + std::string(kGood)), ElementsAre("good"));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(at(5, "the second directory good is left out")));
+}
+
+TEST_F(LdapSettingsFile, SaysWhatElseIsNoSetting) {
+  EXPECT_THAT(namesIn("colour = 1\n" + std::string(kGood)), ElementsAre("good"));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(at(1, "colour is not a setting")));
+  EXPECT_THAT(namesIn("[directory]\nname = \"x\"\n"), IsEmpty());
+  EXPECT_THAT(machine.log.lines().back(), HasSubstr("directory is not a list of tables"));
+}
+
+TEST_F(LdapSettingsFile, IsReadOnceForTheWholeDirectory) {
+  machine.write(kFile, "[[directory]\n");
+  EXPECT_EQ(machine.search()->subnodeNames(), (Strings{"local", "unix"}));
+  EXPECT_EQ(machine.group("admin")->valuesForAttribute("GroupMembership"), Strings{"root"});
+  EXPECT_EQ(machine.log.lines().size(), 1U) << "one fault, one line";
+}
+
+}  // namespace gatehall

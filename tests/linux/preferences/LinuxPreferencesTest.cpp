@@ -1,0 +1,216 @@
+#include <fcntl.h>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "gatehall/linux/LinuxPlatform.h"
+#include "linux/preferences/LinuxPreferences.h"
+#include "linux/preferences/LinuxPropertyLists.h"
+#include "tests/linux/Machine.h"
+#include "tests/linux/preferences/PropertyListText.h"
+#include "tests/platform/contracts/PreferenceContract.h"
+
+namespace gatehall {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr const char* kSystemFile = "/etc/gatehall/com.orvane.gatehall.plist";
+constexpr const char* kUserFile = "/home/ann/.config/gatehall/com.orvane.gatehall.plist";
+constexpr const char* kDomain = "com.orvane.gatehall";
+
+/// The account of whoever runs the test: ann, for the length of it.
+std::string annsLine() {
+  return "ann:x:" + std::to_string(geteuid()) + ":50:Ann Lee:/home/ann:/bin/bash\n";
+}
+
+class LinuxPreferenceHost final : public contracts::PreferenceHost {
+ public:
+  LinuxPreferenceHost() { mMachine.write("/etc/passwd", annsLine()); }
+
+  Platform& platform() override { return mPlatform; }
+  void storeUserSettings(std::string_view domain, const Dictionary& settings) override {
+    store("/home/ann/.config/gatehall/", domain, settings);
+  }
+  void storeSystemSettings(std::string_view domain, const Dictionary& settings) override {
+    store("/etc/gatehall/", domain, settings);
+  }
+  void storeManagedFile(std::string_view domain, const Value& content) override {
+    store(kManaged, domain, content);
+  }
+  void removeManagedFile(std::string_view domain) override {
+    mMachine.remove(kManaged + std::string(domain) + ".plist");
+  }
+
+ private:
+  static constexpr const char* kManaged = "/Library/Managed Preferences/";
+
+  void store(const char* folder, std::string_view domain, const Value& content) {
+    mMachine.write(folder + std::string(domain) + ".plist", PropertyListText::of(content));
+  }
+
+  Machine mMachine;
+  LinuxPlatform mPlatform{mMachine.options, std::make_shared<KeptLog>()};
+};
+
+}  // namespace
+
+namespace contracts {
+INSTANTIATE_TEST_SUITE_P(Linux, PreferenceContract, testing::Values(&make<LinuxPreferenceHost>));
+}  // namespace contracts
+
+namespace {
+
+class AnnsProcess final : public Process {
+ public:
+  std::uint32_t effectiveUserID() override { return userID; }
+  std::uint32_t userID = geteuid();
+};
+
+class LinuxPreferencesTest : public testing::Test {
+ protected:
+  LinuxPreferencesTest() { machine.write("/etc/passwd", annsLine()); }
+
+  std::optional<Value> read(std::string_view key, std::string_view domain = kDomain) {
+    return preferences.copyApplicationValue(key, domain);
+  }
+  void write(const char* path, const Value& content) {
+    machine.write(path, PropertyListText::of(content));
+  }
+  void setMode(const char* path, mode_t mode) {
+    ASSERT_EQ(chmod(machine.path(path).c_str(), mode), 0);
+  }
+  std::string ignored(const char* path, const std::string& why) {
+    return "Ignoring " + machine.path(path) + ": " + why + ".";
+  }
+
+  Machine machine;
+  AnnsProcess process;
+  LinuxPreferences preferences{machine.options, machine.directory(), process, machine.log};
+};
+
+TEST_F(LinuxPreferencesTest, SaysNothingOfFilesThatAreNotThere) {
+  EXPECT_FALSE(read("DenyList"));
+  EXPECT_THAT(machine.log.lines(), IsEmpty());
+}
+
+TEST_F(LinuxPreferencesTest, IgnoresFilesThatOthersCanWriteAndSaysSoOnce) {
+  write(kSystemFile, Dictionary{{"a", 1}});
+  write(kUserFile, Dictionary{{"a", 2}});
+  setMode(kSystemFile, 0664);
+  setMode(kUserFile, 0646);
+  EXPECT_FALSE(read("a"));
+  EXPECT_FALSE(read("a"));
+  EXPECT_THAT(machine.log.lines(),
+              ElementsAre(ignored(kSystemFile, "others than its owner can write it"),
+                          ignored(kUserFile, "others than its owner can write it")));
+}
+
+TEST_F(LinuxPreferencesTest, IgnoresFilesOfOthers) {
+  if (geteuid() != 0) GTEST_SKIP() << "Only root can give files to others.";
+  write(kSystemFile, Dictionary{{"a", 1}});
+  write(kUserFile, Dictionary{{"a", 2}});
+  ASSERT_EQ(chown(machine.path(kSystemFile).c_str(), 1001, 50), 0);
+  ASSERT_EQ(chown(machine.path(kUserFile).c_str(), 1001, 50), 0);
+  EXPECT_FALSE(read("a"));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kSystemFile, "it belongs to user 1001"),
+                                               ignored(kUserFile, "it belongs to user 1001")));
+}
+
+TEST_F(LinuxPreferencesTest, ReadsTheUsersFileOfTheUserOrRoot) {
+  if (geteuid() != 0) GTEST_SKIP() << "Only root can give files to others.";
+  machine.write("/etc/passwd", "ann:x:1000:50:Ann Lee:/home/ann:/bin/bash\n");
+  process.userID = 1000;
+  write(kUserFile, Dictionary{{"a", "root's"}});
+  EXPECT_EQ(read("a"), "root's");
+  ASSERT_EQ(chown(machine.path(kUserFile).c_str(), 1000, 50), 0);
+  preferences.synchronizePreferences(kDomain);
+  EXPECT_EQ(read("a"), "root's");
+  EXPECT_THAT(machine.log.lines(), IsEmpty());
+}
+
+TEST_F(LinuxPreferencesTest, FollowsNoLinkInAFilesPlace) {
+  machine.write("/etc/elsewhere.plist", PropertyListText::of(Dictionary{{"a", 1}}));
+  machine.write("/etc/gatehall/other", "");
+  std::filesystem::create_symlink(machine.path("/etc/elsewhere.plist"), machine.path(kSystemFile));
+  EXPECT_FALSE(read("a"));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kSystemFile, "it is a symbolic link")));
+}
+
+TEST_F(LinuxPreferencesTest, WaitsForNoFIFOAndReadsNoFolder) {
+  machine.write("/etc/gatehall/other", "");
+  ASSERT_EQ(mkfifo(machine.path(kSystemFile).c_str(), 0600), 0);
+  std::filesystem::create_directories(machine.path(kUserFile));
+  EXPECT_FALSE(read("a"));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kSystemFile, "it is no regular file"),
+                                               ignored(kUserFile, "it is no regular file")));
+}
+
+TEST_F(LinuxPreferencesTest, SaysWhatIsWrongInAFileAndWhere) {
+  machine.write(kSystemFile, "<plist>\n<!-- never ends");
+  write(kUserFile, Array{"no", "dictionary"});
+  EXPECT_FALSE(read("a"));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kSystemFile, "line 2: no --> up to the end"),
+                                               ignored(kUserFile, "it holds no dictionary")));
+}
+
+TEST_F(LinuxPreferencesTest, ReadsNoFileLongerThanTheLimit) {
+  machine.write(kSystemFile, "");
+  ASSERT_EQ(truncate(machine.path(kSystemFile).c_str(), 1L << 40), 0);
+  EXPECT_FALSE(read("a"));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kSystemFile, "it is too long")));
+}
+
+TEST_F(LinuxPreferencesTest, ReadsBinaryPropertyLists) {
+  const std::string header = "bplist00";
+  std::string bytes = header + "\xD1\x01\x02" + "\x51" + "a" + "\x09";
+  bytes += std::string("\x08\x0B\x0D", 3) + std::string(6, '\0') + "\x01\x01";
+  bytes += std::string(7, '\0') + "\x03" + std::string(8, '\0') + std::string(7, '\0') + "\x0E";
+  machine.write(kSystemFile, bytes);
+  EXPECT_EQ(read("a"), true);
+  EXPECT_THAT(machine.log.lines(), IsEmpty());
+}
+
+TEST_F(LinuxPreferencesTest, ReadsNoDomainWhoseNameIsNoFilesName) {
+  machine.write("/etc/outside.plist", PropertyListText::of(Dictionary{{"a", 1}}));
+  machine.write("/etc/gatehall/.plist", PropertyListText::of(Dictionary{{"a", 1}}));
+  machine.write("/etc/gatehall/.hidden.plist", PropertyListText::of(Dictionary{{"a", 1}}));
+  for (const auto& domain :
+       {std::string("../outside"), std::string(""), std::string(".hidden"),
+        std::string("/etc/outside"), std::string(300, 'a'), std::string("..\0", 3)}) {
+    EXPECT_FALSE(read("a", domain)) << domain;
+  }
+}
+
+TEST_F(LinuxPreferencesTest, FindsTheHomeFolderInTheDirectoryNotInTheEnvironment) {
+  write("/home/elsewhere/.config/gatehall/com.orvane.gatehall.plist", Dictionary{{"a", 1}});
+  const std::string kept = getenv("HOME") == nullptr ? "" : getenv("HOME");
+  setenv("HOME", "/home/elsewhere", 1);
+  EXPECT_FALSE(read("a"));
+  setenv("HOME", kept.c_str(), 1);
+}
+
+TEST_F(LinuxPreferencesTest, ReadsTheSystemsFileForAUserWithoutAnAccount) {
+  process.userID = 4242;
+  write(kSystemFile, Dictionary{{"a", 1}});
+  EXPECT_EQ(read("a"), 1);
+}
+
+TEST(LinuxPropertyLists, IgnoresAManagedFileThatOthersCanWrite) {
+  constexpr const char* path = "/Library/Managed Preferences/com.orvane.Tavlo.plist";
+  Machine machine;
+  LinuxPropertyLists lists(machine.options, machine.log);
+  machine.write(path, PropertyListText::of(Dictionary{{"a", 1}}));
+  EXPECT_EQ(lists.readPropertyList(path), (Dictionary{{"a", 1}}));
+  ASSERT_EQ(chmod(machine.path(path).c_str(), 0666), 0);
+  EXPECT_FALSE(lists.readPropertyList(path));
+  EXPECT_THAT(machine.log.lines(), ElementsAre("Ignoring " + machine.path(path) +
+                                               ": others than its owner can write it."));
+}
+
+}  // namespace
+}  // namespace gatehall
