@@ -122,6 +122,8 @@ MAINS = {"switcher/main": "linux linux/process platform switcher"}
 
 CORE = {"directory", "users", "access", "text", "switcher"}
 
+HOSTS = {"linux", "world"}
+
 # A room that has more units than this holds two subjects.
 MOST_UNITS = 17
 
@@ -130,41 +132,68 @@ def included_by(room):
     return set(ROOMS[room].includes.split())
 
 
-def floors(rooms=None):
+def floors(graph=None):
     """The rooms from the lowest floor up, each above all that it includes. Raises on a circle."""
-    left = {room: included_by(room) for room in (rooms or ROOMS)}
-    left = {room: below & set(left) for room, below in left.items()}
+    left = graph or {room: included_by(room) for room in ROOMS}
     result = []
     while left:
-        floor = sorted(room for room, below in left.items() if not below)
+        floor = sorted(room for room, below in left.items() if not below & set(left))
         if not floor:
             raise ValueError(f"rooms include each other in a circle: {', '.join(sorted(left))}")
         result.append(floor)
-        left = {room: below - set(floor) for room, below in left.items() if room not in floor}
+        left = {room: below for room, below in left.items() if room not in floor}
     return result
 
 
-def drawn_arrows(rooms):
-    """The arrows among the rooms, less those that follow from others."""
-    rooms = set(rooms)
-    direct = {room: included_by(room) & rooms for room in rooms}
+def top_of(room):
+    return room.partition("/")[0]
+
+
+def house():
+    """The whole house: each room with the rooms in it, and the others that any of them includes."""
+    result = {}
+    for room in ROOMS:
+        result.setdefault(top_of(room), set()).update(map(top_of, included_by(room)))
+    return {room: below - {room} for room, below in result.items()}
+
+
+def inside(top):
+    """A room and the rooms in it, with what they include of one another."""
+    rooms = {room for room in ROOMS if top_of(room) == top}
+    return {room: included_by(room) & rooms for room in ROOMS if room in rooms}
+
+
+def drawn_arrows(graph):
+    """The arrows of a graph, less those that follow from others."""
 
     def reached(room):
-        return direct[room].union(*(reached(below) for below in direct[room]))
+        return graph[room].union(*(reached(below) for below in graph[room]))
 
     return sorted(
         (room, below)
-        for room in rooms
-        for below in direct[room]
-        if not any(below in reached(other) for other in direct[room] if other != below)
+        for room in graph
+        for below in graph[room]
+        if not any(below in reached(other) for other in graph[room] if other != below)
     )
 
 
-def mermaid(rooms):
-    """A picture of the rooms, in Mermaid: each with what it is about, higher ones above."""
+def mermaid(graph):
+    """A picture in Mermaid: each room with what it is about, higher ones above."""
     lines = ["flowchart TD"]
-    name = {room: room.replace("/", "_") for room in rooms}
-    for floor in reversed(floors(rooms)):
+    name = {room: room.replace("/", "_") for room in graph}
+    for floor in reversed(floors(graph)):
         lines += [f'  {name[room]}["<b>{room}</b><br>{ROOMS[room].about}"]' for room in floor]
-    lines += [f"  {name[room]} --> {name[below]}" for room, below in drawn_arrows(rooms)]
+    lines += [f"  {name[room]} --> {name[below]}" for room, below in drawn_arrows(graph)]
+    # A main file chooses a host that its room doesn't know.
+    for main, below in MAINS.items():
+        room = top_of(main)
+        chosen = (HOSTS & set(below.split())) - graph.get(room, HOSTS)
+        lines += [f"  {name[room]} -. chooses .-> {name[host]}" for host in sorted(chosen)]
+    return "\n".join(lines) + "\n"
+
+
+def table():
+    """The rooms in Markdown, each with what it is about."""
+    lines = ["| room | what it is about |", "|---|---|"]
+    lines += [f"| `{name}` | {room.about} |" for name, room in ROOMS.items()]
     return "\n".join(lines) + "\n"
