@@ -14,8 +14,8 @@ namespace gatehall {
 inline constexpr std::int32_t kNoUserID = -1;
 
 /// The user with that id, found on the search node; nullptr when nobody has it. Of several, the one
-/// whose long name sorts first. The directory is asked for the id as an unsigned number: -2 for
-/// 4294967294. A failure of the directory is logged.
+/// whose long name sorts first. The directory is asked for the id as an unsigned number (4294967294
+/// for -2). A failure of the directory is logged.
 std::shared_ptr<CachedUser> cachedUserForUID(std::int32_t userID);
 
 /// The users of those records that have that id (kNoUserID: any) and may be used here, sorted by
