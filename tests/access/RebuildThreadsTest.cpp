@@ -1,4 +1,3 @@
-#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <gtest/gtest.h>
@@ -7,6 +6,7 @@
 #include <utility>
 
 #include "gatehall/platform/NotificationNames.h"
+#include "tests/Patience.h"
 #include "tests/access/VisibleListWorld.h"
 
 // What may happen while the list is rebuilt on a thread of its own, in every order that threads can
@@ -34,7 +34,7 @@ class Gate final : public SessionService {
   void awaitArrivals(int count) {
     std::unique_lock lock(mMutex);
     const auto arrived = [&] { return mArrivals >= count; };
-    EXPECT_TRUE(mChanged.wait_for(lock, std::chrono::seconds(10), arrived));
+    EXPECT_TRUE(mChanged.wait_for(lock, kPatience, arrived));
   }
 
   int arrivals() {

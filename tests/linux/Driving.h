@@ -5,19 +5,20 @@
 #include <poll.h>
 
 #include "gatehall/linux/loop/LinuxRunLoop.h"
+#include "tests/Patience.h"
 
 namespace gatehall {
 
-/// Whether the loop says within ten seconds that it has something to do.
+/// Whether the loop says in time that it has something to do.
 inline bool hasSomethingToDo(LinuxRunLoop& loop) {
   pollfd event{loop.descriptor(), POLLIN, 0};
-  return poll(&event, 1, 10'000) > 0;
+  return poll(&event, 1, kPatienceMilliseconds) > 0;
 }
 
 /// Drives the loop as a program with a loop of its own does, until the condition holds; false when
-/// it does not within ten seconds. It may come true beside the loop, too.
+/// it does not in time. It may come true beside the loop, too.
 inline bool driveUntil(LinuxRunLoop& loop, const std::function<bool()>& condition) {
-  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  const auto limit = std::chrono::steady_clock::now() + kPatience;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > limit) return false;
     pollfd event{loop.descriptor(), POLLIN, 0};

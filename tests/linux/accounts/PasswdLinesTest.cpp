@@ -6,6 +6,7 @@
 
 #include "linux/accounts/PasswdLines.h"
 #include "linux/directory/LinuxMembership.h"
+#include "tests/Patience.h"
 #include "tests/linux/Machine.h"
 
 namespace gatehall {
@@ -49,7 +50,7 @@ class PasswdLinesTest : public testing::Test {
 
   /// Looks the account up by its user id until it has that name, or is gone without one.
   void await(const std::string& userID, const Strings& names) {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto limit = std::chrono::steady_clock::now() + kPatience;
     while (mMachine.names(record::Users, "UniqueID", MatchType::EqualTo, {userID}) != names) {
       ASSERT_LT(std::chrono::steady_clock::now(), limit);
       std::this_thread::yield();
@@ -166,7 +167,7 @@ TEST_F(PasswdLinesTest, MakeEachOfManyQuestionsForTheAccessListTheAnswerThatTheF
     EXPECT_FALSE(mayEnter(1000));
     EXPECT_FALSE(mayEnter(77));
   }
-  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  const auto limit = std::chrono::steady_clock::now() + kPatience;
   mMachine.write("/etc/group", "gatehall-access:x:100:\n");  // whose first group it is
   while (!mayEnter(1000)) ASSERT_LT(std::chrono::steady_clock::now(), limit);
   mMachine.write("/etc/group", "gatehall-access:x:900:bob\n");
