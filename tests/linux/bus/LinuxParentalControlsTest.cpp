@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "linux/hours/LinuxParentalControls.h"
+#include "tests/Patience.h"
 #include "tests/linux/Machine.h"
 #include "tests/linux/bus/fixture/PrivateBus.h"
 #include "tests/platform/contracts/NoServices.h"
@@ -31,7 +32,7 @@ class LimitedMachine {
     setenv("TZ", "UTC0", 1);
     machine.clock.seconds += 43200;
     machine.options.systemBusAddress = bus.address();
-    machine.options.callTimeout = std::chrono::milliseconds(2000);
+    machine.options.callTimeout = kPatience;
     machine.write(
         "/usr/share/accountsservice/interfaces/"
         "com.endlessm.ParentalControls.SessionLimits.xml",
