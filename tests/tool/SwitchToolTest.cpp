@@ -207,11 +207,13 @@ TEST_F(SwitchTool, SaysWhatAServiceRefused) {
                                             "SwitchToUser: ")));
 }
 
-TEST_F(SwitchTool, EndsInTimeAndSaysWhyWhenAServiceNeverAnswers) {
-  start({"lightdm=silent", "logind"});
+TEST_F(SwitchTool, EndsInTimeAndSaysWhyWhenServicesNeverAnswer) {
+  start({"lightdm=silent", "logind=silent"});
   const auto result = run({"-switchToUserID", "1001"});
-  EXPECT_THAT(result.log, ElementsAre(kRoot, StartsWith("Unable to ask ")));
-  EXPECT_LT(result.taken, std::chrono::seconds(8));
+  EXPECT_THAT(result.log, ElementsAre(kRoot, StartsWith("Unable to ask org.freedesktop.login1 "),
+                                      StartsWith("Unable to ask org.freedesktop.DisplayManager ")));
+  // Five seconds, where sd-bus by itself waits 25 for each of them.
+  EXPECT_LT(result.taken, std::chrono::seconds(40));
 }
 
 TEST_F(SwitchTool, HasGivenUpTheShadowGroupBeforeItAsksForASwitch) {
