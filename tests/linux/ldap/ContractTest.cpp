@@ -2,6 +2,7 @@
 #include "linux/directory/LinuxMembership.h"
 #include "linux/directory/SearchNode.h"
 #include "tests/linux/Machine.h"
+#include "tests/linux/ldap/fixture/LdapMachine.h"
 #include "tests/linux/ldap/fixture/Ldif.h"
 #include "tests/linux/ldap/fixture/Slapd.h"
 #include "tests/platform/contracts/DirectoryContract.h"
@@ -60,7 +61,8 @@ class NetworkPlatform final : public Platform, public DirectoryService {
     mMachine.write("/etc/gatehall/directory.toml",
                    "[[directory]]\nname = \"scene\"\nservers = [\"" + sceneServer().uri() +
                        "\"]\nbase = \"dc=example,dc=org\"\nprofile = \"rfc2307bis\"\n"
-                       "tls = \"off\"\n");
+                       "tls = \"off\"\n" +
+                       LdapMachine::kNoHurry);
     const auto node = mMachine.directory().defaultSession()->nodeByName("ldap/scene");
     if (!node) throw std::runtime_error("no node");
     mSession = std::make_shared<NetworkSession>(

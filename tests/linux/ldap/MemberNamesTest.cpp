@@ -15,7 +15,8 @@ std::string basesOf(const std::string& uri) {
   return "[[directory]]\nname = \"test\"\nservers = [\"" + uri +
          "\"]\ntls = \"off\"\nprofile = \"rfc2307bis\"\n"
          "users-base = \"ou=people,dc=example,dc=org\"\n"
-         "groups-base = \"ou=groups,dc=example,dc=org\"\n";
+         "groups-base = \"ou=groups,dc=example,dc=org\"\n" +
+         LdapMachine::kNoHurry;
 }
 
 std::string unit(const std::string& name) {

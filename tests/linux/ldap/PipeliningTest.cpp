@@ -69,7 +69,7 @@ TEST_F(LdapSlowLink, TakesTheNextPageOnceThereIsRoom) {
   });
   ldap::Settings settings;
   settings.tls = ldap::Settings::Tls::Off;
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
   const auto connection =
       ldap::Connection::open(settings, ldap::URI::parse(mServer->uri()).value(), "", deadline);
   std::vector<ldap::Search> searches{{"dc=paged", ldap::Search::Scope::Subtree, "(a=1)", {}, true}};
@@ -77,8 +77,8 @@ TEST_F(LdapSlowLink, TakesTheNextPageOnceThereIsRoom) {
     searches.push_back({"dc=x", ldap::Search::Scope::Subtree, longFilter(), {}, false});
   }
   int entries = 0;
-  const auto results = connection->search(searches, {std::chrono::seconds(20), deadline},
-                                          [&](auto, auto, auto) { ++entries; });
+  const auto results =
+      connection->search(searches, {kPatience, deadline}, [&](auto, auto, auto) { ++entries; });
   for (const auto& result : results) EXPECT_TRUE(result.isSuccess());
   EXPECT_EQ(entries, 3);
   EXPECT_EQ(others, 3);
