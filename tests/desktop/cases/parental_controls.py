@@ -75,12 +75,12 @@ def a_switch_leaves_the_hours_to_whom_it_asks(desktop):
 
 
 def a_switch_asks_nobody_for_hours(desktop):
-    """Where the service is silent, a question to it takes three seconds and is logged. LightDM asks it
-    too, so the switch is one that needs no LightDM."""
+    """Where the service is silent, a question to it is logged. LightDM asks it too, so the switch is
+    one that needs no LightDM."""
     limit(desktop, 1001, 0, DAY)
     desktop.start_session_of("bob")
     desktop.bring_to_front("ann")
     desktop.freeze("accounts-daemon.service")
     result = desktop.switch("-switchToUserID", "1001")
-    assert result.seconds < 3 and result.log == [], result
+    assert result.log == [], result
     desktop.until_in_front("bob")

@@ -21,8 +21,8 @@ SEAT = "/org/freedesktop/login1/seat/seat0"
 LIGHTDM_LOG = Path("/var/log/lightdm/lightdm.log")
 ACTIVE_TERMINAL = "/sys/class/tty/tty0/active"
 
-# The longest that a step of the desktop may take, in seconds.
-PATIENCE = 20
+# The longest that a step of the desktop may take, in seconds, however busy the machine is.
+PATIENCE = 60
 
 
 class Desktop:

@@ -7,7 +7,7 @@ from gi.repository import Gio, GLib
 def run(*command, check=True, **options):
     """Runs a command of the system; what it printed."""
     done = subprocess.run(command, check=False, text=True, stdin=subprocess.DEVNULL,
-                          stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=60, **options)
+                          stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=120, **options)
     if check and done.returncode != 0:
         raise AssertionError(f"{' '.join(command)} ended with {done.returncode}: {done.stderr}")
     return done.stdout
@@ -22,7 +22,7 @@ class SystemBus:
     def call(self, service, path, interface, method, arguments=None):
         """The call's answer, as Python values; raises GLib.Error."""
         answer = self._connected().call_sync(service, path, interface, method, arguments, None, 0,
-                                             10000, None)
+                                             60000, None)
         return answer.unpack()
 
     def properties(self, service, path, interface):

@@ -6,10 +6,8 @@ import time
 
 from gi.repository import GLib
 
+from desktop import PATIENCE
 from system import run
-
-# The longest that a change may take to be shown, in seconds.
-PROMPTLY = 2
 
 # A list is built anew this long after its cause, in seconds; a little less by another clock.
 REBUILD_DELAY = 0.99
@@ -57,7 +55,7 @@ class Watch:
 
     def _stop(self):
         self._process.terminate()
-        status = self._process.wait(10)
+        status = self._process.wait(PATIENCE)
         if self._source:
             GLib.source_remove(self._source)
         self._process.stdout.close()
@@ -83,14 +81,13 @@ class Watch:
                 found[name] = values
         return found
 
-    def shows_promptly(self, step, expected):
-        """Does a step; the list differs by just what is expected, promptly, and goes on so."""
+    def shows(self, step, expected):
+        """Does a step; the list comes to differ by just what is expected, and goes on so."""
         before = self.users
         count = len(self.events)
         step()
         try:
-            self._desktop.until(lambda: self.differences(before) == expected, f"{expected} shown",
-                                seconds=PROMPTLY)
+            self._desktop.until(lambda: self.differences(before) == expected, f"{expected} shown")
         except AssertionError as error:
             raise AssertionError(f"{error}; told was {self._told(before, count)}") from None
         self.settle()
