@@ -32,6 +32,12 @@ TEST_P(LoginLists, IsNoneWhenThePreferenceIsEmpty) {
   EXPECT_EQ(guids(), std::nullopt);
 }
 
+TEST_P(LoginLists, AsksTheDirectoryNothingAboutAnEmptyList) {
+  setList(Array{});
+  EXPECT_EQ(guids(), std::nullopt);
+  EXPECT_TRUE(calls("query").empty());
+}
+
 TEST_P(LoginLists, IsNoneWhenThePreferenceIsNoList) {
   setList("*");
   EXPECT_EQ(guids(), std::nullopt);

@@ -94,6 +94,28 @@ TEST_F(NetworkTargets, AddedTwiceAreOneEntryAndOneThread) {
   EXPECT_EQ(measures(), 0U);
 }
 
+TEST_F(NetworkTargets, AreMeasuredForByOneThreadHoweverManyTheyAre) {
+  status()->addTarget(mTarget);
+  status()->addTarget(std::make_shared<CountingNetworkTarget>());
+  settle();
+  forgetCalls();
+  advance(3.0);
+  EXPECT_EQ(measures(), 3U);
+}
+
+TEST_F(NetworkTargets, AreStillToldAfterAnotherOneIsRemoved) {
+  const auto other = std::make_shared<CountingNetworkTarget>();
+  status()->addTarget(mTarget);
+  status()->addTarget(other);
+  settle();
+  status()->removeTarget(other);
+  advance(3.0);
+  reach("ldap/b", false);
+  advance(1.0);
+  EXPECT_EQ(mTarget->told, 1);
+  EXPECT_EQ(other->told, 0);
+}
+
 TEST_F(NetworkTargets, NoTargetStartsNoThread) {
   status()->addTarget(nullptr);
   status()->removeTarget(mTarget);

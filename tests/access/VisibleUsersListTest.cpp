@@ -122,6 +122,12 @@ TEST_F(VisibleUsersList, ListsALoggedInNetworkUser) {
   EXPECT_EQ(built(), "gus ann bob carol dana erin");
 }
 
+TEST_F(VisibleUsersList, LooksUpALoggedInUserByTheNameAsTheSessionSpellsIt) {
+  logIn(7, 2001, "Dana");
+  mWorld->sessions().setCurrent(7);
+  EXPECT_EQ(built(), "gus ann bob carol erin");
+}
+
 TEST_F(VisibleUsersList, MarksWhoOwnsTheConsoleAndWhoIsLoggedIn) {
   logIn(7, 1000, "ann");
   logIn(8, 1001, "bob");
@@ -148,6 +154,13 @@ TEST_F(VisibleUsersList, ForgetsTheConsoleMarkOfAnEarlierSessionOfTheSameUser) {
 TEST_F(VisibleUsersList, SkipsASessionWhoseLoginIsNotDoneAndOneThatWentAway) {
   mWorld->sessions().setList(WorldSessions::List{
       std::nullopt, WorldSession{.id = 7, .userID = 1001, .userName = "bob", .loginDone = false}});
+  mWorld->sessions().setCurrent(7);
+  const auto list = access()->buildVisibleUsersListWithNetworkUsers(false);
+  EXPECT_FALSE(list->findUserByShortName("bob")->isSuspended());
+}
+
+TEST_F(VisibleUsersList, SkipsASessionThatDoesNotSayWhetherItsLoginIsDone) {
+  mWorld->sessions().open({.id = 7, .userID = 1001, .userName = "bob", .loginDone = {}});
   mWorld->sessions().setCurrent(7);
   const auto list = access()->buildVisibleUsersListWithNetworkUsers(false);
   EXPECT_FALSE(list->findUserByShortName("bob")->isSuspended());

@@ -121,6 +121,16 @@ TEST_F(Authentication, IsNeededByAnyOtherAccountExactlyWhenItHasAnAuthority) {
   EXPECT_FALSE(kimWith({{"CopyTimestamp", {"now"}}})->shouldAuthenticate());
 }
 
+TEST_F(Authentication, IsNeededByAMobileAccountByItsAuthorityWhateverItsPolicy) {
+  EXPECT_TRUE(kimWith({{"CopyTimestamp", {"now"}}, {"AuthenticationAuthority", {";basic;"}}})
+                  ->shouldAuthenticate());
+  kimWith({{"CopyTimestamp", {"now"}}});
+  const auto record = mWorld->directory().node("local")->record("Users", "kim");
+  record->setPolicy(Dictionary{{"maxFailedLoginAttempts", 3}});
+  EXPECT_TRUE(userNamed("kim")->passwordPolicyInUse());
+  EXPECT_FALSE(userNamed("kim")->shouldAuthenticate());
+}
+
 TEST_F(AuthenticationKind, IsCryptForALocalAccountWithoutAnAuthorityOrWithABasicOne) {
   EXPECT_TRUE(kimWith({})->hasCryptPassword());
   EXPECT_TRUE(

@@ -76,6 +76,16 @@ TEST_F(CachedUserCreation, KeepsThePasswordOfTheAttributesItIsMadeOf) {
   EXPECT_EQ(ann->attributes()->count("UserPasswordKey"), 0U);
 }
 
+TEST_F(CachedUserCreation, KeepsNothingElseOfAttributesWithAPassword) {
+  const auto ann = CachedUser::cachedUserWithAttributes({{"RecordName", "annie"},
+                                                         {"UniqueID", "9"},
+                                                         {"FullName", "Another"},
+                                                         {"UserPasswordKey", "s3cret"}});
+  EXPECT_EQ(ann->shortName(), "ann");
+  EXPECT_EQ(ann->getUid(), 1000U);
+  EXPECT_EQ(ann->longName(), "Ann Lee");
+}
+
 TEST_F(CachedUserCreation, RefusesAttributesThatMayNotBeUsedWithoutAskingTheDirectory) {
   forgetCalls();
   EXPECT_EQ(CachedUser::cachedUserWithAttributes({{"RecordName", "ann"}}), nullptr);
