@@ -64,6 +64,12 @@ TEST_F(PasswordPolicy, OfAMobileAccountIsAbsentWithoutTheNameOfItsNode) {
   EXPECT_EQ(userNamed("erin")->passwordPolicy(), std::nullopt);
 }
 
+TEST_F(PasswordPolicy, IsNotFetchedForAnAccountThatNamesANodeButIsNotMobile) {
+  local("erin")->removeAttribute("CopyTimestamp");
+  EXPECT_EQ(userNamed("erin")->passwordPolicy(), std::nullopt);
+  EXPECT_THAT(calls("query"), IsEmpty());
+}
+
 TEST_F(PasswordPolicy, OfAMobileAccountIsAbsentWithoutAQueryOrResultsOrItsName) {
   for (const auto* operation : {"query", "queryResults"}) {
     fail({{operation, Fault::Kind::Absent}});
