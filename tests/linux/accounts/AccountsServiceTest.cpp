@@ -36,6 +36,17 @@ TEST_F(AccountsService, KeepsPicturesAndHints) {
   EXPECT_FALSE(machine.user("bob")->valuesForAttribute("AuthenticationHint"));
 }
 
+TEST_F(AccountsService, CountsLinesOfTheUsersSectionThatHaveAnEqualsSign) {
+  keep("ann", "Icon=/wrong\n");
+  EXPECT_FALSE(machine.user("ann")->valuesForAttribute("Picture"));
+  keep("ann", "[User]\nIcon\nPasswordHint\n#Icon=/wrong\n");
+  EXPECT_FALSE(machine.user("ann")->valuesForAttribute("Picture"));
+  EXPECT_FALSE(machine.user("ann")->valuesForAttribute("AuthenticationHint"));
+  keep("ann", " [User]\r\n\n\tIcon=/a=b.png\r\nPasswordHint=the dog");
+  EXPECT_THAT(values(machine.user("ann"), "Picture"), ElementsAre("/a=b.png"));
+  EXPECT_THAT(values(machine.user("ann"), "AuthenticationHint"), ElementsAre("the dog"));
+}
+
 TEST_F(AccountsService, KeepsAPictureUnderTheLoginName) {
   machine.write("/var/lib/AccountsService/icons/bob", "PNG");
   EXPECT_THAT(values(machine.user("bob"), "Picture"),

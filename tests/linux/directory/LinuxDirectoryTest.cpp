@@ -1,3 +1,4 @@
+#include <chrono>
 #include <functional>
 #include <gmock/gmock.h>
 #include <utility>
@@ -218,6 +219,27 @@ TEST_F(LinuxDirectoryNodes, ThatAnswerLateBringBackNoAccessListThatIsOver) {
   };
   EXPECT_TRUE(isAdmitted()) << "asked before the change";
   EXPECT_FALSE(isAdmitted());
+}
+
+TEST_F(LinuxDirectoryNodes, AreAskedForAnAccessListLessOftenThanThereAreQuestionsAndSoonAgain) {
+  machine.write("/etc/group", "gatehall-access:x:9:ann\n");
+  LinuxMembership membership(directory);
+  Identifier ann{};
+  ASSERT_EQ(membership.userIDToIdentifier(1000, ann), 0);
+  const auto isAdmitted = [&] {
+    bool isMember = false;
+    EXPECT_EQ(membership.checkServiceMembership(ann, "gatehall", isMember), 0);
+    return isMember;
+  };
+  constexpr int kQuestions = 200;
+  const int before = network->queries;
+  for (int question = 0; question < kQuestions; ++question) EXPECT_TRUE(isAdmitted());
+  EXPECT_LT(network->queries - before, kQuestions);
+  machine.write("/etc/group", "gatehall-access:x:9:\n");
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  bool isStillAdmitted = true;
+  while (isStillAdmitted && std::chrono::steady_clock::now() < end) isStillAdmitted = isAdmitted();
+  EXPECT_FALSE(isStillAdmitted);
 }
 
 TEST_F(LinuxDirectoryNodes, ThatFailGiveNoAnswerAboutAccess) {

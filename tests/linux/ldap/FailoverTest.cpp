@@ -178,6 +178,74 @@ TEST_F(LdapServersTest, ThatAreMuteStandBehindTheOthers) {
   expectAsked(second);
 }
 
+/// Of which the first one answers only so many searches on each connection, and then hangs up or
+/// falls mute.
+class LdapServersThatFail : public LdapServersTest {
+ protected:
+  enum class End { HangsUp, FallsMute };
+
+  /// Puts a question, and tells who answered it.
+  std::string ask() {
+    std::string uri;
+    fickleServers().run([&](ldap::Connection& connection) {
+      ldap::Servers::askForNothing(connection, fickleServers().limits());
+      uri = connection.server().text;
+    });
+    return uri;
+  }
+
+  ldap::Servers& fickleServers() {
+    if (!mServers) {
+      ldap::Settings settings;
+      settings.servers = {*ldap::URI::parse(fickle.uri()), *ldap::URI::parse(second.uri())};
+      settings.tls = ldap::Settings::Tls::Off;
+      mServers = std::make_unique<ldap::Servers>(settings, HostOptions());
+    }
+    return *mServers;
+  }
+
+  std::atomic<End> end = End::HangsUp;
+  std::atomic<int> searches = 0;
+  ScriptedServer fickle{[this](Peer& peer) {
+    for (int answered = 0; const auto request = peer.read();) {
+      if (request->operation != ber::kSearchRequest || answered++ < searches) {
+        if (!answer(peer, *request)) return;
+      }
+      if (end == End::HangsUp && request->operation == ber::kSearchRequest &&
+          answered >= searches) {
+        return;
+      }
+    }
+  }};
+
+ private:
+  std::unique_ptr<ldap::Servers> mServers;
+};
+
+TEST_F(LdapServersThatFail, AreLeftForTheNextOneWhenTheyBreakOffANewConnection) {
+  EXPECT_EQ(ask(), second.uri());
+  EXPECT_EQ(fickle.connections(), 1);
+}
+
+TEST_F(LdapServersThatFail, AreAskedAgainWhenTheyClosedAConnectionThatNobodyUsed) {
+  searches = 1;
+  for (int connections = 1; connections <= 3; ++connections) {
+    EXPECT_EQ(ask(), fickle.uri());
+    EXPECT_EQ(fickle.connections(), connections);
+  }
+  fickleServers().probe();
+  EXPECT_EQ(ask(), fickle.uri());
+}
+
+TEST_F(LdapServersThatFail, AreLeftForTheNextOneWhenTheyFallMuteOnAConnectionThatWasUsed) {
+  searches = 1;
+  end = End::FallsMute;
+  EXPECT_EQ(ask(), fickle.uri());
+  EXPECT_THROW(ask(), ldap::ConnectionLost);
+  EXPECT_EQ(ask(), second.uri());
+  EXPECT_EQ(fickle.connections(), 1);
+}
+
 /// Where two come together.
 class Meeting {
  public:

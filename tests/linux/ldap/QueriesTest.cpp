@@ -131,6 +131,33 @@ TEST_F(LdapQueries, TakeHundredsOfValuesInAFewSearches) {
   EXPECT_EQ(ldap::Connection::searchesSent() - before, 3U);
 }
 
+TEST_F(LdapQueries, ForTheSameAreSentOnceWhetherAnybodyHasItOrNot) {
+  machine.node();
+  for (const auto& [kind, value] :
+       {std::pair("GUID", "5F000000-0000-4000-8000-0000000000DA"),
+        std::pair("GUID", "5F000000-0000-4000-8000-00000000FFFF"), std::pair("RecordName", "erin"),
+        std::pair("RecordName", "nobody")}) {
+    const auto names = machine.userNames(kind, MatchType::EqualTo, {value});
+    const auto before = ldap::Connection::searchesSent();
+    EXPECT_EQ(machine.userNames(kind, MatchType::EqualTo, {value}), names);
+    EXPECT_EQ(ldap::Connection::searchesSent() - before, 0U) << kind << ' ' << value;
+  }
+}
+
+TEST_F(LdapQueries, ForAMemberOfAGroupThatWasReadAreSentNoMoreWhateverWasKnownBefore) {
+  machine.networkUser("erin");
+  machine.clock.seconds += 4;
+  machine.networkUser("dana");
+  machine.clock.seconds += 1;
+  machine.networkUser("erin");
+  machine.clock.seconds += 4.5;  // what was known of dana is too old, and not yet dropped
+  EXPECT_THAT(values(machine.networkGroup("people"), "GroupMembership"),
+              UnorderedElementsAre("dana", "erin"));
+  const auto before = ldap::Connection::searchesSent();
+  EXPECT_NE(machine.networkUser("dana"), nullptr);
+  EXPECT_EQ(ldap::Connection::searchesSent() - before, 0U);
+}
+
 TEST_F(LdapQueries, ListAllRecordsPageByPage) {
   const auto before = ldap::Connection::searchesSent();
   EXPECT_EQ(machine.allNetworkUsers().size(), kCrowd + 5U);

@@ -62,6 +62,47 @@ TEST_F(LdapReferrals, FailTheQuestionWhenTheOtherServerAnswersAPartOnly) {
   }
 }
 
+TEST_F(LdapReferrals, AreFollowedFromOneToTheNextUnlessTheyLeadTooFar) {
+  // Refers on from each place, "dc=hop1" and so on, to the next one, up to the last.
+  std::atomic<int> last = 0;
+  serve([&](Peer& peer) {
+    peer.serve([&](const Request& request) {
+      const auto at = request.content.find("dc=hop");
+      const int hop = request.content[at + 6] - '0';
+      if (hop == last) return peer.write(found(request, {erinsEntry()}));
+      const auto next = mServer->uri() + "/dc=hop" + std::to_string(hop + 1);
+      return peer.write(ber::message(
+          request.id,
+          ber::result(ber::kSearchDone, kReferral, "", ber::tagged(0xA3, ber::octets(next)))));
+    });
+  });
+  const auto ask = [&](int hops) {
+    last = hops;
+    refer({mServer->uri() + "/dc=hop1"});
+    LdapMachine other;
+    other.configure(LdapMachine::table("test", LdapMachine::quoted(mFirst->uri()),
+                                       "tls = \"off\"\nfollow-referrals = true\n"));
+    const auto names = other.anywhere({"dana", "erin"});
+    return std::pair(names, other.log.lines());
+  };
+  EXPECT_EQ(ask(5), std::pair(Strings({"dana", "erin"}), Strings()));
+  EXPECT_EQ(ask(6), std::pair(Strings({"dana"}), Strings{"ldap/test: referrals lead too far"}));
+}
+
+TEST_F(LdapReferrals, ToAPlaceThatWasAskedEndThere) {
+  serve([&](Peer& peer) {
+    peer.serve([&](const Request& request) {
+      const auto back = ber::tagged(0xA3, ber::octets(mFirst->uri()));
+      return peer.write(
+          ber::message(request.id, erinsEntry()) +
+          ber::message(request.id, ber::result(ber::kSearchDone, kReferral, "", back)));
+    });
+  });
+  refer({mServer->uri() + "/dc=x"});
+  EXPECT_THAT(machine.anywhere({"dana", "erin"}), ElementsAre("dana", "erin"));
+  EXPECT_THAT(machine.log.lines(), testing::IsEmpty());
+}
+
 TEST_F(LdapReferrals, HaveTheTimeOfOneQuestionTogether) {
   std::atomic<int> asked = 0;
   serve([&](Peer& peer) {

@@ -131,6 +131,15 @@ TEST_F(LdapSettingsFile, LeavesADirectoryOutThatIsWrittenWrongAndSaysWhere) {
   }
 }
 
+TEST_F(LdapSettingsFile, TakesNamesOfUpTo64Characters) {
+  const auto tableOf = [](const std::string& name) {
+    return "[[directory]]\nname = \"" + name + "\"\nservers = [\"ldap://x\"]\nbase = \"dc=x\"\n";
+  };
+  const std::string longest(64, 'x');
+  EXPECT_THAT(namesIn(tableOf(longest)), ElementsAre(longest));
+  EXPECT_THAT(namesIn(tableOf(longest + "x")), IsEmpty());
+}
+
 TEST_F(LdapSettingsFile, NamesTheLineOfAFault) {
   EXPECT_THAT(namesIn("[[directory]]\nname = \"bad\"\n\nservers = [\n \"ldap://x\",\n 7]\n" +
                       std::string(kGood)),

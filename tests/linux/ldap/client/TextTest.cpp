@@ -47,6 +47,28 @@ TEST(LdapName, HasOneSpellingHoweverItIsWritten) {
   EXPECT_FALSE(same("cn=a,dc=x", "cn=a"));
 }
 
+// A name without spaces is read by a way of its own.
+TEST(LdapName, TakesTheSameLettersWithAndWithoutSpaces) {
+  for (int code = 1; code < 256; ++code) {
+    const char c = static_cast<char>(code);
+    if (c == ' ' || c == '=') continue;
+    const bool isLetter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+    const bool isOfType = isLetter || (c >= '0' && c <= '9') || c == '-' || c == '.';
+    const std::string low(1, c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c);
+    const auto type = std::string("a") + c + "b=";
+    const auto inType =
+        isOfType ? std::optional("a" + low + "b=x,dc=y") : std::optional<std::string>();
+    EXPECT_EQ(ldap::distinguishedName::canonical(type + "x,dc=y"), inType) << code;
+    EXPECT_EQ(ldap::distinguishedName::canonical(type + "x, dc=y"), inType) << code;
+    const auto value = std::string("a=b") + c + "b,dc=";
+    const auto inValue = ldap::distinguishedName::canonical(value + " y");
+    EXPECT_EQ(ldap::distinguishedName::canonical(value + "y"), inValue) << code;
+    if (isOfType || c == '_') {
+      EXPECT_EQ(inValue, "a=b" + low + "b,dc=y") << code;
+    }
+  }
+}
+
 TEST(LdapFilter, SplitsManyTermsIntoPartsThatServersTake) {
   std::vector<std::string> terms(1200, "(a=1)");
   ASSERT_EQ(ldap::searchFilter::anyOfInParts(terms).size(), 3U);
@@ -112,6 +134,14 @@ TEST(LdapURI, IsNotEverything) {
                            "ldapi://%2Fa%zz"}) {
     EXPECT_FALSE(ldap::URI::parse(text)) << text;
   }
+}
+
+TEST(LdapURI, DecodesWholeEscapesOnly) {
+  constexpr std::string_view kEscape = "a%41";
+  EXPECT_EQ(ldap::URI::percentDecoded(kEscape), "aA");
+  EXPECT_EQ(ldap::URI::percentDecoded(kEscape.substr(0, 3)), std::nullopt)
+      << "the digit is cut off";
+  EXPECT_EQ(ldap::URI::percentDecoded(kEscape.substr(0, 2)), std::nullopt);
 }
 
 TEST(LdapReferral, NamesAServerAndABase) {
