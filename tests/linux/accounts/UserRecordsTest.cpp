@@ -177,6 +177,18 @@ TEST_F(UserRecordFiles, ThatCanNotBeTrustedAreSkippedAndTheLogSaysWhy) {
               ElementsAre("/etc/userdb/zoe.user: ignored: others than its owner can write it"));
 }
 
+TEST_F(UserRecordFiles, HoldValuesNestedIn32Others) {
+  const auto faultOf = [](std::size_t depth) {
+    std::string fault;
+    parseUserRecord(
+        R"({"userName": "zoe", "a": )" + std::string(depth, '[') + std::string(depth, ']') + "}",
+        fault);
+    return fault;
+  };
+  EXPECT_EQ(faultOf(32), "");
+  EXPECT_EQ(faultOf(33), "nested too deep");
+}
+
 TEST_F(UserRecordFiles, ThatCanNotBeReadAreSkippedAndTheLogSaysWhy) {
   const std::string deep(100000, '[');
   const std::pair<std::string, std::string> cases[] = {

@@ -252,6 +252,17 @@ TEST_F(LinuxParentalControlsTest, AreNotAskedOnAboutOthersByAProcessThatTheyDeni
   EXPECT_THAT(machine.log.lines(), IsEmpty());
 }
 
+TEST_F(LinuxParentalControlsTest, AreAskedAboutTheProcesssOwnUserThoughTheyDeniedOthers) {
+  const auto own = std::to_string(geteuid());
+  machine.write("/etc/passwd", "me:x:" + own +
+                                   ":100:Me:/home/me:/bin/sh\n"
+                                   "bob:x:10001:100:Bob:/home/bob:/bin/sh\n"
+                                   "carol:x:10002:100:Carol:/home/carol:/bin/sh\n");
+  bus.start(
+      {"accounts", "account=10001,denied", "account=" + own + ",1,0,3600", "account=10002,denied"});
+  EXPECT_THAT(managed(everyone()), ElementsAre("me"));
+}
+
 }  // namespace
 
 namespace contracts {

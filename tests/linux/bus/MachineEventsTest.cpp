@@ -438,6 +438,20 @@ TEST_F(MachineEventsTest, RefreshAndGoOnWhenTheBusWasAway) {
   }
 }
 
+TEST_F(MachineEventsTest, RefreshForEachAccountFileWhileTheBusIsAway) {
+  begin({});
+  // Behind the machine on the bus, which is the first to be left, and hears nothing of it.
+  BusPeer accounts(bus.address());
+  accounts.own(kAccounts);
+  ASSERT_TRUE(settle(accounts));
+  bus.end();
+  ASSERT_TRUE(driveUntil(loop(), [&] { return !log->lines().empty(); }));
+  replace("/etc/passwd", "ann:x:1000:1000:Ann Lee:/home/ann:/bin/sh\n");
+  replace("/etc/shadow", "ann:!:1::::::\n");
+  EXPECT_TRUE(driveUntil(loop(), [&] { return std::ranges::count(heard, kRefresh) == 2; }))
+      << "AccountsService, which is out of reach, was waited for";
+}
+
 TEST_F(MachineEventsTest, RefreshWhenTheBusComesLate) {
   peer.reset();
   bus.end();

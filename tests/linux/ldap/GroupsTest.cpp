@@ -89,6 +89,17 @@ TEST_F(LdapGroups, LookTheMembersOfManyGroupsUpAtOnce) {
   EXPECT_EQ(ldap::Connection::searchesSent() - before, 2U);
 }
 
+TEST(LdapNestedGroups, AreListedOnceHoweverTheGroupNamesThem) {
+  const Slapd slapd(
+      {.ldif = ldifOf(LdifGroup{"teachers", 200, {}, {}, guid(11)}) +
+               ldifOf(LdifGroup{"staff", 100, {groupDN("teachers")}, {"teachers"}, guid(10)})});
+  LdapMachine machine;
+  machine.configure(
+      LdapMachine::table("test", LdapMachine::quoted(slapd.uri()),
+                         "tls = \"off\"\n[directory.groups]\nNestedGroups = \"memberUid\"\n"));
+  EXPECT_EQ(values(machine.networkGroup("staff"), "NestedGroups"), Strings{guid(11)});
+}
+
 TEST_F(LdapGroups, HaveMembersAtAnyDepthAndInCircles) {
   const auto dana = machine.networkUser("dana");
   const auto frank = machine.networkUser("frank");

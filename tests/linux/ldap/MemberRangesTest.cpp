@@ -53,6 +53,18 @@ TEST_F(LdapMemberRanges, WithoutAnEndAreCutOff) {
   EXPECT_THROW(group->valuesForAttribute("GroupMembership"), PlatformException);
 }
 
+TEST_F(LdapMemberRanges, EndWhereTheServerGoesBack) {
+  serve([this](Peer& peer) {
+    peer.serve([&](const Request& request) {
+      const bool isByName = request.content.find("entryDN") != std::string::npos;
+      if (request.content.find(kRange) != std::string::npos) ++mRanges;
+      return peer.write(found(request, {isByName ? danasEntry() : group("0-0", {kMember})}));
+    });
+  });
+  EXPECT_THAT(values(machine.networkGroup("all"), "GroupMembership"), ElementsAre("dana"));
+  EXPECT_EQ(mRanges, 1);
+}
+
 TEST_F(LdapMemberRanges, EndWhereNothingIsHandedOut) {
   serveRanges([] { return std::vector<std::string>(); });
   EXPECT_THAT(values(machine.networkGroup("all"), "GroupMembership"), ElementsAre("dana"));

@@ -1,3 +1,4 @@
+#include <mutex>
 #include <sys/stat.h>
 
 #include "linux/records/DirectoryErrorCodes.h"
@@ -166,6 +167,107 @@ TEST_F(LdapPasswords, OfTheAccountThatSearchesComeFromAFileOfRootsOnly) {
                 chmod(path.c_str(), 0600);
               }),
               HasSubstr("cn=manager,dc=example,dc=org is refused: Invalid credentials"));
+}
+
+TEST_F(LdapPasswords, DoNotExpireAfterSoManyDaysThatItMeansNever) {
+  const auto maximum = [this](std::string_view days) {
+    server.modify("dn: " + userDN("ivan") +
+                  "\nchangetype: modify\nreplace: shadowMax\nshadowMax: " + std::string(days) +
+                  "\n");
+    machine.clock.seconds += 6;
+    return machine.networkUser("ivan")->passwordPolicy();
+  };
+  EXPECT_EQ(maximum("99998"),
+            (Dictionary{{"maxMinutesUntilChangePassword", std::int64_t{99998} * 1440}}));
+  EXPECT_EQ(maximum("99999"), std::nullopt);
+}
+
+/// A server of Active Directory's kind that lets dana in by no password.
+class LdapRefusals : public testing::Test {
+  std::mutex mMutex;
+  int mResult = 0;
+  std::string mText;
+  std::string mPasswordLastSet = "132223104000000000";
+
+ protected:
+  LdapRefusals() {
+    machine.configure("[[directory]]\nname = \"test\"\nservers = [\"" + server.uri() +
+                      "\"]\nbase = \"DC=example,DC=org\"\nprofile = \"active-directory\"\n"
+                      "tls = \"off\"\n");
+  }
+
+  /// dana, after the last answers are forgotten.
+  std::shared_ptr<DirectoryRecord> dana() {
+    machine.clock.seconds += 6;
+    return machine.networkUser("dana");
+  }
+
+  /// What becomes of her password when that is the server's answer.
+  std::int64_t verify(int result, const std::string& data = "") {
+    {
+      const std::lock_guard lock(mMutex);
+      mResult = result;
+      mText = "80090308: LdapErr: DSID-0C090447, comment: AcceptSecurityContext error, data " +
+              data + ", v3839";
+    }
+    DirectoryError error;
+    EXPECT_FALSE(dana()->verifyPassword("right", error));
+    return error.code;
+  }
+
+  void setPasswordLastSet(const std::string& time) {
+    const std::lock_guard lock(mMutex);
+    mPasswordLastSet = time;
+  }
+
+  ScriptedServer server{[this](ScriptedServer::Peer& peer) {
+    while (const auto request = peer.read()) {
+      const std::lock_guard lock(mMutex);
+      if (request->operation == ber::kBindRequest) {
+        const bool isDana = request->content.find("CN=Dana") != std::string::npos;
+        peer.write(ber::message(request->id, ber::result(ber::kBindResponse, isDana ? mResult : 0,
+                                                         isDana ? mText : "")));
+      } else {
+        peer.write(ber::message(request->id, ber::entry("CN=Dana Fox,DC=example,DC=org",
+                                                        {{"objectClass", {"user"}},
+                                                         {"sAMAccountName", {"dana"}},
+                                                         {"uidNumber", {"5000"}},
+                                                         {"objectGUID", {"0123456789abcdef"}},
+                                                         {"pwdLastSet", {mPasswordLastSet}}})) +
+                   ber::message(request->id, ber::result(ber::kSearchDone, 0)));
+      }
+    }
+  }};
+  LdapMachine machine;
+};
+
+TEST_F(LdapRefusals, HaveTheReasonThatActiveDirectorySays) {
+  constexpr int kInvalidCredentials = 49;
+  for (const auto* data : {"533", "701", "775"}) {
+    EXPECT_EQ(verify(kInvalidCredentials, data), directoryError::kAccountDisabled) << data;
+  }
+  for (const auto* data : {"532", "773"}) {
+    EXPECT_EQ(verify(kInvalidCredentials, data), directoryError::kPasswordExpired) << data;
+  }
+  for (const auto* data : {"52e", "5330", "1773", ""}) {
+    EXPECT_EQ(verify(kInvalidCredentials, data), directoryError::kPasswordRefused) << data;
+  }
+}
+
+TEST_F(LdapRefusals, AreNoneOfAServerThatHasNoTime) {
+  constexpr int kUnwillingToPerform = 53;
+  for (const int busyOrUnavailable : {51, 52}) {
+    EXPECT_THROW(verify(busyOrUnavailable), PlatformException) << busyOrUnavailable;
+  }
+  EXPECT_EQ(verify(kUnwillingToPerform), directoryError::kPasswordRefused);
+}
+
+TEST_F(LdapRefusals, LeaveThePolicyOfAnEntryThatSaysWhenItsPasswordWasSet) {
+  EXPECT_EQ(dana()->passwordPolicy(), (Dictionary{{"passwordLastSetTime", 1577836800}}));
+  setPasswordLastSet("0");
+  EXPECT_EQ(dana()->passwordPolicy(), (Dictionary{{"newPasswordRequired", true}}));
+  setPasswordLastSet("-1");
+  EXPECT_EQ(dana()->passwordPolicy(), std::nullopt);
 }
 
 TEST(LdapPasswordsOfActiveDirectory, AreRefusedForTheReasonInTheText) {

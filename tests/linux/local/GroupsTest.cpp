@@ -62,6 +62,16 @@ class Stranger final : public DirectoryRecord {
 
 }  // namespace
 
+TEST_F(LocalGroups, HaveTheFirstOfTwoAccountsOfOneNameForAMember) {
+  const auto bob = values(machine.user("bob"), "GUID");
+  machine.write("/etc/passwd",
+                "bob:x:1001:50::/home/bob:/bin/sh\n"
+                "bob:x:2001:50::/home/bob:/bin/sh\n");
+  machine.write("/etc/group", "staff:x:50:bob\n");
+  EXPECT_EQ(values(machine.user("bob"), "GUID"), bob);
+  EXPECT_EQ(values(machine.group("staff"), "GroupMembers"), bob);
+}
+
 TEST_F(LocalGroups, AreThoseOfTheFileAndAdmin) {
   EXPECT_THAT(machine.allGroups(), ElementsAre("root", "sudo", "staff", "empty", "twin", "admin"));
   EXPECT_THAT(machine.names("Groups", "PrimaryGroupID", MatchType::EqualTo, {"50"}),

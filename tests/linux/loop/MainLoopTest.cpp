@@ -90,6 +90,16 @@ TEST_F(MainLoopTest, GivesTheProgramsLoopItsTurnHoweverMuchThereIsToDo) {
   mLoop.dispatch();
 }
 
+TEST_F(MainLoopTest, TellsByItsDescriptorOfTasksThatItLeavesForItsNextTurn) {
+  constexpr int kTasks = 1000;
+  int runs = 0;
+  for (int task = 0; task < kTasks; ++task) mLoop.post([&] { ++runs; });
+  mLoop.dispatch();
+  EXPECT_LT(runs, kTasks);
+  while (runs < kTasks && hasSomethingToDo(mLoop)) mLoop.dispatch();
+  EXPECT_EQ(runs, kTasks);
+}
+
 TEST_F(MainLoopTest, MayBeDispatchedFromATask) {
   std::vector<int> ran;
   mLoop.post([&] {

@@ -1,5 +1,6 @@
 #include <cstddef>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
