@@ -6,13 +6,15 @@
 
 #include "base/ProcessWide.h"
 #include "gatehall/directory/SubnodeCounts.h"
+#include "gatehall/platform/DirectoryService.h"
 #include "gatehall/platform/Platform.h"
 
 namespace gatehall {
 
 namespace {
 
-constexpr std::uint64_t kNodesWithoutNetwork = 2;
+/// A search node that covers no more than these covers no network node.
+constexpr std::uint64_t kNodesWithoutNetwork = kFirstNetworkNode;
 constexpr double kMeasureInterval = 1.0;
 
 ProcessWide<NetworkStatus> sharedStatus;

@@ -16,9 +16,6 @@ namespace {
 constexpr std::array kMatchKinds = {MatchType::EqualToIgnoringCase, MatchType::EqualTo,
                                     MatchType::ContainsIgnoringCase, MatchType::Contains};
 
-/// The local node and the one after it stand first in every search; network nodes follow.
-constexpr std::size_t kFirstNetworkNode = 2;
-
 const std::shared_ptr<CachedUserList> kNoList;
 
 }  // namespace

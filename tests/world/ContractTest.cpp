@@ -21,7 +21,18 @@ class InWorld : public Host {
   const std::shared_ptr<World> mWorld = sceneWorld();
 };
 
-class WorldDirectoryHost final : public InWorld<DirectoryHost> {};
+class WorldDirectoryHost final : public InWorld<DirectoryHost> {
+ public:
+  Strings addNetworkNodes() override {
+    auto& directory = mWorld->directory();
+    for (const auto* name : {"ldap/one", "ldap/two"}) {
+      directory.addNode(name)->addRecord({"Users", {{"RecordName", {"dana"}}}, {}, {}});
+    }
+    directory.setSearchNode("search", {"local", "unix", "ldap/one", "ldap/two"});
+    directory.setReachable("ldap/two", false);
+    return {"ldap/one", "ldap/two"};
+  }
+};
 
 class WorldMembershipHost final : public InWorld<MembershipHost> {
  public:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -23,6 +24,9 @@ enum class MatchType : std::uint32_t {
   Contains = 0x2004,
   ContainsIgnoringCase = 0x2104,
 };
+
+/// The place of the first network node among those that the search node covers, counted from 0.
+inline constexpr std::size_t kFirstNetworkNode = 2;
 
 /// The domain of errors that carry one of the directory's own codes.
 inline constexpr std::string_view kDirectoryErrorDomain = "com.orvane.Lexidir";
@@ -80,9 +84,15 @@ class DirectoryNode {
 
   /// The names of the nodes that the search node covers, in search order; absent for other nodes
   /// and after a failure. May raise.
+  ///
+  /// The first two places are the machine's own: the local node stands in the first, in the second
+  /// one without records. Network nodes are those from kFirstNetworkNode on. The layer knows them
+  /// by nothing but their places, so a host that has network nodes fills both places before them,
+  /// and one without any may leave the second out.
   virtual std::optional<Strings> subnodeNames() = 0;
 
-  /// Those of the covered nodes that can't be reached now; absent as for subnodeNames. May raise.
+  /// Those of the covered nodes that can't be reached now, never one of the first two; absent as
+  /// for subnodeNames. May raise.
   virtual std::optional<Strings> unreachableSubnodeNames() = 0;
 
   /// The one record of that type whose RecordName has a value equal to the name (case-sensitive),

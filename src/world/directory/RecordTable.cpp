@@ -21,6 +21,11 @@ bool wantsAllRecords(const QueryDescription& query) {
 
 }  // namespace
 
+bool RecordTable::isEmpty() const {
+  return std::ranges::all_of(mSections,
+                             [](const auto& each) { return each.second.records.empty(); });
+}
+
 std::shared_ptr<StoredRecord> RecordTable::add(std::shared_ptr<const RecordContents> contents) {
   auto& section = mSections[contents->type];
   auto record =

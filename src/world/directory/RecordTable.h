@@ -39,6 +39,8 @@ class RecordTable {
 
   const std::string& nodeName() const { return mNodeName; }
 
+  bool isEmpty() const;
+
   std::shared_ptr<StoredRecord> add(std::shared_ptr<const RecordContents> contents);
   void replace(StoredRecord& record, std::shared_ptr<const RecordContents> contents);
   void remove(StoredRecord& record);

@@ -91,6 +91,13 @@ void WorldDirectory::setUnreachable(Strings nodes) {
   mState->unreachable = std::move(nodes);
 }
 
+bool WorldDirectory::isEmpty(std::string_view node) {
+  const std::scoped_lock lock(mState->mutex);
+  if (std::ranges::find(mState->unreachable, node) != mState->unreachable.end()) return false;
+  const auto* table = mState->find(node);
+  return table == nullptr || table->isEmpty();
+}
+
 std::shared_ptr<WorldNode> WorldDirectory::addNode(std::string_view name) {
   const std::scoped_lock lock(mState->mutex);
   if (name.empty() || mState->isSearchNode(name) || mState->find(name) != nullptr) {

@@ -44,6 +44,10 @@ class WorldDirectory final : public DirectoryService {
   /// Whether the node can be reached. One that can't is not opened and contributes no record.
   void setReachable(std::string_view node, bool reachable);
 
+  /// Whether the node has no records, or doesn't exist, and is not one of those that can't be
+  /// reached.
+  bool isEmpty(std::string_view node);
+
   /// A new node, reachable. Raises std::invalid_argument when the name is taken or empty.
   std::shared_ptr<WorldNode> addNode(std::string_view name);
 

@@ -4,12 +4,29 @@
 #include <utility>
 
 #include "gatehall/platform/AttributeKinds.h"
+#include "gatehall/platform/DirectoryService.h"
 #include "world/file/Values.h"
 #include "world/file/WorldFile.h"
 
 namespace gatehall {
 
 namespace {
+
+/// The first two places of the search order are the machine's own. A network node that stands in
+/// one of them would be passed over in silence, by whatever asks for network users.
+void checkOwnPlaces(const JsonCursor& covers, WorldDirectory& directory) {
+  const auto local = directory.localNodeName();
+  std::size_t place = 0;
+  covers.forEachElement([&](const JsonCursor& at) {
+    const auto& node = at.string();
+    const bool isLocal = local ? node == *local : place == 0;
+    if (place++ >= kFirstNetworkNode || isLocal || directory.isEmpty(node)) return;
+    at.fail(
+        "\"" + node +
+        "\" would be passed over here: network nodes come third and later, after the local node "
+        "and one without records, such as \"unix\"");
+  });
+}
 
 constexpr std::array kNumericKinds = {attribute::UniqueID, attribute::PrimaryGroupID};
 
@@ -124,6 +141,9 @@ void readDirectory(const JsonCursor& section, WorldDirectory& directory) {
   }
   if (const auto at = section.find("nodes")) {
     at->forEachElement([&](const JsonCursor& node) { readNode(node, directory); });
+  }
+  if (const auto at = section.find("searchNode"); at && !at->isNull()) {
+    if (const auto covers = at->find("covers")) checkOwnPlaces(*covers, directory);
   }
 }
 

@@ -69,6 +69,13 @@ class NetworkPlatform final : public Platform, public DirectoryService {
         std::make_shared<local::Host>(mMachine.options, mMachine.log, mMachine.clock), node);
   }
 
+  /// From now on the directory is the whole machine's, in which the network's node has its own
+  /// place.
+  Strings addNetworkNodes() {
+    mSession = mMachine.directory().defaultSession();
+    return {"ldap/scene"};
+  }
+
   std::shared_ptr<DirectorySession> defaultSession() override { return mSession; }
 
   Process& process() override { absent(); }
@@ -95,6 +102,7 @@ class NetworkPlatform final : public Platform, public DirectoryService {
 class NetworkDirectoryHost final : public DirectoryHost {
  public:
   Platform& platform() override { return mPlatform; }
+  Strings addNetworkNodes() override { return mPlatform.addNetworkNodes(); }
 
  private:
   NetworkPlatform mPlatform;

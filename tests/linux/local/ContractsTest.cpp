@@ -29,7 +29,19 @@ class MachinePlatform final : public NoServices {
     machine.write("/etc/group", "staff:x:50:\nadmin:x:80:ann\n" + more);
   }
 
-  DirectoryService& directory() override { return machine.directory(); }
+  /// From now on the directory has these nodes, too, of servers that don't answer.
+  Strings addNetworkNodes() {
+    std::string tables;
+    for (const auto* name : {"one", "two"}) {
+      tables += "[[directory]]\nname = \"" + std::string(name) +
+                "\"\nservers = [\"ldap://127.0.0.1:1\"]\nbase = \"dc=example,dc=org\"\n";
+    }
+    machine.write("/etc/gatehall/directory.toml", tables);
+    mDirectory = std::make_unique<LinuxDirectory>(machine.options, machine.log, machine.clock);
+    return {"ldap/one", "ldap/two"};
+  }
+
+  DirectoryService& directory() override { return mDirectory ? *mDirectory : machine.directory(); }
   MembershipService& membership() override { return mMembership; }
   Clock& clock() override { return machine.clock; }
   Log& log() override { return machine.log; }
@@ -38,11 +50,13 @@ class MachinePlatform final : public NoServices {
 
  private:
   LinuxMembership mMembership;
+  std::unique_ptr<LinuxDirectory> mDirectory;
 };
 
 class LocalDirectoryHost final : public DirectoryHost {
  public:
   Platform& platform() override { return mPlatform; }
+  Strings addNetworkNodes() override { return mPlatform.addNetworkNodes(); }
 
  private:
   MachinePlatform mPlatform;

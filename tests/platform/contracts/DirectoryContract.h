@@ -19,6 +19,10 @@ class DirectoryHost {
  public:
   virtual ~DirectoryHost() = default;
   virtual Platform& platform() = 0;
+
+  /// Gives the machine network directories; answers the names of their nodes, in their order. The
+  /// machine had none.
+  virtual Strings addNetworkNodes() = 0;
 };
 
 class DirectoryContract : public testing::TestWithParam<Factory<DirectoryHost>> {
@@ -82,6 +86,35 @@ TEST_P(DirectoryContract, CoversTheLocalNodeFirst) {
   const auto unreachable = node(NodeType::Search)->unreachableSubnodeNames();
   ASSERT_TRUE(unreachable);
   EXPECT_THAT(*unreachable, testing::Not(testing::Contains(covered->front())));
+}
+
+TEST_P(DirectoryContract, CoversTwoNodesAtMostWithoutANetwork) {
+  EXPECT_LE(node(NodeType::Search)->subnodeNames().value().size(), kFirstNetworkNode);
+}
+
+TEST_P(DirectoryContract, CoversNetworkNodesFromTheThirdOnBehindAnEmptyOne) {
+  const auto network = mHost->addNetworkNodes();
+  const auto search = node(NodeType::Search);
+  const auto covered = search->subnodeNames().value();
+  ASSERT_EQ(covered.size(), kFirstNetworkNode + network.size());
+  EXPECT_EQ(Strings(covered.begin() + kFirstNetworkNode, covered.end()), network);
+  EXPECT_EQ(covered[0], node(NodeType::Local)->nodeName());
+  const auto unreachable = search->unreachableSubnodeNames().value();
+  EXPECT_THAT(unreachable, testing::Not(testing::Contains(covered[0])));
+  EXPECT_THAT(unreachable, testing::Not(testing::Contains(covered[1])));
+
+  const auto second = mHost->platform().directory().defaultSession()->nodeByName(covered[1]);
+  ASSERT_NE(second, nullptr);
+  EXPECT_THAT(second
+                  ->query({{"Users", "Groups"},
+                           std::string(attribute::RecordName),
+                           MatchType::EqualTo,
+                           {std::string(attribute::AllRecords)},
+                           {},
+                           0})
+                  ->results(false)
+                  .value(),
+              testing::IsEmpty());
 }
 
 TEST_P(DirectoryContract, CoversNothingWithANodeThatIsNoSearchNode) {
