@@ -2,37 +2,19 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <unistd.h>
-#include <unordered_map>
 #include <unordered_set>
 
 #include "gatehall/platform/AttributeKinds.h"
-#include "linux/accounts/AccountFiles.h"
+#include "linux/accounts/AccountLine.h"
 #include "linux/local/PasswordChange.h"
-#include "linux/local/PasswordHash.h"
 #include "linux/local/Users.h"
 #include "linux/records/DirectoryErrorCodes.h"
 
 namespace gatehall::local {
 
 namespace {
-
-/// In the order of a dictionary, which takes in what comes last at once.
-constexpr std::array kKinds{attribute::AuthenticationAuthority,
-                            attribute::AuthenticationHint,
-                            attribute::FullName,
-                            attribute::GUID,
-                            attribute::MetaNodeLocation,
-                            attribute::NFSHomeDirectory,
-                            attribute::Password,
-                            attribute::Picture,
-                            attribute::PrimaryGroupID,
-                            attribute::RecordName,
-                            attribute::TavloSettings,
-                            attribute::UniqueID,
-                            attribute::UserShell,
-                            attribute::Guest};
-static_assert(std::ranges::is_sorted(kKinds));
 
 /// The line that passwd(5) would have for a user record, with the defaults of systemd's records.
 std::string passwdLineOf(const UserRecord& record) {
@@ -48,273 +30,185 @@ std::string passwdLineOf(const UserRecord& record) {
          std::to_string(record.groupID.value_or(userID)) + "::" + home + ":" + shell;
 }
 
+void addUnlessEmpty(Strings& values, std::string_view text) {
+  if (!text.empty()) values.emplace_back(text);
+}
+
 }  // namespace
 
-class User::PasswordOnce {
- public:
-  explicit PasswordOnce(User& user) : mUser(user) {}
-
-  const Password& get() {
-    if (!mPassword) mPassword = mUser.password();
-    return *mPassword;
-  }
-  bool mayBeGiven() { return !get().hashes.empty() || get().isUnreadable; }
-
- private:
-  User& mUser;
-  std::optional<Password> mPassword;
+/// An attribute that accounts have.
+struct User::Attribute {
+  std::string_view kind;
+  /// The attributes of a user record stand in its place, when there are any.
+  bool isReplaceable;
+  void (*add)(User& user, Strings& values);
 };
+
+/// In the order of a dictionary, which takes in what comes last at once.
+constexpr std::array<User::Attribute, 14> User::kAttributes{{
+    {attribute::AuthenticationAuthority, false,
+     [](User& user, Strings& values) {
+       std::ranges::move(user.mPassword.authorities(), std::back_inserter(values));
+       const auto* more = user.attributesOfUserRecord(attribute::AuthenticationAuthority);
+       if (more != nullptr) values.insert(values.end(), more->begin(), more->end());
+     }},
+    {attribute::AuthenticationHint, true,
+     [](User& user, Strings& values) {
+       addUnlessEmpty(values, user.accountsService().passwordHint);
+     }},
+    {attribute::FullName, true,
+     [](User& user, Strings& values) { addUnlessEmpty(values, user.fullName()); }},
+    {attribute::GUID, false, [](User& user, Strings& values) { values.push_back(user.guid()); }},
+    {attribute::MetaNodeLocation, false,
+     [](User&, Strings& values) { values.emplace_back(kLocalNodeName); }},
+    {attribute::NFSHomeDirectory, true,
+     [](User& user, Strings& values) {
+       addUnlessEmpty(values, user.mAccount.entry.homeDirectory);
+     }},
+    {attribute::Password, false,
+     [](User& user, Strings& values) { values.emplace_back(user.mPassword.mark()); }},
+    {attribute::Picture, true,
+     [](User& user, Strings& values) { addUnlessEmpty(values, user.accountsService().picture); }},
+    {attribute::PrimaryGroupID, false,
+     [](User& user, Strings& values) {
+       values.push_back(std::to_string(user.mAccount.entry.groupID));
+     }},
+    {attribute::RecordName, false,
+     [](User& user, Strings& values) {
+       values.emplace_back(user.mAccount.entry.name);
+       if (!user.mAccount.record) return;
+       const auto& aliases = user.mAccount.record->aliases;
+       values.insert(values.end(), aliases.begin(), aliases.end());
+     }},
+    {attribute::TavloSettings, false,
+     [](User& user, Strings& values) {
+       if (user.isLimited()) values.emplace_back("session limits");
+     }},
+    {attribute::UniqueID, false,
+     [](User& user, Strings& values) {
+       values.push_back(std::to_string(user.mAccount.entry.userID));
+     }},
+    {attribute::UserShell, true,
+     [](User& user, Strings& values) {
+       values.emplace_back(user.mContext->shells().effective(user.mAccount.entry.shell));
+     }},
+    {attribute::Guest, true,
+     [](User& user, Strings& values) {
+       if (user.mContext->settings().isGuest(user.mAccount.entry.name)) values.emplace_back("1");
+     }},
+}};
 
 User::User(std::shared_ptr<Context> context, std::string_view passwdLine, const PasswdEntry& entry,
            std::shared_ptr<const UserRecord> userRecord)
     : mHost(context->sharedHost()),
       mContext(std::move(context)),
-      mUserRecord(std::move(userRecord)) {
+      mAccount{{}, {}, std::move(userRecord), false},
+      mPassword(*mHost, mAccount) {
   keepLine(passwdLine, entry);
 }
 
 User::User(std::shared_ptr<Context> context, std::shared_ptr<const UserRecord> userRecord)
     : mHost(context->sharedHost()),
       mContext(std::move(context)),
-      mUserRecord(std::move(userRecord)),
-      mStandsAlone(true) {
-  const auto line = passwdLineOf(*mUserRecord);
+      mAccount{{}, {}, std::move(userRecord), true},
+      mPassword(*mHost, mAccount) {
+  const auto line = passwdLineOf(*mAccount.record);
   std::string fault;
   keepLine(line, *parsePasswdLine(line, fault));
 }
 
 void User::keepLine(std::string_view passwdLine, const PasswdEntry& entry) {
-  mPasswdLine = passwdLine;
-  mEntry = entryOfCopy(entry, passwdLine, mPasswdLine);
+  mAccount.line = passwdLine;
+  mAccount.entry = entryOfCopy(entry, passwdLine, mAccount.line);
   mGUID.clear();
 }
 
 std::string User::loginName() const {
   const std::lock_guard lock(mMutex);
-  return std::string(accountLine::name(mPasswdLine));
+  return std::string(accountLine::name(mAccount.line));
 }
 
 std::uint32_t User::userID() const {
   const std::lock_guard lock(mMutex);
-  return mEntry.userID;
+  return mAccount.entry.userID;
 }
 
 std::string User::recordType() { return std::string(record::Users); }
 
 std::optional<Strings> User::valuesForAttribute(std::string_view kind) {
   const std::lock_guard lock(mMutex);
-  PasswordOnce password(*this);
   Strings found;
-  eachValue(attribute::canonical(kind), password,
-            [&](std::string text) { found.push_back(std::move(text)); });
+  addValues(attribute::canonical(kind), found);
   if (found.empty()) return std::nullopt;
   return found;
 }
 
 std::optional<Dictionary> User::recordDetails(const Strings& kinds) {
   const std::lock_guard lock(mMutex);
-  PasswordOnce password(*this);
   Dictionary details;
+  Strings found;
   const auto add = [&](std::string_view kind) {
-    Array found;
-    eachValue(kind, password, [&](std::string text) { found.emplace_back(std::move(text)); });
-    if (!found.empty()) details.emplace_hint(details.end(), kind, std::move(found));
+    found.clear();
+    addValues(kind, found);
+    if (found.empty()) return;
+    details.emplace_hint(details.end(), kind,
+                         Array(std::move_iterator(found.begin()), std::move_iterator(found.end())));
   };
   for (const auto& kind : kinds) add(attribute::canonical(kind));
   if (!kinds.empty()) return details;
-  for (const auto kind : kKinds) add(kind);
-  if (mUserRecord) {
-    for (const auto& [kind, unused] : mUserRecord->attributes) add(kind);
+  for (const auto& each : kAttributes) add(each.kind);
+  if (mAccount.record) {
+    for (const auto& [kind, unused] : mAccount.record->attributes) add(kind);
   }
   return details;
 }
 
-template <class Add>
-void User::eachValue(std::string_view kind, PasswordOnce& password, Add add) {
-  const auto addUnlessEmpty = [&](std::string_view text) {
-    if (!text.empty()) add(std::string(text));
-  };
-  const auto addAll = [&](const Strings& texts) { std::ranges::for_each(texts, add); };
-  const auto* own = attributesOfUserRecord(kind);
-  if (kind == attribute::RecordName) {
-    add(std::string(mEntry.name));
-    if (mUserRecord) addAll(mUserRecord->aliases);
-  } else if (kind == attribute::UniqueID) {
-    add(std::to_string(mEntry.userID));
-  } else if (kind == attribute::PrimaryGroupID) {
-    add(std::to_string(mEntry.groupID));
-  } else if (kind == attribute::GUID) {
-    add(guid());
-  } else if (kind == attribute::MetaNodeLocation) {
-    add(std::string(kLocalNodeName));
-  } else if (kind == attribute::Password) {
-    add(password.mayBeGiven() ? "********" : "*");
-  } else if (kind == attribute::AuthenticationAuthority) {
-    const bool isOfPasswd = password.get().store == Store::Passwd;
-    if (password.mayBeGiven()) add(isOfPasswd ? ";basic;" : ";ShadowHash;");
-    if (password.get().isDisabled) add(";DisabledUser;");
-    if (own != nullptr) addAll(*own);
-  } else if (kind == attribute::TavloSettings) {
-    if (isLimited()) add("session limits");
-  } else if (own != nullptr && !own->empty()) {
-    addAll(*own);
-  } else if (kind == attribute::FullName) {
-    addUnlessEmpty(fullName());
-  } else if (kind == attribute::NFSHomeDirectory) {
-    addUnlessEmpty(mEntry.homeDirectory);
-  } else if (kind == attribute::UserShell) {
-    add(std::string(mContext->shells().effective(mEntry.shell)));
-  } else if (kind == attribute::Picture) {
-    addUnlessEmpty(accountsService().picture);
-  } else if (kind == attribute::AuthenticationHint) {
-    addUnlessEmpty(accountsService().passwordHint);
-  } else if (kind == attribute::Guest) {
-    if (mContext->settings().isGuest(mEntry.name)) add("1");
+void User::addValues(std::string_view kind, Strings& values) {
+  static_assert(std::ranges::is_sorted(kAttributes, {}, &Attribute::kind));
+  const auto known = std::ranges::find(kAttributes, kind, &Attribute::kind);
+  if (known == kAttributes.end() || known->isReplaceable) {
+    const auto* own = attributesOfUserRecord(kind);
+    if (own != nullptr && !own->empty()) {
+      values = *own;
+      return;
+    }
   }
+  if (known != kAttributes.end()) known->add(*this, values);
 }
 
 std::string User::fullName() const {
-  auto name = fullNameOfGecos(mEntry.gecos, mEntry.name);
-  return name.empty() && mUserRecord ? mUserRecord->realName : name;
+  auto name = fullNameOfGecos(mAccount.entry.gecos, mAccount.entry.name);
+  return name.empty() && mAccount.record ? mAccount.record->realName : name;
 }
 
 const std::string& User::guid() {
   if (mGUID.empty()) {
-    mGUID = uuidText(mUserRecord && mUserRecord->uuid ? *mUserRecord->uuid
-                                                      : mHost->guids.ofUser(mEntry.userID));
+    mGUID = uuidText(mAccount.record && mAccount.record->uuid
+                         ? *mAccount.record->uuid
+                         : mHost->guids.ofUser(mAccount.entry.userID));
   }
   return mGUID;
 }
 
 /// nullptr when it has none of that kind.
 const Strings* User::attributesOfUserRecord(std::string_view kind) const {
-  if (!mUserRecord) return nullptr;
-  const auto found = mUserRecord->attributes.find(kind);
-  return found == mUserRecord->attributes.end() ? nullptr : &found->second;
-}
-
-// pam_unix's reading of the two files: "x" stands for the shadow file, an empty field for no
-// password, "!" in front of a hash for a locked one, and what no password can give for none.
-User::Password User::password() {
-  Password result;
-  std::vector<std::string_view> stored;
-  std::optional<ShadowEntry> shadow;
-  if (mStandsAlone) {
-    result.store = Store::Privileged;
-    fetchPrivileged();
-    for (const auto& hash : mPrivilegedHashes) stored.push_back(hash->view());
-  } else {
-    shadow = shadowEntry();
-    if (mEntry.password != "x") {
-      result.store = Store::Passwd;
-      stored.push_back(mEntry.password);
-    } else if (shadow) {
-      stored.push_back(shadow->hash);
-    }
-  }
-  result.isUnreadable = result.store != Store::Passwd && mShadow == Fetched::Unreadable;
-  for (const auto text : stored) {
-    const auto hash = text.substr(std::min(text.find_first_not_of('!'), text.size()));
-    const bool isLocked = hash.size() < text.size();
-    if (hash.empty() ? isLocked : !isPasswordHash(hash)) continue;
-    result.hashes.push_back(hash);
-    result.isDisabled = result.isDisabled || isLocked;
-  }
-  result.isDisabled = result.isDisabled || isExpired(shadow);
-  return result;
-}
-
-bool User::isExpired(const std::optional<ShadowEntry>& shadow) const {
-  const auto now = mHost->clock.now().time_since_epoch().count();
-  constexpr double kSecondsOfDay = 86400;
-  if (shadow && shadow->expiryDay &&
-      now / kSecondsOfDay >= static_cast<double>(*shadow->expiryDay)) {
-    return true;
-  }
-  if (!mUserRecord) return false;
-  const auto& notAfter = mUserRecord->notAfterMicroseconds;
-  return mUserRecord->isLocked || (notAfter && now * 1e6 > static_cast<double>(*notAfter));
-}
-
-std::optional<ShadowEntry> User::shadowEntry() {
-  if (mStandsAlone) return std::nullopt;
-  if (mShadow == Fetched::No) fetchShadowLine();
-  if (!mShadowLine) return std::nullopt;
-  std::string fault;
-  return parseShadowLine(mShadowLine->view(), fault);
-}
-
-void User::keepShadow(Fetched state, std::string_view line) {
-  mShadow = state;
-  mShadowLine = state == Fetched::Line ? std::make_unique<SecretText>(line) : nullptr;
-}
-
-void User::fetchShadowLine() {
-  auto& host = *mHost;
-  const auto name = accountLine::name(mPasswdLine);
-  keepShadow(Fetched::Nothing, {});
-  const int error = accountFiles::scan(host.options, host.faults, accountFiles::kShadow,
-                                       [&](std::string_view line, std::uint64_t number) {
-                                         if (!accountLine::hasName(line, name)) return true;
-                                         std::string fault;
-                                         if (parseShadowLine(line, fault)) {
-                                           keepShadow(Fetched::Line, line);
-                                         } else {
-                                           host.faults.report(accountFiles::kShadow, number, fault);
-                                         }
-                                         return false;
-                                       });
-  if (error != 0 && error != ENOENT) keepShadow(Fetched::Unreadable, {});
+  if (!mAccount.record) return nullptr;
+  const auto found = mAccount.record->attributes.find(kind);
+  return found == mAccount.record->attributes.end() ? nullptr : &found->second;
 }
 
 void User::fetchShadow(Context& context, std::span<const std::shared_ptr<User>> users) {
-  auto& host = context.host();
-  // The names stay good: nobody else has the users yet whose entries are missing.
-  std::unordered_multimap<std::string_view, User*> missing;
-  missing.reserve(users.size());
-  for (const auto& user : users) {
-    const std::lock_guard lock(user->mMutex);
-    if (user->mShadow != Fetched::No || user->mStandsAlone) continue;
-    missing.emplace(user->mEntry.name, user.get());
-  }
-  if (missing.size() <= 1) return;  // one record fetches its own line as fast
-  const auto keep = [](User& user, Fetched state, std::string_view line) {
-    const std::lock_guard lock(user.mMutex);
-    user.keepShadow(state, line);
-  };
-  const int error =
-      accountFiles::scan(host.options, host.faults, accountFiles::kShadow,
-                         [&](std::string_view line, std::uint64_t number) {
-                           const auto [begin, end] = missing.equal_range(accountLine::name(line));
-                           if (begin == end) return true;
-                           std::string fault;
-                           const bool isRead = parseShadowLine(line, fault).has_value();
-                           if (!isRead) host.faults.report(accountFiles::kShadow, number, fault);
-                           const auto state = isRead ? Fetched::Line : Fetched::Nothing;
-                           for (auto each = begin; each != end; ++each) {
-                             keep(*each->second, state, line);
-                           }
-                           missing.erase(begin, end);
-                           return !missing.empty();
-                         });
-  const bool isUnreadable = error != 0 && error != ENOENT;
-  for (const auto& [unused, user] : missing) {
-    keep(*user, isUnreadable ? Fetched::Unreadable : Fetched::Nothing, {});
-  }
-}
-
-void User::fetchPrivileged() {
-  if (mShadow != Fetched::No) return;
-  auto& host = *mHost;
-  auto read = PrivilegedHashes::read(host.options, host.faults, mUserRecord->userName);
-  mShadow = read.isUnreadable ? Fetched::Unreadable : Fetched::Nothing;
-  mPrivilegedHashes = std::move(read.hashes);
+  if (users.size() <= 1) return;  // one record fetches its own line as fast
+  std::vector<Password*> passwords;
+  passwords.reserve(users.size());
+  for (const auto& user : users) passwords.push_back(&user->mPassword);
+  Password::fetch(context.host(), passwords);
 }
 
 const AccountsServiceFile& User::accountsService() {
   if (!mAccountsService) {
     mAccountsService = std::make_shared<const AccountsServiceFile>(
-        AccountsServiceFile::read(mHost->options, accountLine::name(mPasswdLine)));
+        AccountsServiceFile::read(mHost->options, accountLine::name(mAccount.line)));
   }
   return *mAccountsService;
 }
@@ -324,14 +218,13 @@ void User::fetchAccountsService(Context& context, std::span<const std::shared_pt
   const auto accounts = AccountsServiceFile::accounts(context.host().options);
   const auto nothing = std::make_shared<const AccountsServiceFile>();
   for (const auto& user : users) {
-    const std::lock_guard lock(user->mMutex);
-    const bool isKept = accounts.contains(accountLine::name(user->mPasswdLine));
+    const bool isKept = accounts.contains(accountLine::name(user->mAccount.line));
     if (!isKept && !user->mAccountsService) user->mAccountsService = nothing;
   }
 }
 
 bool User::isLimited() {
-  if (!mIsLimited) mIsLimited = !mHost->sessionLimits.limited({mEntry.userID}).empty();
+  if (!mIsLimited) mIsLimited = !mHost->sessionLimits.limited({mAccount.entry.userID}).empty();
   return *mIsLimited;
 }
 
@@ -344,8 +237,7 @@ void User::fetchSessionLimits(Context& context, std::span<const std::shared_ptr<
   }
   const auto limited = wanted.empty() ? wanted : limits.limited(wanted);
   for (const auto& user : users) {
-    const std::lock_guard lock(user->mMutex);
-    user->mIsLimited = !limited.empty() && limited.contains(user->mEntry.userID);
+    user->mIsLimited = !limited.empty() && limited.contains(user->mAccount.entry.userID);
   }
 }
 
@@ -356,24 +248,7 @@ bool User::setValue(std::string_view, std::string_view) {
 
 bool User::verifyPassword(std::string_view password, DirectoryError& error) {
   const std::lock_guard lock(mMutex);
-  error.domain = kDirectoryErrorDomain;
-  const auto account = this->password();
-  if (account.isDisabled) {
-    error.code = directoryError::kAccountDisabled;
-    return false;
-  }
-  if (account.isUnreadable) {
-    error.code = directoryError::kHashUnreadable;
-    return false;
-  }
-  for (const auto hash : account.hashes) {
-    const bool isAccepted = hash.empty() ? password.empty() : passwordMatchesHash(password, hash);
-    if (!isAccepted) continue;
-    error = {};
-    return true;
-  }
-  error.code = directoryError::kPasswordRefused;
-  return false;
+  return mPassword.verify(password, error);
 }
 
 bool User::changePassword(std::string_view oldPassword, std::string_view newPassword,
@@ -381,12 +256,12 @@ bool User::changePassword(std::string_view oldPassword, std::string_view newPass
   std::string name;
   {
     const std::lock_guard lock(mMutex);
-    if (mStandsAlone) {
+    if (mAccount.standsAlone) {
       // PAM's "passwd" knows the accounts of /etc/passwd.
       error = {std::string(kDirectoryErrorDomain), directoryError::kPasswordServiceUnavailable};
       return false;
     }
-    name = mEntry.name;
+    name = mAccount.entry.name;
   }
   // PAM asks a process of root's for no old password.
   if (getuid() == 0 && !verifyPassword(oldPassword, error)) return false;
@@ -395,8 +270,7 @@ bool User::changePassword(std::string_view oldPassword, std::string_view newPass
     case PasswordChange::Done: {
       error = {};
       const std::lock_guard lock(mMutex);
-      mShadow = Fetched::No;
-      mShadowLine = nullptr;
+      mPassword.forget();
       return true;
     }
     case PasswordChange::OldPasswordRefused:
@@ -416,26 +290,7 @@ bool User::isMember(DirectoryRecord&) { return false; }
 
 std::optional<Dictionary> User::passwordPolicy() {
   const std::lock_guard lock(mMutex);
-  const auto shadow = shadowEntry();
-  if (!shadow) return std::nullopt;
-  constexpr std::int64_t kNoMaximum = 99999;
-  constexpr std::int64_t kMinutesOfDay = 1440;
-  constexpr std::int64_t kSecondsOfDay = 86400;
-  Dictionary policy;
-  if (shadow->lastChangeDay == 0) {
-    policy.emplace("newPasswordRequired", true);
-  } else if (shadow->lastChangeDay) {
-    policy.emplace("passwordLastSetTime", *shadow->lastChangeDay * kSecondsOfDay);
-  }
-  if (shadow->maximumDays && *shadow->maximumDays < kNoMaximum) {
-    policy.emplace("maxMinutesUntilChangePassword", *shadow->maximumDays * kMinutesOfDay);
-  }
-  if (shadow->expiryDay) policy.emplace("usingHardExpirationDate", true);
-  if (shadow->inactiveDays) {
-    policy.emplace("maxMinutesOfNonUse", *shadow->inactiveDays * kMinutesOfDay);
-  }
-  if (policy.empty()) return std::nullopt;
-  return policy;
+  return mPassword.policy();
 }
 
 bool User::synchronize() {
@@ -444,12 +299,10 @@ bool User::synchronize() {
   if (!present) return false;
   const std::scoped_lock lock(mMutex, present->mMutex);
   mContext = context;
-  keepLine(present->mPasswdLine, present->mEntry);
-  mUserRecord = present->mUserRecord;
-  mStandsAlone = present->mStandsAlone;
-  mShadow = Fetched::No;
-  mShadowLine = nullptr;
-  mPrivilegedHashes.clear();
+  keepLine(present->mAccount.line, present->mAccount.entry);
+  mAccount.record = present->mAccount.record;
+  mAccount.standsAlone = present->mAccount.standsAlone;
+  mPassword.forget();
   mAccountsService.reset();
   mIsLimited.reset();
   return true;

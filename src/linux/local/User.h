@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -7,14 +8,12 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "gatehall/platform/DirectoryService.h"
 #include "linux/accounts/AccountsServiceFile.h"
-#include "linux/accounts/Passwd.h"
-#include "linux/accounts/Shadow.h"
-#include "linux/files/SecretText.h"
+#include "linux/local/Account.h"
 #include "linux/local/Context.h"
+#include "linux/local/Password.h"
 
 namespace gatehall::local {
 
@@ -35,6 +34,8 @@ class User final : public DirectoryRecord {
 
   std::string loginName() const;
   std::uint32_t userID() const;
+
+  // For new users, which no other thread knows yet.
 
   /// Fetches the shadow entries that the users don't have yet, in one pass over the file.
   static void fetchShadow(Context& context, std::span<const std::shared_ptr<User>> users);
@@ -57,49 +58,25 @@ class User final : public DirectoryRecord {
   bool synchronize() override;
 
  private:
-  enum class Store { Passwd, Shadow, Privileged };
-  enum class Fetched { No, Unreadable, Nothing, Line };
-
-  /// What the account's password is checked against.
-  struct Password {
-    Store store = Store::Shadow;
-    bool isUnreadable = false;
-    bool isDisabled = false;
-    std::vector<std::string_view> hashes;  ///< without the marks of a lock; good under the lock
-  };
-
-  /// What password() says, found out no more than once for all the values of a record.
-  class PasswordOnce;
+  struct Attribute;
+  static const std::array<Attribute, 14> kAttributes;
 
   // All of these are called under mMutex.
   void keepLine(std::string_view passwdLine, const PasswdEntry& entry);
-  /// Calls add(text) for each value of that kind, which has its canonical name.
-  template <class Add>
-  void eachValue(std::string_view kind, PasswordOnce& password, Add add);
+  /// Adds the values of that kind, which has its canonical name.
+  void addValues(std::string_view kind, Strings& values);
   std::string fullName() const;
   const std::string& guid();
   const Strings* attributesOfUserRecord(std::string_view kind) const;
-  Password password();
-  void fetchShadowLine();
-  void fetchPrivileged();
-  std::optional<ShadowEntry> shadowEntry();
   const AccountsServiceFile& accountsService();
   bool isLimited();
-  bool isExpired(const std::optional<ShadowEntry>& shadow) const;
-
-  void keepShadow(Fetched state, std::string_view line);
 
   mutable std::mutex mMutex;
   const std::shared_ptr<Host> mHost;
   std::shared_ptr<Context> mContext;
-  std::string mPasswdLine;
-  PasswdEntry mEntry;  ///< of the line
-  std::string mGUID;   ///< empty until it is asked for
-  std::shared_ptr<const UserRecord> mUserRecord;
-  bool mStandsAlone = false;
-  Fetched mShadow = Fetched::No;  ///< of the shadow line, or of the privileged hashes
-  std::unique_ptr<SecretText> mShadowLine;
-  std::vector<std::unique_ptr<SecretText>> mPrivilegedHashes;
+  Account mAccount;
+  Password mPassword;
+  std::string mGUID;  ///< empty until it is asked for
   std::shared_ptr<const AccountsServiceFile> mAccountsService;
   std::optional<bool> mIsLimited;  ///< in the sessions, by parental controls
 };
