@@ -77,10 +77,10 @@ std::string listOfVerbs() {
   for (const auto& verb : verbs()) {
     table.rows.push_back({{"  " + std::string(verb.name)}, {std::string(verb.summary)}});
   }
-  return "Verbs:\n" + tableText(table, {}) +
-         "\nEach verb has its own help: gatehallctl --help VERB\n"
-         "Exit status: 0 done; 1 the answer is no; 2 the command line or a file is wrong; 3 the "
-         "host failed\nto answer.";
+  return "Verbs:\n" + tableText(table, {}) + R"(
+Each verb has its own help: gatehallctl --help VERB
+Exit status: 0 done; 1 the answer is no; 2 the command line or a file is wrong; 3 the host failed
+to answer.)";
 }
 
 std::unique_ptr<CLI::App> verbParser(const Verb& verb, Options& options) {

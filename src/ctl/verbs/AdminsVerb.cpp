@@ -18,8 +18,8 @@ Verb adminsVerb() {
       .name = "admins",
       .summary = "The administrators: users of the local group \"admin\"",
       .description =
-          "Lists the users of the local group \"admin\", those of nested groups "
-          "included. They may log in\nwhatever the allow and deny lists say.",
+          R"(Lists the users of the local group "admin", those of nested groups included. They may log in
+whatever the allow and deny lists say.)",
       .example = "--world examples/hidden-admins.world.json admins",
       .run = run,
   };

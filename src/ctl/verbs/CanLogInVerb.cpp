@@ -68,13 +68,10 @@ Verb canLogInVerb() {
       .operandName = "UID",
       .summary = "Whether users may log in here, and the rule that decides",
       .description =
-          "Says of each user id whether that user may log in here, which rule decides, and where "
-          "the\n"
-          "setting behind the rule comes from. An account that nobody can log in with, and a local "
-          "one\n"
-          "that the service access list leaves out, is not found. Exit status 1 when anyone may "
-          "not or\n"
-          "is not found.",
+          R"(Says of each user id whether that user may log in here, which rule decides, and where the
+setting behind the rule comes from. An account that nobody can log in with, and a local one
+that the service access list leaves out, is not found. Exit status 1 when anyone may not or
+is not found.)",
       .example = "--world examples/lab.world.json can-log-in 1000 20001",
       .run = run,
   };

@@ -124,10 +124,9 @@ Verb directoriesVerb() {
       .name = "directories",
       .summary = "The directories that are searched, and how they are",
       .description =
-          "Shows the nodes that the search node covers, in their order: whether each can be "
-          "reached,\n"
-          "which server answers for it and how fast, how many users and groups it has, or what is\n"
-          "wrong with it.",
+          R"(Shows the nodes that the search node covers, in their order: whether each can be reached,
+which server answers for it and how fast, how many users and groups it has, or what is
+wrong with it.)",
       .example = "--world examples/lab.world.json directories",
       .run = run,
   };

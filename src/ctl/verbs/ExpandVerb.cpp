@@ -30,9 +30,9 @@ Verb expandVerb() {
       .operandName = "GUID",
       .summary = "Users and groups as an allow or deny list expands them",
       .description =
-          "Turns GUIDs of users and groups into GUIDs of users, as is done with the "
-          "allow and deny lists:\nnested groups included, GUIDs that name nothing left "
-          "out. Somebody who is in two groups is there\ntwice.",
+          R"(Turns GUIDs of users and groups into GUIDs of users, as is done with the allow and deny lists:
+nested groups included, GUIDs that name nothing left out. Somebody who is in two groups is there
+twice.)",
       .example =
           "--world examples/school.world.json expand "
           "5C400100-8D1F-4E7A-9B36-0000000020A0",

@@ -18,8 +18,8 @@ Verb networkUsersVerb() {
       .name = "network-users",
       .summary = "The network users whom the allow and deny lists admit",
       .description =
-          "Lists the users of the network directories whom the allow and deny lists "
-          "admit, in the\ndirectories' order.",
+          R"(Lists the users of the network directories whom the allow and deny lists admit, in the
+directories' order.)",
       .example = "--world examples/school.world.json network-users",
       .run = run,
   };

@@ -35,13 +35,10 @@ Verb networkVerb() {
       .name = "network",
       .summary = "Whether the network directories can be reached",
       .description =
-          "Shows whether this machine belongs to a network directory and whether that answers, "
-          "from\n"
-          "the nodes that the search node covers: with two or fewer there is no network directory. "
-          "The\n"
-          "network status is 2 when all nodes answer or there is no network directory, 1 when "
-          "some\n"
-          "don't, and 0 when two or fewer answer.",
+          R"(Shows whether this machine belongs to a network directory and whether that answers, from
+the nodes that the search node covers: with two or fewer there is no network directory. The
+network status is 2 when all nodes answer or there is no network directory, 1 when some
+don't, and 0 when two or fewer answer.)",
       .example = "--world examples/lab.world.json network",
       .run = run,
   };

@@ -45,9 +45,8 @@ Verb prefsVerb() {
       .name = "prefs",
       .summary = "The login screen's preferences, and where each comes from",
       .description =
-          "Shows each preference of the login screen with its source: \"managed\" "
-          "settings override the\n\"preferences\" of the user and the system; "
-          "otherwise the \"default\" holds.",
+          R"(Shows each preference of the login screen with its source: "managed" settings override the
+"preferences" of the user and the system; otherwise the "default" holds.)",
       .example = "--world examples/managed.world.json prefs",
       .run = run,
   };

@@ -70,17 +70,13 @@ Verb switchVerb() {
       .operandName = "WORD",
       .summary = "What gatehall-switch would do with these words",
       .description =
-          "Runs what gatehall-switch runs for these words and shows how it ends, what it logs and "
-          "what\n"
-          "it asks of the login service. In a world the switch is carried out there; on this "
-          "machine it\n"
-          "is a rehearsal: everything is real but the switch itself, which is not made. The tool "
-          "may\n"
-          "read password hashes; run the rehearsal as root for it to see empty passwords as "
-          "well.\n\n"
-          "Every word after the verb is the tool's own, this program's options too; a first -- is "
-          "left\n"
-          "out.",
+          R"(Runs what gatehall-switch runs for these words and shows how it ends, what it logs and what
+it asks of the login service. In a world the switch is carried out there; on this machine it
+is a rehearsal: everything is real but the switch itself, which is not made. The tool may
+read password hashes; run the rehearsal as root for it to see empty passwords as well.
+
+Every word after the verb is the tool's own, this program's options too; a first -- is left
+out.)",
       .example = "--world examples/family.world.json switch -switchToUserID 1001",
       .run = run,
   };

@@ -77,8 +77,8 @@ Verb userVerb() {
       .operandName = "UID",
       .summary = "Everything that is derived about one user",
       .description =
-          "Shows what the login screen's layer makes of one account, each property by "
-          "the name of its\nmethod. Exit status 1 when no user has that id.",
+          R"(Shows what the login screen's layer makes of one account, each property by the name of its
+method. Exit status 1 when no user has that id.)",
       .example = "--world examples/family.world.json user 1001",
       .run = run,
   };

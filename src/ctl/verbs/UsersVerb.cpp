@@ -96,10 +96,9 @@ Verb usersVerb() {
                   {"--width", "PIXELS", "The picture's width, from 320 to 4096 (440)"}},
       .summary = "The users whom the login screen shows",
       .description =
-          "Lists the users whom a login screen shows, in its order: local users, less those "
-          "whom the\npreferences hide, and whoever is logged in. With --picture the list is also "
-          "drawn as a login\nscreen may show it: in a world, account pictures are those that "
-          "stand beside its file.",
+          R"(Lists the users whom a login screen shows, in its order: local users, less those whom the
+preferences hide, and whoever is logged in. With --picture the list is also drawn as a login
+screen may show it: in a world, account pictures are those that stand beside its file.)",
       .example = "--world examples/hidden-admins.world.json users",
       .run = run,
   };

@@ -88,16 +88,15 @@ Verb watchVerb() {
       .options = {{"--script", "EVENTS", "What happens in the world, as steps in this file"}},
       .summary = "That list, and every change of it as it comes",
       .description =
-          "Shows the users whom a login screen shows, and then a line for every change of that "
-          "list, when\n"
-          "a login screen is told of it: on this machine until it is interrupted, in a world while "
-          "the\n"
-          "script's events happen there, in the world's own time.\n\n"
-          "  +  somebody is shown now        ~  something about somebody is different, and what it "
-          "was\n"
-          "  -  somebody is shown no longer  =  the list was built anew, and is as it was\n"
-          "  *  the network's status         >  a step of the script        !  what was logged\n\n"
-          "With --json each of them is one JSON object on a line of its own.",
+          R"(Shows the users whom a login screen shows, and then a line for every change of that list, when
+a login screen is told of it: on this machine until it is interrupted, in a world while the
+script's events happen there, in the world's own time.
+
+  +  somebody is shown now        ~  something about somebody is different, and what it was
+  -  somebody is shown no longer  =  the list was built anew, and is as it was
+  *  the network's status         >  a step of the script        !  what was logged
+
+With --json each of them is one JSON object on a line of its own.)",
       .example = "--world examples/family.world.json watch --script examples/curfew.events.json",
       .goesOn = true,
       .run = run,
