@@ -17,7 +17,6 @@ namespace gatehall::local {
 
 namespace {
 
-constexpr std::string_view kRoot = "root";
 constexpr std::array kKinds{attribute::RecordName,   attribute::PrimaryGroupID,
                             attribute::GUID,         attribute::GroupMembership,
                             attribute::GroupMembers, attribute::MetaNodeLocation};
@@ -39,8 +38,11 @@ bool refuseOf(DirectoryError& error) {
 }  // namespace
 
 Group::Group(std::shared_ptr<Context> context, Identity identity,
-             std::vector<std::string> memberLines)
-    : mHost(context->sharedHost()), mContext(std::move(context)), mIdentity(std::move(identity)) {
+             std::vector<std::string> memberLines, Strings firstMembers)
+    : mHost(context->sharedHost()),
+      mContext(std::move(context)),
+      mIdentity(std::move(identity)),
+      mFirstMembers(std::move(firstMembers)) {
   keepLines(std::move(memberLines));
 }
 
@@ -109,7 +111,7 @@ Strings Group::memberGUIDs() {
 class Group::MemberList {
  public:
   explicit MemberList(Group& group) : mGroup(group) {
-    if (group.isAdmin()) add(kRoot);
+    for (const auto& name : group.mFirstMembers) add(name);
     for (const auto& line : group.mMemberLines) {
       eachMember(entryOf(line).members, [this](std::string_view name) {
         add(name);
@@ -216,7 +218,7 @@ void Group::collectMembers(Context& context, std::span<Group* const> groups) {
 }
 
 bool Group::hasMemberNamed(std::string_view name) {
-  if (isAdmin() && name == kRoot) return true;
+  if (contains(mFirstMembers, name)) return true;
   if (mNamesInLines) return mNamesInLines->contains(name);
   std::unordered_set<std::string_view> names;
   bool isNamed = false;

@@ -15,10 +15,6 @@
 
 namespace gatehall::local {
 
-/// The administrators' group, which the local node always has: root and the members of the groups
-/// that the settings name.
-inline constexpr std::string_view kAdminGroupName = "admin";
-
 /// A group of the local node: a line of /etc/group; the group "admin", a line for each of the
 /// groups it is made of. Its members are those that the lines name, those whose user records say
 /// so, and those whose primary group it is.
@@ -30,8 +26,10 @@ class Group final : public DirectoryRecord {
     std::optional<std::uint32_t> groupID;
   };
 
-  /// The lines are such as parseGroupLine reads.
-  Group(std::shared_ptr<Context> context, Identity identity, std::vector<std::string> memberLines);
+  /// The lines are such as parseGroupLine reads. The first members are in the group whatever the
+  /// lines say.
+  Group(std::shared_ptr<Context> context, Identity identity, std::vector<std::string> memberLines,
+        Strings firstMembers = {});
 
   /// Fetches the members of groups that don't have them yet, in one pass over the accounts.
   static void fetchMembers(Context& context, std::span<const std::shared_ptr<Group>> groups);
@@ -60,7 +58,6 @@ class Group final : public DirectoryRecord {
   Strings values(std::string_view kind);
   Strings memberNames();
   Strings memberGUIDs();
-  bool isAdmin() const { return mIdentity.name == kAdminGroupName; }
   bool hasMemberNamed(std::string_view name);
   bool hasMemberWithGroupID(std::uint32_t groupID) const;
   void keepLines(std::vector<std::string> memberLines);
@@ -71,6 +68,7 @@ class Group final : public DirectoryRecord {
   const std::shared_ptr<Host> mHost;
   std::shared_ptr<Context> mContext;
   Identity mIdentity;
+  const Strings mFirstMembers;
   std::vector<std::string> mMemberLines;
   std::vector<std::uint32_t> mGroupIDs;  ///< of the lines
   bool mWasAskedForName = false;

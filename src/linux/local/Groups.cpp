@@ -1,178 +1,119 @@
 #include "linux/local/Groups.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
-#include <unordered_set>
 
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/accounts/AccountFiles.h"
 #include "linux/accounts/Group.h"
 #include "linux/files/FaultLog.h"
-#include "linux/local/GUIDs.h"
+#include "linux/local/AdminGroup.h"
+#include "linux/local/Selection.h"
 #include "linux/records/AccountID.h"
-#include "linux/records/MatchValues.h"
 
 namespace gatehall::local {
 
 namespace {
 
-constexpr std::size_t kGroupIDField = 2;
-
-/// Decides, from as little of a line as possible, which groups a query wants. A line whose id
-/// can't be read is taken, so that reading it whole says what is wrong with it.
-class GroupSelection {
+/// Which lines of /etc/group a query wants.
+class GroupSelection : public Selection {
  public:
   GroupSelection(Context& context, const QueryDescription& description)
-      : mGUIDs(context.host().guids),
-        mKind(attribute::canonical(description.attribute)),
-        mValues(description.match, description.values) {
-    const bool isAll =
-        std::ranges::find(description.values, attribute::AllRecords) != description.values.end();
-    if (mKind == attribute::RecordName) {
-      mWay = isAll ? Way::All : Way::Name;
-    } else if (mValues.isExact() && mKind == attribute::PrimaryGroupID) {
-      mWay = Way::GroupID;
-      mIDs = mValues.accountIDs();
-    } else if (mValues.isExact() && mKind == attribute::GUID) {
-      mWay = Way::GUID;
-      mWanted = localGUIDs(mValues);
-    }
-  }
+      : Selection(description, kIDFields), mMachineGUIDs(context.host().guids) {}
 
-  bool takes(std::string_view line) {
+  using Selection::isImpossible;
+  using Selection::takes;
+
+  bool takes(std::string_view line) const {
     switch (mWay) {
       case Way::All:
       case Way::Value:
         return true;
       case Way::Name:
         return mValues.matches(accountLine::name(line));
-      case Way::GroupID:
+      case Way::ID:
+        return takesID(line);
       case Way::GUID:
-        break;
+        return takesGUID(line);
     }
-    const auto id = accountID(accountLine::field(line, kGroupIDField));
-    if (!id) return true;
-    return mWay == Way::GroupID ? mIDs.contains(*id) : mWanted.contains(mGUIDs.ofGroup(*id));
-  }
-
-  bool takes(Group& group) const {
-    if (mWay == Way::All) return true;
-    const auto values = group.valuesForAttribute(mKind);
-    return values && mValues.matchesAny(*values);
-  }
-
-  /// Every group has to be asked for its value.
-  bool isByValue() const { return mWay == Way::Value; }
-
-  bool isByExactName() const { return mWay == Way::Name && mValues.isExact(); }
-
-  bool wantsNothingButNames(std::size_t found) const {
-    return isByExactName() && found == mValues.size();
-  }
-
-  bool isImpossible() const {
-    return mValues.size() == 0 || (mWay == Way::GroupID && mIDs.empty()) ||
-           (mWay == Way::GUID && mWanted.empty());
+    return false;
   }
 
   /// False when the group "admin" can't be among the results, so that what it is made of need not
   /// be collected.
-  bool mayWantAdmin() const { return !isByExactName() || mValues.matches(kAdminGroupName); }
+  bool mayWantAdmin() const { return !isByExactName() || mValues.matches(AdminGroup::kName); }
 
  private:
-  enum class Way { All, Name, GroupID, GUID, Value };
+  static constexpr std::size_t kGroupIDField = 2;
+  static constexpr std::array<IDField, 1> kIDFields{{{attribute::PrimaryGroupID, kGroupIDField}}};
 
-  MachineGUIDs& mGUIDs;
-  std::string mKind;
-  MatchValues mValues;
-  Way mWay = Way::Value;
-  std::unordered_set<std::uint32_t> mIDs;
-  GUIDSet mWanted;
+  bool takesGUID(std::string_view line) const {
+    const auto id = accountID(accountLine::field(line, kGroupIDField));
+    return !id || mGUIDs.contains(mMachineGUIDs.ofGroup(*id));
+  }
+
+  MachineGUIDs& mMachineGUIDs;
 };
-
-bool needsMembers(const QueryDescription& description) {
-  const auto isOfMembers = [](std::string_view each) {
-    const auto kind = attribute::canonical(each);
-    return kind == attribute::GroupMembership || kind == attribute::GroupMembers;
-  };
-  return isOfMembers(description.attribute) ||
-         std::ranges::any_of(description.returning, isOfMembers);
-}
 
 }  // namespace
 
 std::vector<std::shared_ptr<Group>> findLocalGroups(const std::shared_ptr<Context>& context,
                                                     const QueryDescription& description) {
-  std::vector<std::shared_ptr<Group>> found;
   auto& host = context->host();
-  GroupSelection selection(*context, description);
-  if (selection.isImpossible()) return found;
+  const GroupSelection selection(*context, description);
+  if (selection.isImpossible()) return {};
 
-  const std::size_t limit = description.maximumResults;
-  const bool mayWantAdmin = selection.mayWantAdmin();
-  const auto isFull = [&] { return limit != 0 && found.size() >= limit && !selection.isByValue(); };
-  const Strings none;
-  const auto& adminGroups = mayWantAdmin ? context->settings().adminGroups : none;
-  Group::Identity admin{std::string(kAdminGroupName), std::nullopt};
-  std::vector<std::string> adminLines;
-  std::unordered_set<std::string> namesFound;
+  Found<Group> found(selection, description.maximumResults);
+  std::optional<AdminGroup> admin;
+  if (selection.mayWantAdmin()) admin.emplace(context->settings());
   std::map<std::string, std::string, std::less<>> unreadable;
-  accountFiles::scanRequired(
-      host.options, host.faults, accountFiles::kGroup,
-      [&](std::string_view line, std::uint64_t number) {
-        const bool isWanted = selection.takes(line);
-        if (!isWanted && !mayWantAdmin) return true;
-        const auto name = accountLine::name(line);
-        const bool isAdmin = name == kAdminGroupName;
-        const bool isOfAdmin = std::ranges::find(adminGroups, name) != adminGroups.end();
-        if (!isWanted && !isAdmin && !isOfAdmin) return true;
-        std::string fault;
-        const auto entry = parseGroupLine(line, fault);
-        if (!entry) {
-          host.faults.report(accountFiles::kGroup, number, fault);
-          if (isWanted && selection.isByExactName()) unreadable.emplace(name, fault);
-          return true;
-        }
-        if (isOfAdmin) adminLines.emplace_back(line);
-        if (isAdmin) {
-          if (!admin.groupID) admin.groupID = entry->groupID;
-          return true;
-        }
-        if (isFull() || !isWanted) return true;
-        if (selection.isByExactName() && !namesFound.emplace(name).second) return true;
-        found.push_back(std::make_shared<Group>(context,
-                                                Group::Identity{std::string(name), entry->groupID},
-                                                std::vector<std::string>{std::string(line)}));
-        return mayWantAdmin || !(isFull() || selection.wantsNothingButNames(found.size()));
-      });
-  if (mayWantAdmin && !isFull()) {
-    auto group = std::make_shared<Group>(context, std::move(admin), std::move(adminLines));
-    if (selection.isByValue() || selection.takes(*group)) found.push_back(std::move(group));
+  accountFiles::scanRequired(host.options, host.faults, accountFiles::kGroup,
+                             [&](std::string_view line, std::uint64_t number) {
+                               const bool isWanted = selection.takes(line);
+                               const auto name = accountLine::name(line);
+                               const bool isOfAdmin = admin && admin->isMadeOf(name);
+                               if (!isWanted && !isOfAdmin) return true;
+                               std::string fault;
+                               const auto entry = parseGroupLine(line, fault);
+                               if (!entry) {
+                                 host.faults.report(accountFiles::kGroup, number, fault);
+                                 if (isWanted && selection.isByExactName())
+                                   unreadable.emplace(name, fault);
+                                 return true;
+                               }
+                               if (isOfAdmin) admin->add(*entry, line);
+                               if (!isWanted || name == AdminGroup::kName) return true;
+                               if (found.isFull() || !found.isNew(name)) return true;
+                               found.add(std::make_shared<Group>(
+                                   context, Group::Identity{std::string(name), entry->groupID},
+                                   std::vector<std::string>{std::string(line)}));
+                               return admin || !(found.isFull() || found.hasAllNames());
+                             });
+  if (admin && !found.isFull()) {
+    auto group = admin->make(context);
+    if (selection.isByValue() || selection.takes(*group)) found.add(std::move(group));
   }
   for (const auto& [name, fault] : unreadable) {
     // Who is asked whether a group exists must not hear that it doesn't: an access list that can't
     // be read would let everybody in.
-    if (!namesFound.contains(name) && name != kAdminGroupName) {
+    if (!found.isNamed(name) && name != AdminGroup::kName) {
       throw PlatformException(std::string(accountFiles::kGroup) + ": group " + printable(name) +
                               ": " + fault);
     }
   }
-  if (needsMembers(description)) Group::fetchMembers(*context, found);
-  if (selection.isByValue()) {
-    std::erase_if(found, [&](const auto& group) { return !selection.takes(*group); });
-    if (limit != 0 && found.size() > limit) found.resize(limit);
+  if (asksFor(description, attribute::GroupMembership) ||
+      asksFor(description, attribute::GroupMembers)) {
+    Group::fetchMembers(*context, found.records());
   }
-  return found;
+  return found.take();
 }
 
 std::shared_ptr<Group> localGroupNamed(const std::shared_ptr<Context>& context,
                                        std::string_view name) {
-  const auto found = findLocalGroups(context, {{std::string(record::Groups)},
-                                               std::string(attribute::RecordName),
-                                               MatchType::EqualTo,
-                                               {std::string(name)},
-                                               {},
-                                               1});
+  auto query = queryByName(record::Groups, name);
+  query.maximumResults = 1;
+  const auto found = findLocalGroups(context, query);
   return found.empty() ? nullptr : found.front();
 }
 
