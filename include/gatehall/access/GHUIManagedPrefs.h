@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "gatehall/base/AtomicSharedPtr.h"
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 
 namespace gatehall {
@@ -12,7 +13,7 @@ namespace gatehall {
 /// The managed layer of the login screen's preferences: an administrator's property-list files,
 /// which override the preference domain. From any thread; a read during a reload sees the values of
 /// before or after it, or none.
-class GHUIManagedPrefs {
+class GATEHALL_EXPORT GHUIManagedPrefs {
  public:
   /// The process's one instance, loaded on first use.
   static std::shared_ptr<GHUIManagedPrefs> managedPrefs();

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "gatehall/access/PreferenceSource.h"
+#include "gatehall/base/Export.h"
 
 namespace gatehall {
 
@@ -22,14 +23,14 @@ enum class LoginRule {
 };
 
 /// Whether the rule admits.
-bool admits(LoginRule rule);
+GATEHALL_EXPORT bool admits(LoginRule rule);
 
 /// The rule in words: "denied by GUID".
-const char* description(LoginRule rule);
+GATEHALL_EXPORT const char* description(LoginRule rule);
 
 /// Why somebody may or may not log in: the first rule that applied, and where the setting behind it
 /// came from, if there is one.
-struct LoginDecision {
+struct GATEHALL_EXPORT LoginDecision {
   LoginRule rule;
   std::optional<PreferenceSource> source;
 

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "gatehall/access/PreferenceSource.h"
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 
 namespace gatehall {
@@ -13,7 +14,7 @@ namespace gatehall {
 inline constexpr std::string_view kEveryone = "*";
 
 /// An allow or deny list, expanded: GUIDs of users, or kEveryone alone.
-struct LoginList {
+struct GATEHALL_EXPORT LoginList {
   Strings guids;
   PreferenceSource source;
 

@@ -7,6 +7,7 @@
 
 #include "gatehall/access/NetworkStatusTarget.h"
 #include "gatehall/base/AtomicSharedPtr.h"
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 
 namespace gatehall {
@@ -16,7 +17,7 @@ namespace gatehall {
 /// those of the last measure. While there are targets, a thread measures once a second and tells
 /// them of a changed status; without targets, asking does not measure again (see the accessors).
 /// From any thread, but for what says otherwise.
-class NetworkStatus : public std::enable_shared_from_this<NetworkStatus> {
+class GATEHALL_EXPORT NetworkStatus : public std::enable_shared_from_this<NetworkStatus> {
  public:
   /// The process's one instance, measured on first use.
   static std::shared_ptr<NetworkStatus> sharedNetworkStatus();

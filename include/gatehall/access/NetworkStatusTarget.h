@@ -1,9 +1,11 @@
 #pragma once
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 /// What NetworkStatus tells.
-class NetworkStatusTarget {
+class GATEHALL_EXPORT NetworkStatusTarget {
  public:
   virtual ~NetworkStatusTarget() = default;
 

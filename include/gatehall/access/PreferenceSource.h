@@ -1,5 +1,7 @@
 #pragma once
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 /// Where the answer of a login-screen preference came from: an administrator's managed settings,
@@ -7,6 +9,6 @@ namespace gatehall {
 enum class PreferenceSource { Managed, Preferences, Default };
 
 /// "managed", "preferences" or "default".
-const char* description(PreferenceSource source);
+GATEHALL_EXPORT const char* description(PreferenceSource source);
 
 }  // namespace gatehall

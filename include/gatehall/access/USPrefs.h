@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "gatehall/access/PreferenceSource.h"
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 
 namespace gatehall {
@@ -10,7 +11,7 @@ namespace gatehall {
 /// The login screen's preferences, domain "com.orvane.gatehall": the managed value where there is
 /// one, of whatever kind, else the domain's. Each accessor also tells where its answer came from,
 /// to who gives it a place for that. From any thread. All may raise PlatformException.
-class USPrefs {
+class GATEHALL_EXPORT USPrefs {
  public:
   USPrefs() = delete;
 

@@ -9,6 +9,7 @@
 #include "gatehall/access/NetworkStatusTarget.h"
 #include "gatehall/access/UserAccessTarget.h"
 #include "gatehall/base/AtomicSharedPtr.h"
+#include "gatehall/base/Export.h"
 #include "gatehall/platform/NotificationCenter.h"
 #include "gatehall/users/CachedUserList.h"
 
@@ -19,7 +20,8 @@ namespace gatehall {
 /// The rules may be asked on any thread. The list is handed out and changed on the main thread, and
 /// rebuilt on a thread of its own. Of the operations that read preferences or the directory, what
 /// the directory raises reaches the caller.
-class UserAccess : public NetworkStatusTarget, public std::enable_shared_from_this<UserAccess> {
+class GATEHALL_EXPORT UserAccess : public NetworkStatusTarget,
+                                   public std::enable_shared_from_this<UserAccess> {
  public:
   /// The process's one instance. Observes account, session, group, settings and locale changes from
   /// its first use on; they are delivered while the main thread runs its run loop.

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 /// What UserAccess tells: somebody who shows the list of users.
-class UserAccessTarget {
+class GATEHALL_EXPORT UserAccessTarget {
  public:
   virtual ~UserAccessTarget() = default;
 

@@ -4,13 +4,15 @@
 #include <mutex>
 #include <utility>
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 /// A shared pointer that some threads read while others replace it. It stands for
 /// std::atomic<std::shared_ptr>, whose readers in GCC 12's library are not ordered before the next
 /// writer. What was replaced is released outside of the lock. From any thread.
 template <class T>
-class AtomicSharedPtr {
+class GATEHALL_EXPORT AtomicSharedPtr {
  public:
   AtomicSharedPtr() = default;
   AtomicSharedPtr(const AtomicSharedPtr&) = delete;

@@ -11,6 +11,8 @@
 #include <variant>
 #include <vector>
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 class Value;
@@ -24,7 +26,7 @@ using Dictionary = std::map<std::string, Value, std::less<>>;
 
 /// One attribute, preference or property-list value: a string, an integer, a real, a boolean, a
 /// date, bytes, an array or a dictionary. Absence is an empty std::optional<Value>, never a Value.
-class Value {
+class GATEHALL_EXPORT Value {
  public:
   using Storage =
       std::variant<std::string, std::int64_t, double, bool, Date, Data, Array, Dictionary>;
@@ -83,20 +85,20 @@ class Value {
 
 /// The decimal number a text begins with: white space, a sign and digits, up to the first other
 /// character; 0 when there is no digit. A number beyond 64 bits answers the nearest that fits.
-std::int64_t integerPrefix(std::string_view text);
+GATEHALL_EXPORT std::int64_t integerPrefix(std::string_view text);
 
 /// True when the text, after white space, one sign and any zeros, goes on with Y, y, T, t or a
 /// digit from 1 to 9.
-bool booleanPrefix(std::string_view text);
+GATEHALL_EXPORT bool booleanPrefix(std::string_view text);
 
 /// A preference store's stricter reading: a boolean, a number, or a text that is exactly "true",
 /// "yes", "1", "false", "no" or "0" in any case. Empty for everything else.
-std::optional<bool> strictBoolean(const Value& value);
+GATEHALL_EXPORT std::optional<bool> strictBoolean(const Value& value);
 
 /// A list of texts as a person reads it: "(a, b)".
-std::string description(const Strings& texts);
+GATEHALL_EXPORT std::string description(const Strings& texts);
 
 /// A dictionary as a person reads it: "{key = value; key = value; }", in key order.
-std::string description(const Dictionary& entries);
+GATEHALL_EXPORT std::string description(const Dictionary& entries);
 
 }  // namespace gatehall

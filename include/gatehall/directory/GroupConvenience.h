@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/directory/Queries.h"
 #include "gatehall/platform/DirectoryService.h"
 
@@ -10,10 +11,10 @@ namespace gatehall {
 /// The group records, found on the search node, whose GUIDs the group lists in NestedGroups. Absent
 /// for a record that is no group, for a group that lists none, and when the query can't be made.
 /// May raise PlatformException.
-std::optional<Records> nestedGroups(DirectoryRecord& group);
+GATEHALL_EXPORT std::optional<Records> nestedGroups(DirectoryRecord& group);
 
 /// The user records, found on the search node, whose short names the group lists in
 /// GroupMembership. Absent and failing as nestedGroups.
-std::optional<Records> users(DirectoryRecord& group);
+GATEHALL_EXPORT std::optional<Records> users(DirectoryRecord& group);
 
 }  // namespace gatehall

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/platform/DirectoryService.h"
 
 namespace gatehall {
@@ -11,6 +12,7 @@ namespace gatehall {
 /// first element counts. The record is looked for by name, on the node that the dictionary names or
 /// else on the search node; of several with that name the GUID decides, then the user id (0 when
 /// the dictionary has none). A failure of the directory is logged.
-std::shared_ptr<DirectoryRecord> recordForUserAttributes(const Dictionary& attributes);
+GATEHALL_EXPORT std::shared_ptr<DirectoryRecord> recordForUserAttributes(
+    const Dictionary& attributes);
 
 }  // namespace gatehall

@@ -4,13 +4,15 @@
 #include <memory>
 #include <string>
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 struct HostOptions;
 
 /// Where a Linux host's files and services are found, and which are asked. The defaults are the
 /// machine itself; nothing here is ever taken from the environment.
-class LinuxOptions {
+class GATEHALL_EXPORT LinuxOptions {
  public:
   LinuxOptions();
   LinuxOptions(const LinuxOptions& other);

@@ -3,6 +3,7 @@
 #include <memory>
 #include <thread>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/linux/LinuxSwitchPlatform.h"
 #include "gatehall/linux/loop/LinuxRunLoop.h"
 
@@ -12,7 +13,7 @@ class EventLoop;
 class MainLoop;
 
 /// The Linux machine that the program runs on, with every service of a platform.
-class LinuxPlatform final : public LinuxSwitchPlatform {
+class GATEHALL_EXPORT LinuxPlatform final : public LinuxSwitchPlatform {
  public:
   /// Logs to the system log under the program's name.
   LinuxPlatform(const LinuxOptions& options, std::string identity);

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/linux/LinuxOptions.h"
 #include "gatehall/platform/Platform.h"
 
@@ -19,7 +20,7 @@ class NetworkNode;
 /// A service is made when it is first asked for, and an outside library is mapped when a service
 /// first needs it. Nothing is taken from the environment but, by the C library, the zone of the
 /// local time (TZ).
-class LinuxSwitchPlatform : public Platform {
+class GATEHALL_EXPORT LinuxSwitchPlatform : public Platform {
  public:
   /// Logs to the system log under the program's name.
   LinuxSwitchPlatform(const LinuxOptions& options, std::string identity);

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "gatehall/base/Export.h"
+
 /// The directory's record types and attribute kinds, by the names that records, queries and world
 /// files use.
 namespace gatehall::record {

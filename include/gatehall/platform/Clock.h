@@ -1,11 +1,12 @@
 #pragma once
 
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 
 namespace gatehall {
 
 /// The time of day. From any thread.
-class Clock {
+class GATEHALL_EXPORT Clock {
  public:
   virtual ~Clock() = default;
   virtual Date now() = 0;

@@ -3,11 +3,13 @@
 #include <string>
 #include <string_view>
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 /// The order in which people of the current locale expect names: case-insensitive, runs of digits
 /// by their numeric value. From any thread.
-class Collation {
+class GATEHALL_EXPORT Collation {
  public:
   virtual ~Collation() = default;
 

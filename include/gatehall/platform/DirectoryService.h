@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 
 namespace gatehall {
@@ -33,12 +34,12 @@ inline constexpr std::string_view kDirectoryErrorDomain = "com.orvane.Lexidir";
 
 /// What a refused operation says about itself. A service that has nothing to say leaves it as it
 /// is: no domain, code 0.
-struct DirectoryError {
+struct GATEHALL_EXPORT DirectoryError {
   std::optional<std::string> domain;
   std::int64_t code = 0;
 };
 
-struct QueryDescription {
+struct GATEHALL_EXPORT QueryDescription {
   Strings recordTypes;    ///< one or more of the names in gatehall::record
   std::string attribute;  ///< the kind to match on
   MatchType match;        ///< how a record's value is compared
@@ -56,7 +57,7 @@ struct QueryDescription {
 ///
 /// Attribute kinds are accepted by suffix and in full (attribute::canonical) and handed out by
 /// suffix.
-class DirectoryService {
+class GATEHALL_EXPORT DirectoryService {
  public:
   virtual ~DirectoryService() = default;
 
@@ -64,7 +65,7 @@ class DirectoryService {
   virtual std::shared_ptr<class DirectorySession> defaultSession() = 0;
 };
 
-class DirectorySession {
+class GATEHALL_EXPORT DirectorySession {
  public:
   virtual ~DirectorySession() = default;
 
@@ -75,7 +76,7 @@ class DirectorySession {
   virtual std::shared_ptr<DirectoryNode> nodeByName(std::string_view name) = 0;
 };
 
-class DirectoryNode {
+class GATEHALL_EXPORT DirectoryNode {
  public:
   virtual ~DirectoryNode() = default;
 
@@ -107,7 +108,7 @@ class DirectoryNode {
   virtual std::shared_ptr<DirectoryQuery> query(QueryDescription description) = 0;
 };
 
-class DirectoryQuery {
+class GATEHALL_EXPORT DirectoryQuery {
  public:
   virtual ~DirectoryQuery() = default;
 
@@ -120,7 +121,7 @@ class DirectoryQuery {
 
 /// One account or group. Attributes that a query did not return are fetched on demand, so a record
 /// answers for every kind it has.
-class DirectoryRecord {
+class GATEHALL_EXPORT DirectoryRecord {
  public:
   virtual ~DirectoryRecord() = default;
 

@@ -2,10 +2,12 @@
 
 #include <string_view>
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 /// Where messages go. From any thread. Raises nothing, and never interprets the text.
-class Log {
+class GATEHALL_EXPORT Log {
  public:
   virtual ~Log() = default;
 

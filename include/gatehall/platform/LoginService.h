@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 
 namespace gatehall {
@@ -13,7 +14,7 @@ inline constexpr std::string_view kUserPasswordKey = "UserPasswordKey";
 
 /// Who performs a switch of the console. From the main thread; ends within the host's time limit.
 /// The status is 0 once the request was accepted; what a refusal says goes to the system log.
-class LoginService {
+class GATEHALL_EXPORT LoginService {
  public:
   virtual ~LoginService() = default;
 

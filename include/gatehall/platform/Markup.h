@@ -5,17 +5,19 @@
 #include <string_view>
 #include <vector>
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 /// An element of an XML document: its name as it is written, its text when it holds nothing but
 /// text, its child elements in document order.
-struct XMLElement {
+struct GATEHALL_EXPORT XMLElement {
   std::string name;
   std::optional<std::string> text;
   std::vector<XMLElement> children;
 };
 
-struct URL {
+struct GATEHALL_EXPORT URL {
   std::string scheme;        ///< as written
   std::string absoluteText;  ///< the whole URL
   bool isFile = false;       ///< the scheme is "file", in any case
@@ -23,7 +25,7 @@ struct URL {
 
 /// Readers of markup that comes from outside. From any thread, in bounded time and memory. What is
 /// wrong with the markup raises nothing; PlatformException says that the host has no reader.
-class Markup {
+class GATEHALL_EXPORT Markup {
  public:
   virtual ~Markup() = default;
 

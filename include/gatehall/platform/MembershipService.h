@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 /// What the membership service knows a user or group by.
@@ -12,7 +14,7 @@ using Identifier = std::array<std::uint8_t, 16>;
 /// Service access lists: which users a named service admits. From any thread; ends within the
 /// host's time limit. Raises nothing; a status other than 0 is a failure, and leaves the answer
 /// undefined.
-class MembershipService {
+class GATEHALL_EXPORT MembershipService {
  public:
   virtual ~MembershipService() = default;
 

@@ -6,12 +6,13 @@
 #include <string>
 #include <string_view>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 #include "gatehall/platform/RunLoop.h"
 
 namespace gatehall {
 
-struct Notification {
+struct GATEHALL_EXPORT Notification {
   std::string name;
   std::optional<Dictionary> userInfo;
 };
@@ -22,7 +23,7 @@ inline constexpr std::string_view kCurrentLocaleDidChangeNotification =
 
 /// Notifications by name, to observers in this process. The host has two centres: the in-process
 /// one and the distributed one, whose notifications come from any process of the machine.
-class NotificationCenter {
+class GATEHALL_EXPORT NotificationCenter {
  public:
   using Handler = std::function<void(const Notification&)>;
 
@@ -39,7 +40,7 @@ class NotificationCenter {
 
 /// System-wide named notifications, without content, delivered through a source of the main run
 /// loop.
-class SystemNotifications {
+class GATEHALL_EXPORT SystemNotifications {
  public:
   virtual ~SystemNotifications() = default;
 

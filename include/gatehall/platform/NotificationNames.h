@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "gatehall/base/Export.h"
+
 /// The names under which a host posts what happens on it, besides the one for the locale
 /// (NotificationCenter.h).
 namespace gatehall {

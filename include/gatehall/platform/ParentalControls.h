@@ -3,12 +3,13 @@
 #include <cstdint>
 #include <optional>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 
 namespace gatehall {
 
 /// Limits on when a managed account may log in. From any thread; ends within the host's time limit.
-class ParentalControls {
+class GATEHALL_EXPORT ParentalControls {
  public:
   virtual ~ParentalControls() = default;
 

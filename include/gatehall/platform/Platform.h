@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/base/PlatformException.h"
 #include "gatehall/platform/Clock.h"
 #include "gatehall/platform/Collation.h"
@@ -26,7 +27,7 @@ namespace gatehall {
 /// The references are good as long as the platform. A service may be made when it is first asked
 /// for, so that a program which never asks never pays. From any thread, unless the service's
 /// own header narrows it.
-class Platform {
+class GATEHALL_EXPORT Platform {
  public:
   virtual ~Platform() = default;
 
@@ -66,6 +67,6 @@ class Platform {
 };
 
 /// The installed host. Calling it without one is a programming error and ends the process.
-Platform& platform();
+GATEHALL_EXPORT Platform& platform();
 
 }  // namespace gatehall

@@ -3,13 +3,14 @@
 #include <optional>
 #include <string_view>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 
 namespace gatehall {
 
 /// Preferences by application domain: the current user's settings first, then the system's. From
 /// any thread. Values may be cached until synchronizePreferences.
-class PreferenceStore {
+class GATEHALL_EXPORT PreferenceStore {
  public:
   virtual ~PreferenceStore() = default;
 
@@ -27,7 +28,7 @@ class PreferenceStore {
 };
 
 /// Property-list files at fixed paths. From any thread.
-class PropertyListReader {
+class GATEHALL_EXPORT PropertyListReader {
  public:
   virtual ~PropertyListReader() = default;
 

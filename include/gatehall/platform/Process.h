@@ -2,10 +2,12 @@
 
 #include <cstdint>
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 /// The process that the layer runs in.
-class Process {
+class GATEHALL_EXPORT Process {
  public:
   virtual ~Process() = default;
 

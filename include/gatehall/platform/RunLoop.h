@@ -3,10 +3,12 @@
 #include <functional>
 #include <memory>
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 /// Something that wakes a run loop; made by the service whose events it carries.
-class RunLoopSource {
+class GATEHALL_EXPORT RunLoopSource {
  public:
   virtual ~RunLoopSource() = default;
 };
@@ -16,7 +18,7 @@ class RunLoopSource {
 enum class RunLoopMode { Default, Common };
 
 /// The run loop and the threads beside it. A task that throws ends the process.
-class RunLoop {
+class GATEHALL_EXPORT RunLoop {
  public:
   virtual ~RunLoop() = default;
 

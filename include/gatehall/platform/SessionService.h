@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 
 namespace gatehall {
@@ -22,7 +23,7 @@ inline constexpr std::string_view LoginDoneKey = "kVXSessionLoginDoneKey";
 }  // namespace session
 
 /// The window server's graphical sessions. From any thread; ends within the host's time limit.
-class SessionService {
+class GATEHALL_EXPORT SessionService {
  public:
   virtual ~SessionService() = default;
 

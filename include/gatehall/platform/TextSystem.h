@@ -5,19 +5,20 @@
 #include <string_view>
 #include <utility>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 
 namespace gatehall {
 
 /// A stretch of UTF-16 text that has the same attributes throughout.
-struct TextRun {
+struct GATEHALL_EXPORT TextRun {
   std::u16string_view text;
   const Dictionary& attributes;
 };
 
 /// How wide styled text is and where its characters end. From any thread. May raise
 /// PlatformException when the host's text system can't be had.
-class TextSystem {
+class GATEHALL_EXPORT TextSystem {
  public:
   virtual ~TextSystem() = default;
 

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 #include "gatehall/text/TextRange.h"
 
@@ -13,7 +14,7 @@ namespace gatehall {
 /// UTF-16 text in which every unit has attributes, such as a font; neighbours with equal attributes
 /// form a run. Indexes and lengths count UTF-16 units. The keys of attributes are those that the
 /// host's TextSystem draws by. From any thread, as long as nobody changes it.
-class AttributedString {
+class GATEHALL_EXPORT AttributedString {
  public:
   AttributedString() = default;
   explicit AttributedString(std::u16string text, Dictionary attributes = {});
@@ -48,7 +49,7 @@ class AttributedString {
 };
 
 /// One that can be changed, by one thread at a time.
-class MutableAttributedString : public AttributedString {
+class GATEHALL_EXPORT MutableAttributedString : public AttributedString {
  public:
   using AttributedString::AttributedString;
   explicit MutableAttributedString(const AttributedString& string) : AttributedString(string) {}

@@ -2,12 +2,13 @@
 
 #include <cstdint>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/base/PlatformException.h"
 
 namespace gatehall {
 
 /// A stretch of text, in UTF-16 units.
-struct TextRange {
+struct GATEHALL_EXPORT TextRange {
   std::uint64_t location = 0;
   std::uint64_t length = 0;
 
@@ -17,7 +18,7 @@ struct TextRange {
 };
 
 /// A range or an index that lies outside a text.
-class RangeException : public PlatformException {
+class GATEHALL_EXPORT RangeException : public PlatformException {
  public:
   /// "Invalid range {location, length}."
   explicit RangeException(TextRange range);

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string_view>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 
 namespace gatehall {
@@ -13,13 +14,13 @@ namespace gatehall {
 
 /// A list's element at the index, absent beyond its end; a string or number itself, whatever the
 /// index.
-std::optional<Value> attrAtIndex(const Value& value, std::uint64_t index);
+GATEHALL_EXPORT std::optional<Value> attrAtIndex(const Value& value, std::uint64_t index);
 
 /// Whether the string, or one of the list's, is exactly equal (case-sensitive). A number never is.
-bool isAttrEqualToString(const Value& value, std::string_view text);
+GATEHALL_EXPORT bool isAttrEqualToString(const Value& value, std::string_view text);
 
 /// Whether the text occurs (case-sensitive) in the string, or in one of the list's. In a number it
 /// never does.
-bool doesAttrContainString(const Value& value, std::string_view text);
+GATEHALL_EXPORT bool doesAttrContainString(const Value& value, std::string_view text);
 
 }  // namespace gatehall

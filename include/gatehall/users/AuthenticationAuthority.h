@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "gatehall/base/Export.h"
+
 /// Tags that authentication authorities carry as one of their fields (";basic;",
 /// ";ShadowHash;…"): how an account's password is checked.
 namespace gatehall::authority {

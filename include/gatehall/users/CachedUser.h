@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "gatehall/base/AtomicSharedPtr.h"
+#include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 #include "gatehall/platform/DirectoryService.h"
 
@@ -21,7 +22,7 @@ namespace gatehall {
 /// Attributes that can't be read are absent, and every property then answers as for an account
 /// without them. A user is built on one thread and may then be read on another; the marks and the
 /// parental-controls state may be read while they are written.
-class CachedUser {
+class GATEHALL_EXPORT CachedUser {
   class Private {
     friend class CachedUser;
     Private() = default;

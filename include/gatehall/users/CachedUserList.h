@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/users/CachedUser.h"
 #include "gatehall/users/KinwatchTarget.h"
 
@@ -21,7 +22,7 @@ class KinwatchMonitor;
 ///
 /// Used by one thread at a time; only userStatusChanged may come from another, meanwhile: a list is
 /// registered with the parental-controls monitor for its whole life.
-class CachedUserList final : public KinwatchTarget {
+class GATEHALL_EXPORT CachedUserList final : public KinwatchTarget {
   class Private {
     friend class CachedUserList;
     Private() = default;

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "gatehall/base/Export.h"
 #include "gatehall/platform/NotificationCenter.h"
 #include "gatehall/platform/NotificationNames.h"
 #include "gatehall/users/KinwatchTarget.h"
@@ -14,7 +15,7 @@ namespace gatehall {
 
 /// Hears of changed parental controls and passes them on to its targets, which are not held: each
 /// takes itself out before it goes. From any thread.
-class KinwatchMonitor {
+class GATEHALL_EXPORT KinwatchMonitor {
  public:
   /// The process's one monitor, observing from its first use on.
   static std::shared_ptr<KinwatchMonitor> sharedKWMonitor();

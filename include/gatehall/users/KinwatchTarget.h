@@ -3,10 +3,12 @@
 #include <optional>
 #include <string_view>
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 /// What KinwatchMonitor tells.
-class KinwatchTarget {
+class GATEHALL_EXPORT KinwatchTarget {
  public:
   virtual ~KinwatchTarget() = default;
 

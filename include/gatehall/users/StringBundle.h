@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "gatehall/base/Export.h"
+
 namespace gatehall {
 
 /// Looks up a localized string: key, default for a key that the table lacks, table.
@@ -13,10 +15,11 @@ using StringBundle = std::function<std::optional<std::string>(
 
 /// The process-wide bundle that the layer's own texts come from. It starts empty; a host that
 /// embeds the layer may set it before use.
-void setStringBundle(StringBundle bundle);
+GATEHALL_EXPORT void setStringBundle(StringBundle bundle);
 
 /// The string from the bundle; absent while there is none.
-std::optional<std::string> localizedString(std::string_view key, std::string_view defaultText,
-                                           std::string_view table);
+GATEHALL_EXPORT std::optional<std::string> localizedString(std::string_view key,
+                                                           std::string_view defaultText,
+                                                           std::string_view table);
 
 }  // namespace gatehall

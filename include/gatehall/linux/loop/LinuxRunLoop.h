@@ -1,5 +1,6 @@
 #pragma once
 
+#include "gatehall/base/Export.h"
 #include "gatehall/platform/RunLoop.h"
 
 namespace gatehall {
@@ -13,7 +14,7 @@ namespace gatehall {
 ///
 /// What follows is for the program, on the main thread. Each raises PlatformException where
 /// libsystemd is missing.
-class LinuxRunLoop : public RunLoop {
+class GATEHALL_EXPORT LinuxRunLoop : public RunLoop {
  public:
   /// Readable when dispatch has something to do. Good as long as the loop.
   virtual int descriptor() = 0;
