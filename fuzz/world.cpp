@@ -1,8 +1,8 @@
 // World files.
 
 #include "fuzz/Input.h"
+#include "gatehall/world/json/WorldError.h"
 #include "world/file/WorldFile.h"
-#include "world/json/WorldError.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace gatehall;

@@ -12,7 +12,7 @@
 #include "ctl/print/TerminalText.h"
 #include "ctl/request/HostFailure.h"
 #include "ctl/verbs/Verbs.h"
-#include "world/json/WorldError.h"
+#include "gatehall/world/json/WorldError.h"
 
 namespace gatehall::ctl {
 

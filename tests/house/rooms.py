@@ -41,7 +41,7 @@ ROOMS = {
         "a whole host in memory, and its smaller services",
         "base instrumented platform portable world/directory",
     ),
-    "world/file": Room("what a world file may say", "base platform portable world world/json"),
+    "world/file": Room("what a world file may say", "base instrumented platform portable world world/json"),
     "world/script": Room(
         "what a script of events may say, and what each event does",
         "platform world world/file world/json",

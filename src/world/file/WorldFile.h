@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
+#include "gatehall/world/json/WorldError.h"
 #include "world/World.h"
 #include "world/json/JsonCursor.h"
-#include "world/json/WorldError.h"
 
 namespace gatehall {
 

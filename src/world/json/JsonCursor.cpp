@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "world/json/WorldError.h"
+#include "gatehall/world/json/WorldError.h"
 
 namespace gatehall {
 

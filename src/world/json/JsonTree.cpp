@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "world/json/WorldError.h"
+#include "gatehall/world/json/WorldError.h"
 
 namespace gatehall {
 

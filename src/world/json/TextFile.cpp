@@ -6,7 +6,7 @@
 #include <cstring>
 #include <memory>
 
-#include "world/json/WorldError.h"
+#include "gatehall/world/json/WorldError.h"
 
 namespace gatehall {
 

@@ -4,8 +4,8 @@
 #include <string_view>
 #include <utility>
 
+#include "gatehall/world/json/WorldError.h"
 #include "world/json/JsonCursor.h"
-#include "world/json/WorldError.h"
 #include "world/script/Script.h"
 
 /// The kinds of events that a script may hold, each with the reader of what stands under its name.
