@@ -80,7 +80,9 @@ class Installed(unittest.TestCase):
 
     def test_an_earlier_standard_is_told_what_is_needed_and_no_more(self):
         with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-            said = list(pool.map(lambda header: self.compiled(header, "-std=c++17"), self.headers()))
+            said = list(
+                pool.map(lambda header: self.compiled(header, "-std=c++17"), self.headers())
+            )
         for header, text in zip(self.headers(), said):
             errors = re.findall(r"error: (.*)", text)
             self.assertIn("Gatehall's headers need C++20", (errors or [text])[0], header)
