@@ -302,6 +302,28 @@ TEST_F(ChangeNotifications, UnregisteringLeavesSessionUsersGroupsAndLocaleObserv
   EXPECT_EQ(mTarget->told, 3);
 }
 
+TEST_F(ChangeNotifications, AnInstanceThatIsGoneIsToldNothingThoughObservationsStay) {
+  const auto target = std::make_shared<CountingTarget>();
+  auto own = std::make_shared<UserAccess>();
+  own->registerForNotifications();
+  own->addTarget(target);
+  own.reset();
+  post(kSessionUserChanged);
+  postSystem(kGroups);
+  mWorld->notificationCenter().post(kCurrentLocaleDidChangeNotification);
+  advance(2.0);
+  EXPECT_EQ(target->told, 0);
+  EXPECT_GT(mTarget->told, 0) << "the instance that is still there";
+}
+
+TEST_F(ChangeNotifications, AHostThatIsInstalledAnewTellsTheNewInstanceAlone) {
+  install(mWorld);
+  access()->addTarget(mTarget);
+  post(kSessionUserChanged);
+  advance(2.0);
+  EXPECT_EQ(mTarget->told, 1);
+}
+
 TEST_F(ChangeNotifications, ANameThatCanNotBeRegisteredLeavesTheOthersObserved) {
   auto world = worldFromText(machineOfAll(), "world.json");
   world->systemNotifications().refuse(kConsole);

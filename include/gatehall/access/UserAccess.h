@@ -24,7 +24,8 @@ class GATEHALL_EXPORT UserAccess : public NetworkStatusTarget,
                                    public std::enable_shared_from_this<UserAccess> {
  public:
   /// The process's one instance. Observes account, session, group, settings and locale changes from
-  /// its first use on; they are delivered while the main thread runs its run loop.
+  /// its first use on, which is on the main thread; they are delivered while that runs its run
+  /// loop.
   static std::shared_ptr<UserAccess> sharedUserAccess();
 
   ~UserAccess() override;
@@ -75,7 +76,8 @@ class GATEHALL_EXPORT UserAccess : public NetworkStatusTarget,
   void registerForNotifications();
   void registerForRosterdChanges();
 
-  /// Ends some of the observations: those of user-interface sessions, locale and groups go on.
+  /// Ends some of the observations: those of user-interface sessions, locale and groups go on, and
+  /// tell nobody once this object is gone.
   void unregisterForNotifications();
 
   /// A changed full name: that user's attributes are read again and the targets told. Any other

@@ -30,11 +30,16 @@ class GATEHALL_EXPORT NotificationCenter {
   virtual ~NotificationCenter() = default;
 
   /// Calls the handler for each notification of that name, from any sender, on the main thread,
-  /// from its run loop. The observer is only an identity to remove by; it must outlive the
-  /// observation. From any thread.
+  /// from its run loop, until the observation is removed or the host goes. From any thread.
+  ///
+  /// The observer is an identity to remove by and no more: a host reads nothing behind it, and an
+  /// observation may outlive it. What the handler needs it therefore holds itself, weakly if that
+  /// may go before the observation does.
   virtual void addObserver(const void* observer, std::string_view name, Handler handler) = 0;
 
-  /// Ends the observer's observations of that name; none is fine. From any thread.
+  /// Ends the observer's observations of that name; none is fine. What was posted and not delivered
+  /// yet is not told any more. From any thread; one that isn't the main one doesn't wait for a
+  /// handler that runs.
   virtual void removeObserver(const void* observer, std::string_view name) = 0;
 };
 

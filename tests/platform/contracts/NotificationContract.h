@@ -3,6 +3,7 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -85,6 +86,28 @@ TEST_P(NotificationContract, TellsNobodyWhoStoppedObserving) {
   mHost->postDistributed("com.orvane.second", {});
   mHost->deliver();
   EXPECT_THAT(mReceived, testing::ElementsAre("com.orvane.first{}", "com.orvane.second{}"));
+}
+
+TEST_P(NotificationContract, TellsNobodyOfWhatWasPostedBeforeTheyStoppedObserving) {
+  center().addObserver(&mObserver, "com.orvane.first", keep());
+  mHost->postDistributed("com.orvane.first", {});
+  center().removeObserver(&mObserver, "com.orvane.first");
+  mHost->deliver();
+  EXPECT_THAT(mReceived, testing::IsEmpty());
+}
+
+TEST_P(NotificationContract, KnowsAnObserverByItsAddressWhetherItIsStillThereOrNot) {
+  auto observer = std::make_optional<std::string>("somebody");
+  const void* const identity = &*observer;
+  center().addObserver(identity, "com.orvane.first", keep());
+  observer.reset();
+  mHost->postDistributed("com.orvane.first", {});
+  mHost->deliver();
+  EXPECT_EQ(mReceived.size(), 1U);
+  center().removeObserver(identity, "com.orvane.first");
+  mHost->postDistributed("com.orvane.first", {});
+  mHost->deliver();
+  EXPECT_EQ(mReceived.size(), 1U);
 }
 
 TEST_P(NotificationContract, LetsAHandlerEndItsOwnAndOtherObservations) {
