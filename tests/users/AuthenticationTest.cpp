@@ -111,6 +111,17 @@ TEST_F(Authentication, IsNeededByALocalAccountExactlyWhenItsPolicyIsInUse) {
   EXPECT_FALSE(userNamed("carol")->shouldAuthenticate());
 }
 
+TEST_F(Authentication, IsNeededWhateverTheEmptyPasswordAnswersOfALocalAccount) {
+  mWorld->directory()
+      .node("local")
+      ->record("Users", "bob")
+      ->setPolicy(Dictionary{{"maxFailedLoginAttempts", 3}});
+  EXPECT_TRUE(userNamed("bob")->shouldAuthenticate());
+  EXPECT_EQ(userNamed("bob")->authenticate(""), 0);
+  EXPECT_FALSE(userNamed("carol")->shouldAuthenticate());
+  EXPECT_NE(userNamed("carol")->authenticate(""), 0);
+}
+
 TEST_F(Authentication, IsNeededByAnyOtherAccountExactlyWhenItHasAnAuthority) {
   EXPECT_TRUE(userNamed("erin")->shouldAuthenticate());
   EXPECT_TRUE(

@@ -149,16 +149,40 @@ class GATEHALL_EXPORT CachedUser {
 
   // Authentication
 
-  /// authenticate and changePassword: a failure without a code of the directory's own.
+  /// authenticate and changePassword: a failure without a code of the directory's own. The
+  /// directory can't be reached or has nothing to say, or the user has no record.
   static constexpr std::int64_t kFailure = 5000;
   /// authenticate: a network account that the service access list does not admit.
   static constexpr std::int64_t kNotAdmitted = 5501;
 
-  /// Verifies the password: 0 accepted, kNotAdmitted (the directory is not asked), kFailure, or the
-  /// directory's own code. The platform's failures are kFailure.
+  /// Verifies the password. 0: it is the account's. Else why it was refused, as far as that can be
+  /// told; other codes than these refuse, too. The platform's failures are kFailure. Counts as no
+  /// failed attempt on this machine.
+  ///
+  /// | code | what it says |
+  /// |---|---|
+  /// | 5000 | kFailure |
+  /// | 5501 | kNotAdmitted; the directory is not asked |
+  /// | 5101 | the password is wrong, or the account has none that could be right |
+  /// | 5102 | the process may not read the hash: any password is answered so |
+  /// | 5103 | the account is locked or past its end |
+  /// | 5108 | the password is past its age, or has to be changed first |
+  ///
+  /// Those from 5101 on are the Linux directory's, by name in
+  /// gatehall/linux/records/DirectoryErrorCodes.h. An unprivileged process, neither root's nor in
+  /// the group shadow, hears 5102 of nearly every local account, and 5101 for the empty password of
+  /// a network account even if that has none: it can't tell who has no password. Any other password
+  /// of a network account is verified for everybody.
   std::int64_t authenticate(std::string_view password) const;
 
-  /// Whether a login screen has to ask this user for a password. May raise PlatformException.
+  /// Whether rules apply to the account's password: of a local account that is no mobile one,
+  /// passwordPolicyInUse; of any other, that it has an authentication authority. Not of smart-card
+  /// users and guests. May raise PlatformException.
+  ///
+  /// It does not say whether the user has to be asked for a password: a local account with one
+  /// answers false while it has no policy, and one without any answers true under a policy. A login
+  /// screen tries the empty password, authenticate(""), and asks unless that answers 0. One that
+  /// can't read hashes leaves the question to PAM, which asks only who has a password.
   bool shouldAuthenticate() const;
 
   /// Whether a local account's password is of the crypt kind: no authority, or "basic".
@@ -167,7 +191,9 @@ class GATEHALL_EXPORT CachedUser {
   /// May raise PlatformException.
   bool canModifyPassword() const;
 
-  /// 0 changed, kFailure, or the directory's own code. May raise PlatformException.
+  /// 0 changed, kFailure, or the directory's own code: on Linux those of authenticate for the old
+  /// password, 5105 when the new one is refused, 5106 when passwords can't be changed here. May
+  /// raise PlatformException.
   std::int64_t changePassword(std::string_view oldPassword, std::string_view toNewPassword);
 
   /// Writes the hint; false without a hint, when the directory refuses, and after a failure, which

@@ -4,8 +4,8 @@
 #include <string.h>
 #include <strings.h>
 
+#include "gatehall/linux/records/DirectoryErrorCodes.h"
 #include "linux/ldap/PasswordPolicy.h"
-#include "linux/records/DirectoryErrorCodes.h"
 #include "linux/records/NetworkNode.h"
 
 namespace gatehall::ldap {

@@ -5,11 +5,11 @@
 #include <unordered_set>
 #include <utility>
 
+#include "gatehall/linux/records/DirectoryErrorCodes.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/ldap/Authentication.h"
 #include "linux/ldap/Find.h"
 #include "linux/ldap/PasswordPolicy.h"
-#include "linux/records/DirectoryErrorCodes.h"
 
 namespace gatehall::ldap {
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <unordered_map>
 
+#include "gatehall/linux/records/DirectoryErrorCodes.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/accounts/AccountFiles.h"
 #include "linux/accounts/Group.h"
@@ -11,7 +12,6 @@
 #include "linux/local/Groups.h"
 #include "linux/local/Users.h"
 #include "linux/records/AccountID.h"
-#include "linux/records/DirectoryErrorCodes.h"
 
 namespace gatehall::local {
 

@@ -6,11 +6,11 @@
 #include <unistd.h>
 #include <unordered_set>
 
+#include "gatehall/linux/records/DirectoryErrorCodes.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/accounts/AccountLine.h"
 #include "linux/local/PasswordChange.h"
 #include "linux/local/Users.h"
-#include "linux/records/DirectoryErrorCodes.h"
 
 namespace gatehall::local {
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
+#include "gatehall/linux/records/DirectoryErrorCodes.h"
 #include "linux/accounts/UserRecord.h"
-#include "linux/records/DirectoryErrorCodes.h"
 #include "tests/linux/Machine.h"
 
 namespace gatehall {

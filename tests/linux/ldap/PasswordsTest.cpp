@@ -1,7 +1,7 @@
 #include <mutex>
 #include <sys/stat.h>
 
-#include "linux/records/DirectoryErrorCodes.h"
+#include "gatehall/linux/records/DirectoryErrorCodes.h"
 #include "tests/linux/ldap/fixture/LdapMachine.h"
 #include "tests/linux/ldap/fixture/ScriptedServer.h"
 

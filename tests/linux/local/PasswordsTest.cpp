@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "linux/records/DirectoryErrorCodes.h"
+#include "gatehall/linux/records/DirectoryErrorCodes.h"
 #include "tests/linux/Machine.h"
 
 namespace gatehall {
