@@ -55,18 +55,22 @@ bool LinuxPreferences::applicationBoolean(std::string_view key, std::string_view
 
 void LinuxPreferences::synchronizePreferences(std::string_view domain) {
   const std::scoped_lock lock(mLock);
+  ++mSynchronized;
   if (const auto found = mDomains.find(domain); found != mDomains.end()) mDomains.erase(found);
 }
 
 std::shared_ptr<const LinuxPreferences::Domain> LinuxPreferences::domainNamed(
     std::string_view name) {
+  std::uint64_t synchronized = 0;
   {
     const std::scoped_lock lock(mLock);
     if (const auto found = mDomains.find(name); found != mDomains.end()) return found->second;
+    synchronized = mSynchronized;
   }
   auto domain = std::make_shared<const Domain>(read(name));
   const std::scoped_lock lock(mLock);
-  mDomains.insert_or_assign(std::string(name), domain);
+  // What was read before the files were to be looked at again is an answer, but none to keep.
+  if (synchronized == mSynchronized) mDomains.insert_or_assign(std::string(name), domain);
   return domain;
 }
 

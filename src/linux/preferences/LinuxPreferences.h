@@ -44,7 +44,8 @@ class LinuxPreferences final : public PreferenceStore {
   DirectoryService& mDirectory;
   Process& mProcess;
   Log& mLog;
-  std::mutex mLock;  ///< guards mDomains; not held while files are read
+  std::mutex mLock;                 ///< guards what follows; not held while files are read
+  std::uint64_t mSynchronized = 0;  ///< so often
   std::map<std::string, std::shared_ptr<const Domain>, std::less<>> mDomains;
 };
 

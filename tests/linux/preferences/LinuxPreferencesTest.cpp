@@ -1,10 +1,12 @@
 #include <fcntl.h>
 #include <filesystem>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include "gatehall/linux/LinuxPlatform.h"
 #include "linux/preferences/LinuxPreferences.h"
@@ -67,8 +69,12 @@ namespace {
 
 class AnnsProcess final : public Process {
  public:
-  std::uint32_t effectiveUserID() override { return userID; }
+  std::uint32_t effectiveUserID() override {
+    if (whenAsked) std::exchange(whenAsked, nullptr)();
+    return userID;
+  }
   std::uint32_t userID = geteuid();
+  std::function<void()> whenAsked;  ///< for once
 };
 
 class LinuxPreferencesTest : public testing::Test {
@@ -96,6 +102,17 @@ class LinuxPreferencesTest : public testing::Test {
 TEST_F(LinuxPreferencesTest, SaysNothingOfFilesThatAreNotThere) {
   EXPECT_FALSE(read("DenyList"));
   EXPECT_THAT(machine.log.lines(), IsEmpty());
+}
+
+TEST_F(LinuxPreferencesTest, KeepsNothingThatWasReadBeforeItWasToReadAnew) {
+  write(kSystemFile, Dictionary{{"a", "old"}});
+  // The system's file has been read by then.
+  process.whenAsked = [&] {
+    write(kSystemFile, Dictionary{{"a", "new"}});
+    preferences.synchronizePreferences(kDomain);
+  };
+  EXPECT_EQ(read("a"), "old") << "asked before the change";
+  EXPECT_EQ(read("a"), "new");
 }
 
 TEST_F(LinuxPreferencesTest, IgnoresFilesThatOthersCanWriteAndSaysSoOnce) {
