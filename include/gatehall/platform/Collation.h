@@ -8,7 +8,8 @@
 namespace gatehall {
 
 /// The order in which people of the current locale expect names: case-insensitive, runs of digits
-/// by their numeric value. From any thread.
+/// by their numeric value. From any thread. May raise PlatformException when the host's collation
+/// can't be had.
 class GATEHALL_EXPORT Collation {
  public:
   virtual ~Collation() = default;

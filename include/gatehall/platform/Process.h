@@ -16,7 +16,7 @@ class GATEHALL_EXPORT Process {
 
   /// Gives up for good what rights the process has beyond its caller's, such as that to read
   /// passwords. Whoever acts for the caller calls it once nothing more needs them; what does then
-  /// is refused. A process without such rights has nothing to give up.
+  /// is refused. A process without such rights has nothing to give up. From the main thread.
   virtual void giveUpRights() {}
 };
 

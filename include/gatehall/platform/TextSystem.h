@@ -17,7 +17,8 @@ struct GATEHALL_EXPORT TextRun {
 };
 
 /// How wide styled text is and where its characters end. From any thread. May raise
-/// PlatformException when the host's text system can't be had.
+/// PlatformException when the host's text system can't be had, or a text is longer than it
+/// measures.
 class GATEHALL_EXPORT TextSystem {
  public:
   virtual ~TextSystem() = default;

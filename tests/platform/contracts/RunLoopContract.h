@@ -41,6 +41,19 @@ TEST_P(RunLoopContract, RunsDelayedTasksByTheirMomentsThenByTheirRequests) {
   EXPECT_THAT(ran, testing::ElementsAre(1, 2));
 }
 
+TEST_P(RunLoopContract, RunsDelayedTasksOnTheMainThreadWhicheverThreadRequestsThem) {
+  std::atomic<bool> done = false;
+  std::thread::id ranOn;
+  loop().detachNewThread([&] {
+    loop().performAfterDelay(0.001, [&] {
+      ranOn = std::this_thread::get_id();
+      done = true;
+    });
+  });
+  mHost->runUntil([&] { return done.load(); });
+  EXPECT_EQ(ranOn, std::this_thread::get_id());
+}
+
 TEST_P(RunLoopContract, RunsATaskThatATaskRequests) {
   int ran = 0;
   loop().performAfterDelay(0, [&] {
