@@ -17,6 +17,8 @@
 
 namespace gatehall::ldap {
 
+class Dialogue;
+
 /// A server that broke the connection off, sent what is no LDAP, or did not answer in time. The
 /// connection is of no use any more.
 class ConnectionLost : public PlatformException {
@@ -113,11 +115,10 @@ class Connection {
   static std::uint64_t searchesSent();
 
  private:
-  struct Session;
+  Connection(std::unique_ptr<Dialogue> dialogue, std::optional<std::int32_t> pageSize);
 
-  explicit Connection(std::unique_ptr<Session> session);
-
-  std::unique_ptr<Session> mSession;
+  std::unique_ptr<Dialogue> mDialogue;
+  std::optional<std::int32_t> mPageSize;
 };
 
 }  // namespace gatehall::ldap

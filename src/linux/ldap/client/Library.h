@@ -6,6 +6,7 @@
 #include <memory>
 #include <openldap.h>
 #include <optional>
+#include <string_view>
 
 #include "linux/files/FileDescriptor.h"
 #include "linux/ldap/client/ServerSocket.h"
@@ -71,6 +72,17 @@ struct Free {
 };
 template <class Type>
 using Owned = std::unique_ptr<Type, Free>;
+
+/// A text as the library takes it, which only reads it.
+inline berval viewOf(std::string_view text) {
+  return {text.size(), const_cast<char*>(text.data())};
+}
+
+/// A text that the library hands out.
+inline std::string_view textOf(const berval& value) {
+  return value.bv_val == nullptr ? std::string_view()
+                                 : std::string_view(value.bv_val, value.bv_len);
+}
 
 /// The way to the server. What it sends is read ahead, nothing blocks, and writing to a server that
 /// is gone raises no signal.
