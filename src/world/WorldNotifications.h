@@ -5,10 +5,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "gatehall/platform/NotificationCenter.h"
 #include "portable/LocalNotificationCenter.h"
+#include "portable/NotificationSources.h"
 #include "world/WorldRunLoop.h"
 
 namespace gatehall {
@@ -44,11 +44,9 @@ class WorldSystemNotifications final : public SystemNotifications {
   void refuse(std::string_view name);
 
  private:
-  class Source;
-
   WorldRunLoop& mRunLoop;
   std::mutex mMutex;
-  std::vector<std::weak_ptr<Source>> mSources;
+  NotificationSources mSources;
   Strings mRefused;
 };
 

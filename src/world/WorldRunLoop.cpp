@@ -34,15 +34,13 @@ void WorldRunLoop::endThreads() {
   const std::scoped_lock lock(mMutex);
   mThreads.clear();
   mThreadTasks.clear();
-  std::erase_if(mDue, [](const auto& due) { return due.second.sleeper != nullptr; });
   mRunning = 0;
   mEnding = false;
 }
 
 void WorldRunLoop::performAfterDelay(double seconds, std::function<void()> task) {
   const std::scoped_lock lock(mMutex);
-  mDue.emplace(std::pair(mElapsed + std::max(seconds, 0.0), mRequests++),
-               Due{std::move(task), nullptr});
+  mQueue.postAt(mElapsed + std::max(seconds, 0.0), std::move(task));
 }
 
 void WorldRunLoop::performOnMainThreadAndWait(std::function<void()> task) {
@@ -69,7 +67,7 @@ void WorldRunLoop::sleep(double seconds) {
   const auto moment = mElapsed + std::max(seconds, 0.0);
   if (onMainThread()) return moveTo(moment);
   const auto waiting = std::make_shared<Waiting>();
-  mDue.emplace(std::pair(moment, mRequests++), Due{nullptr, waiting});
+  mQueue.postAt(moment, [this, sleeper = std::weak_ptr(waiting)] { wakeUp(sleeper.lock()); });
   --mRunning;
   mChanged.notify_all();
   wait(lock, waiting);
@@ -77,12 +75,12 @@ void WorldRunLoop::sleep(double seconds) {
 
 void WorldRunLoop::addSource(std::shared_ptr<RunLoopSource> source, RunLoopMode mode) {
   const std::scoped_lock lock(mMutex);
-  if (!isInMode(source, mode)) mSources.emplace_back(std::move(source), mode);
+  mQueue.addSource(std::move(source), mode);
 }
 
 void WorldRunLoop::removeSource(const std::shared_ptr<RunLoopSource>& source, RunLoopMode mode) {
   const std::scoped_lock lock(mMutex);
-  std::erase(mSources, std::pair(source, mode));
+  mQueue.removeSource(source, mode);
 }
 
 void WorldRunLoop::setThreads(Threads threads) {
@@ -92,7 +90,7 @@ void WorldRunLoop::setThreads(Threads threads) {
 
 void WorldRunLoop::pump(RunLoopMode mode) {
   Lock lock(mMutex);
-  while (runNextThreadTask(lock) || runNextTask(lock, mode) || runNextDue(lock)) {
+  while (runNextThreadTask(lock) || runNextTask(lock, mode)) {
   }
 }
 
@@ -109,8 +107,8 @@ void WorldRunLoop::letPass(double seconds, Moment atEachMoment) {
   atEachMoment();
   Lock lock(mMutex);
   const auto end = mElapsed + std::max(seconds, 0.0);
-  while (!mDue.empty() && mDue.begin()->first.first <= end) {
-    moveTo(std::max(mElapsed, mDue.begin()->first.first));
+  for (auto next = mQueue.nextMoment(); next && *next <= end; next = mQueue.nextMoment()) {
+    moveTo(std::max(mElapsed, *next));
     lock.unlock();
     atEachMoment();
     lock.lock();
@@ -152,13 +150,12 @@ void WorldRunLoop::settle() {
 
 void WorldRunLoop::post(std::function<void()> task) {
   const std::scoped_lock lock(mMutex);
-  mTasks.push_back({std::move(task), nullptr});
+  mQueue.post(std::move(task));
 }
 
 void WorldRunLoop::signal(std::shared_ptr<RunLoopSource> source, std::function<void()> task) {
   const std::scoped_lock lock(mMutex);
-  if (!isInMode(source, RunLoopMode::Default) && !isInMode(source, RunLoopMode::Common)) return;
-  mTasks.push_back({std::move(task), std::move(source)});
+  mQueue.signal(std::move(source), std::move(task));
 }
 
 bool WorldRunLoop::onMainThread() const { return std::this_thread::get_id() == mMainThread; }
@@ -196,43 +193,25 @@ void WorldRunLoop::moveTo(double moment) {
   mElapsed = moment;
 }
 
-bool WorldRunLoop::isInMode(const std::shared_ptr<RunLoopSource>& source, RunLoopMode mode) const {
-  return std::ranges::find(mSources, std::pair(source, mode)) != mSources.end();
+/// Lets a thread go on that sleeps, unless it has ended meanwhile.
+void WorldRunLoop::wakeUp(const std::shared_ptr<Waiting>& sleeper) {
+  if (sleeper == nullptr) return;
+  Lock lock(mMutex);
+  sleeper->over = true;
+  ++mRunning;
+  mChanged.notify_all();
+  const bool waitForThread = mThreadsRun == Threads::ByHand;
+  lock.unlock();
+  if (waitForThread) settle();
 }
 
-/// Runs the first task that is heard in the mode, without the lock; false when there is none.
+/// Runs the queue's next task, without the lock; false when there is none.
 bool WorldRunLoop::runNextTask(Lock& lock, RunLoopMode mode) {
-  std::erase_if(mTasks, [this](const Task& task) {
-    return task.source != nullptr && !isInMode(task.source, RunLoopMode::Default) &&
-           !isInMode(task.source, RunLoopMode::Common);
-  });
-  const auto next = std::ranges::find_if(mTasks, [&](const Task& task) {
-    return task.source == nullptr || mode == RunLoopMode::Default ||
-           isInMode(task.source, RunLoopMode::Common);
-  });
-  if (next == mTasks.end()) return false;
-  const auto task = std::move(*next);
-  mTasks.erase(next);
+  auto task = mQueue.next(mode, mElapsed);
+  if (!task.run) return false;
   lock.unlock();
   task.run();
-  lock.lock();
-  return true;
-}
-
-/// Lets the first thing happen whose moment has come, without the lock; false when there is none.
-bool WorldRunLoop::runNextDue(Lock& lock) {
-  if (mDue.empty() || mDue.begin()->first.first > mElapsed) return false;
-  const auto due = std::move(mDue.begin()->second);
-  mDue.erase(mDue.begin());
-  if (due.sleeper != nullptr) {
-    due.sleeper->over = true;
-    ++mRunning;
-    mChanged.notify_all();
-  }
-  const bool waitForThread = due.sleeper != nullptr && mThreadsRun == Threads::ByHand;
-  lock.unlock();
-  if (due.task) due.task();
-  if (waitForThread) settle();
+  task = {};
   lock.lock();
   return true;
 }

@@ -1,18 +1,16 @@
 #pragma once
 
 #include <condition_variable>
-#include <cstdint>
+#include <cstddef>
 #include <deque>
 #include <functional>
 #include <list>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include "gatehall/platform/RunLoop.h"
+#include "portable/TaskQueue.h"
 #include "world/WorldClock.h"
 
 namespace gatehall {
@@ -78,19 +76,10 @@ class WorldRunLoop final : public RunLoop {
   void signal(std::shared_ptr<RunLoopSource> source, std::function<void()> task);
 
  private:
-  struct Task {
-    std::function<void()> run;
-    std::shared_ptr<RunLoopSource> source;  ///< nullptr: heard in every mode
-  };
   /// What a thread waits for.
   struct Waiting {
     std::function<void()> task;  ///< for the main thread; none: the thread sleeps
     bool over = false;
-  };
-  /// Something that happens at a moment: a task, or a thread that wakes up.
-  struct Due {
-    std::function<void()> task;
-    std::shared_ptr<Waiting> sleeper;
   };
   struct Thread {
     std::thread handle;
@@ -106,21 +95,17 @@ class WorldRunLoop final : public RunLoop {
   template <class Moment>
   void letPass(double seconds, Moment atEachMoment);
   void pumpWithThreads();
-  bool isInMode(const std::shared_ptr<RunLoopSource>& source, RunLoopMode mode) const;
+  void wakeUp(const std::shared_ptr<Waiting>& sleeper);
   bool runNextTask(Lock& lock, RunLoopMode mode);
-  bool runNextDue(Lock& lock);
   bool runNextThreadTask(Lock& lock);
 
   WorldClock& mClock;
   const std::thread::id mMainThread;
   std::mutex mMutex;
   std::condition_variable mChanged;
-  double mElapsed = 0;  ///< seconds that passed since the world was made
-  std::uint64_t mRequests = 0;
-  std::map<std::pair<double, std::uint64_t>, Due> mDue;  ///< by moment, then order of request
-  std::deque<Task> mTasks;
+  double mElapsed = 0;       ///< seconds that passed since the world was made
+  TaskQueue<double> mQueue;  ///< its moments are such seconds
   std::deque<std::shared_ptr<Waiting>> mThreadTasks;
-  std::vector<std::pair<std::shared_ptr<RunLoopSource>, RunLoopMode>> mSources;
   Threads mThreadsRun = Threads::ByHand;
   std::deque<std::function<void()>> mNotStarted;
   std::list<Thread> mThreads;

@@ -3,10 +3,10 @@
 #include <functional>
 #include <memory>
 #include <string_view>
-#include <vector>
 
 #include "gatehall/platform/NotificationCenter.h"
 #include "linux/loop/MainLoop.h"
+#include "portable/NotificationSources.h"
 
 namespace gatehall {
 
@@ -22,10 +22,8 @@ class LinuxSystemNotifications final : public SystemNotifications {
   void post(std::string_view name);
 
  private:
-  class Source;
-
   MainLoop& mRunLoop;
-  std::vector<std::weak_ptr<Source>> mSources;
+  NotificationSources mSources;
 };
 
 }  // namespace gatehall

@@ -64,8 +64,7 @@ MainLoop::~MainLoop() { endThreads(); }
 void MainLoop::performAfterDelay(double seconds, std::function<void()> task) {
   {
     const std::scoped_lock lock(mMutex);
-    mDue.emplace(std::pair(std::chrono::steady_clock::now() + duration(seconds), mRequests++),
-                 std::move(task));
+    mQueue.postAt(std::chrono::steady_clock::now() + duration(seconds), std::move(task));
   }
   wake();
 }
@@ -118,12 +117,12 @@ void MainLoop::sleep(double seconds) {
 
 void MainLoop::addSource(std::shared_ptr<RunLoopSource> source, RunLoopMode mode) {
   const std::scoped_lock lock(mMutex);
-  if (!isInMode(source, mode)) mSources.emplace_back(std::move(source), mode);
+  mQueue.addSource(std::move(source), mode);
 }
 
 void MainLoop::removeSource(const std::shared_ptr<RunLoopSource>& source, RunLoopMode mode) {
   const std::scoped_lock lock(mMutex);
-  std::erase(mSources, std::pair(source, mode));
+  mQueue.removeSource(source, mode);
 }
 
 int MainLoop::descriptor() {
@@ -162,7 +161,7 @@ void MainLoop::stop() {
 void MainLoop::post(std::function<void()> task) {
   {
     const std::scoped_lock lock(mMutex);
-    mTasks.push_back({std::move(task), nullptr});
+    mQueue.post(std::move(task));
   }
   wake();
 }
@@ -170,8 +169,7 @@ void MainLoop::post(std::function<void()> task) {
 void MainLoop::signal(std::shared_ptr<RunLoopSource> source, std::function<void()> task) {
   {
     const std::scoped_lock lock(mMutex);
-    if (!isInMode(source, RunLoopMode::Default) && !isInMode(source, RunLoopMode::Common)) return;
-    mTasks.push_back({std::move(task), std::move(source)});
+    mQueue.signal(std::move(source), std::move(task));
   }
   wake();
 }
@@ -206,20 +204,19 @@ EventLoop& MainLoop::drive() {
   return *mEvents;
 }
 
-bool MainLoop::isInMode(const std::shared_ptr<RunLoopSource>& source, RunLoopMode mode) const {
-  return std::find(mSources.begin(), mSources.end(), std::pair(source, mode)) != mSources.end();
-}
-
 std::optional<MainLoop::Moment> MainLoop::nextMoment() {
   const std::scoped_lock lock(mMutex);
-  if (mDue.empty()) return std::nullopt;
-  return mDue.begin()->first.first;
+  return mQueue.nextMoment();
 }
 
 /// A task that throws ends the process.
 bool MainLoop::runNext(RunLoopMode mode) noexcept {
   Lock lock(mMutex);
-  return runNextThreadTask(lock) || runNextTask(lock, mode) || runNextDue(lock);
+  if (runNextThreadTask(lock)) return true;
+  const auto task = mQueue.next(mode, std::chrono::steady_clock::now());
+  lock.unlock();
+  if (task.run) task.run();
+  return task.run != nullptr;
 }
 
 /// Runs the first task that a thread waits for, without the lock, under which nothing that it holds
@@ -233,37 +230,6 @@ bool MainLoop::runNextThreadTask(Lock& lock) {
   lock.lock();
   waiting->over = true;
   mChanged.notify_all();
-  return true;
-}
-
-/// Runs the first task that is heard in the mode, without the lock; false when there is none.
-bool MainLoop::runNextTask(Lock& lock, RunLoopMode mode) {
-  std::erase_if(mTasks, [this](const Task& task) {
-    return task.source != nullptr && !isInMode(task.source, RunLoopMode::Default) &&
-           !isInMode(task.source, RunLoopMode::Common);
-  });
-  const auto next = std::find_if(mTasks.begin(), mTasks.end(), [&](const Task& task) {
-    return task.source == nullptr || mode == RunLoopMode::Default ||
-           isInMode(task.source, RunLoopMode::Common);
-  });
-  if (next == mTasks.end()) return false;
-  auto task = std::move(*next);
-  mTasks.erase(next);
-  lock.unlock();
-  task.run();
-  task = {};
-  lock.lock();
-  return true;
-}
-
-/// Runs the first task whose moment has come, without the lock; false when there is none.
-bool MainLoop::runNextDue(Lock& lock) {
-  if (mDue.empty() || mDue.begin()->first.first > std::chrono::steady_clock::now()) return false;
-  auto task = std::move(mDue.begin()->second);
-  mDue.erase(mDue.begin());
-  lock.unlock();
-  std::exchange(task, nullptr)();
-  lock.lock();
   return true;
 }
 

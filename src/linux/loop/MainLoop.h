@@ -3,22 +3,18 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <cstddef>
-#include <cstdint>
 #include <deque>
 #include <functional>
 #include <list>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include "gatehall/linux/loop/LinuxRunLoop.h"
 #include "linux/files/FileDescriptor.h"
 #include "linux/loop/EventLoop.h"
+#include "portable/TaskQueue.h"
 
 namespace gatehall {
 
@@ -58,10 +54,6 @@ class MainLoop final : public LinuxRunLoop {
   void endThreads();
 
  private:
-  struct Task {
-    std::function<void()> run;
-    std::shared_ptr<RunLoopSource> source;  ///< nullptr: heard in every mode
-  };
   /// A task that a thread waits for.
   struct Waiting {
     std::function<void()> task;
@@ -79,12 +71,9 @@ class MainLoop final : public LinuxRunLoop {
   void runBody(std::function<void()> body, Thread& thread);
   void wake() const;
   EventLoop& drive();
-  bool isInMode(const std::shared_ptr<RunLoopSource>& source, RunLoopMode mode) const;
   std::optional<Moment> nextMoment();
   bool runNext(RunLoopMode mode) noexcept;
   bool runNextThreadTask(Lock& lock);
-  bool runNextTask(Lock& lock, RunLoopMode mode);
-  bool runNextDue(Lock& lock);
 
   const std::thread::id mMainThread;
   const std::function<void(EventLoop&)> mStart;
@@ -95,11 +84,8 @@ class MainLoop final : public LinuxRunLoop {
 
   std::mutex mMutex;  ///< guards what follows
   std::condition_variable mChanged;
-  std::uint64_t mRequests = 0;
-  std::map<std::pair<Moment, std::uint64_t>, std::function<void()>> mDue;
-  std::deque<Task> mTasks;
+  TaskQueue<Moment> mQueue;
   std::deque<std::shared_ptr<Waiting>> mThreadTasks;
-  std::vector<std::pair<std::shared_ptr<RunLoopSource>, RunLoopMode>> mSources;
   std::list<Thread> mThreads;
   bool mEnding = false;
 };
