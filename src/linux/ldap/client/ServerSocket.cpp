@@ -128,29 +128,20 @@ int connectSocket(const FileDescriptor& file, const Address& address, Deadline d
 
 }  // namespace
 
-int millisecondsUntil(Deadline deadline) {
-  const auto left =
-      std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-  constexpr std::int64_t kLongest = 3600000;
-  return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, kLongest));
-}
-
 FileDescriptor connectTo(const URI& server, const std::string& root, Deadline deadline) {
   auto addresses = server.scheme == URI::Scheme::Ldapi
                        ? std::vector<Address>{socketAddress(server, root)}
                        : addressesOf(server, deadline);
   int error = 0;
   for (std::size_t index = 0; index < addresses.size(); ++index) {
-    // An address that swallows everything must leave time for the others.
-    const auto now = std::chrono::steady_clock::now();
-    const auto share = (deadline - now) / static_cast<int>(addresses.size() - index);
+    const auto share = shareOf(deadline, addresses.size() - index);
     const auto& address = addresses[index];
     FileDescriptor file(socket(address.family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!file.isOpen()) {
       error = errno;
       continue;
     }
-    error = connectSocket(file, address, now + share);
+    error = connectSocket(file, address, share);
     if (error != 0) continue;
     if (address.family != AF_UNIX) {
       const int on = 1;

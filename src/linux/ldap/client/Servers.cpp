@@ -64,10 +64,7 @@ void Servers::probe() {
   const auto deadline = answerDeadline();
   if (auto idle = takeIdle()) {
     try {
-      // One that swallows everything must leave time for the others.
-      auto limit = limits();
-      limit.answer /= static_cast<int>(mSettings.servers.size());
-      askForNothing(*idle, limit);
+      askForNothing(*idle, {mSettings.timeLimit, shareOf(deadline, mSettings.servers.size())});
       return giveBack(std::move(idle));
     } catch (const ConnectionLost& lost) {
       if (lost.timedOut()) avoid(idle->server());
@@ -90,13 +87,10 @@ Servers::OwnConnection Servers::connect(Bound bound, Deadline deadline) {
   const auto [servers, promising] = serversByPromise();
   std::string faults;
   for (std::size_t index = 0; index < servers.size(); ++index) {
-    // A server that swallows everything must leave time for the others, but for those that failed
-    // lately.
-    const auto now = steady_clock::now();
-    const auto others = index < promising ? promising - index : servers.size() - index;
-    const auto share = (deadline - now) / static_cast<int>(others);
+    // Those that failed lately have no share as long as others are left.
+    const auto last = index < promising ? promising : servers.size();
     try {
-      return connectTo(servers[index], bound, now + share);
+      return connectTo(servers[index], bound, shareOf(deadline, last - index));
     } catch (const DirectoryUnreachable& failure) {
       avoid(servers[index]);
       faults += faults.empty() ? failure.what() : std::string("; ") + failure.what();
