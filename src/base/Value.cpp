@@ -1,6 +1,5 @@
 #include "gatehall/base/Value.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -8,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+
+#include "base/Ascii.h"
 
 namespace gatehall {
 
@@ -61,12 +62,8 @@ std::string realText(double number) {
 }
 
 std::string hexadecimal(const Data& bytes) {
-  constexpr std::string_view digits = "0123456789abcdef";
   std::string text = "<";
-  for (const auto byte : bytes) {
-    text += digits[byte >> 4U];
-    text += digits[byte & 0xFU];
-  }
+  for (const auto byte : bytes) ascii::appendHexadecimal(text, byte);
   return text + ">";
 }
 
@@ -96,9 +93,7 @@ std::optional<bool> strictBoolean(const Value& value) {
   if (value.isNumber()) return value.booleanValue();
   const auto* text = value.string();
   if (text == nullptr) return std::nullopt;
-  std::string lower = *text;
-  std::transform(lower.begin(), lower.end(), lower.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  const auto lower = ascii::lower(*text);
   if (lower == "true" || lower == "yes" || lower == "1") return true;
   if (lower == "false" || lower == "no" || lower == "0") return false;
   return std::nullopt;

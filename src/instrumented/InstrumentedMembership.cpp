@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "base/Ascii.h"
 #include "instrumented/InstrumentedServices.h"
 
 namespace gatehall::instrumented {
@@ -9,12 +10,8 @@ namespace {
 constexpr int kFailed = 1;
 
 std::string hexadecimal(const Identifier& identifier) {
-  constexpr std::string_view digits = "0123456789abcdef";
   std::string text;
-  for (const std::uint8_t byte : identifier) {
-    text += digits[byte >> 4U];
-    text += digits[byte & 0xFU];
-  }
+  for (const std::uint8_t byte : identifier) ascii::appendHexadecimal(text, byte);
   return text;
 }
 

@@ -8,6 +8,7 @@
 #include <unicode/ustring.h>
 #include <vector>
 
+#include "base/Ascii.h"
 #include "gatehall/base/PlatformException.h"
 #include "portable/IcuSonames.h"
 #include "portable/LazyLibrary.h"
@@ -33,20 +34,12 @@ bool isASCII(std::string_view text) {
   return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80U; });
 }
 
-std::string foldedASCII(std::string_view text) {
-  std::string folded(text);
-  for (auto& c : folded) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return folded;
-}
-
 std::int32_t count(std::size_t size) { return static_cast<std::int32_t>(size); }
 
 }  // namespace
 
 std::string foldedCase(std::string_view text) {
-  if (isASCII(text)) return foldedASCII(text);
+  if (isASCII(text)) return ascii::lower(text);
   if (text.size() > kLongestText) throw std::length_error("a text of that length can't be folded");
   static const Unicode unicode;
 

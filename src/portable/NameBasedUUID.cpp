@@ -2,16 +2,11 @@
 
 #include <uuid/uuid.h>
 
+#include "base/Ascii.h"
+
 namespace gatehall {
 
 namespace {
-
-int digitValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
 
 bool isHyphenPlace(std::size_t index) {
   return index == 8 || index == 13 || index == 18 || index == 23;
@@ -59,8 +54,8 @@ std::optional<UUIDBytes> parseHexadecimal(std::string_view digits) {
   UUIDBytes bytes;
   if (digits.size() != 2 * bytes.size()) return std::nullopt;
   for (std::size_t index = 0; index < bytes.size(); ++index) {
-    const int high = digitValue(digits[2 * index]);
-    const int low = digitValue(digits[2 * index + 1]);
+    const int high = ascii::hexadecimalValue(digits[2 * index]);
+    const int low = ascii::hexadecimalValue(digits[2 * index + 1]);
     if (high < 0 || low < 0) return std::nullopt;
     bytes[index] = static_cast<std::uint8_t>(high * 16 + low);
   }

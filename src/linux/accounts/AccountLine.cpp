@@ -1,5 +1,6 @@
 #include "linux/accounts/AccountLine.h"
 
+#include "base/Ascii.h"
 #include "linux/files/FaultLog.h"
 #include "linux/records/AccountID.h"
 
@@ -11,9 +12,7 @@ bool readID(std::string_view text, std::string_view what, std::uint32_t& number,
     number = *read;
     return true;
   }
-  const auto digits = text.substr(text.starts_with('-') ? 1 : 0);
-  const bool isNumber =
-      !digits.empty() && digits.find_first_not_of("0123456789") == std::string_view::npos;
+  const bool isNumber = ascii::isNumber(text.substr(text.starts_with('-') ? 1 : 0));
   fault = std::string(what) + " " + (isNumber ? "" : "\"") + printable(text) +
           (isNumber ? " is out of range" : "\" is not a number");
   return false;

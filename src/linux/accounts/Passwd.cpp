@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "base/Ascii.h"
 #include "linux/accounts/AccountLine.h"
 
 namespace gatehall {
@@ -38,9 +39,7 @@ std::string fullNameOfGecos(std::string_view gecos, std::string_view loginName) 
     }
     const auto start = name.size();
     name += loginName;
-    if (start < name.size() && name[start] >= 'a' && name[start] <= 'z') {
-      name[start] = static_cast<char>(name[start] - 'a' + 'A');
-    }
+    if (start < name.size()) name[start] = ascii::upper(name[start]);
   }
   return name;
 }

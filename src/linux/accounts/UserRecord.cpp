@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <string.h>
 
+#include "base/Ascii.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/accounts/AccountLine.h"
 #include "linux/files/FaultLog.h"
@@ -150,10 +151,6 @@ bool isPath(std::string_view path) {
          });
 }
 
-bool isNumber(std::string_view text) {
-  return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
-}
-
 }  // namespace
 
 std::shared_ptr<const UserRecord> parseUserRecord(std::string_view text, std::string& fault) {
@@ -246,7 +243,7 @@ UserRecords::UserRecords(const HostOptions& options, FaultLog& faults) {
     if (!file.ends_with(kSuffix)) continue;
     // UID.user is another name of the same record.
     const auto stem = file.substr(0, file.size() - kSuffix.size());
-    if (isNumber(stem)) continue;
+    if (ascii::isNumber(stem)) continue;
     if (mRecords.size() == kMostFiles) {
       faults.report(kFolder, "too many user records; the rest is not read");
       break;

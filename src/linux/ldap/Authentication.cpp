@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <string.h>
-#include <strings.h>
 
+#include "base/Ascii.h"
 #include "gatehall/linux/records/DirectoryErrorCodes.h"
 #include "linux/ldap/PasswordPolicy.h"
 #include "linux/records/NetworkNode.h"
@@ -52,11 +52,9 @@ bool bindAs(Connection& connection, const Directory& directory, const Entry& use
 
 /// userPassword is one of crypt(3)'s hashes, and that of an empty field, as in shadow(5).
 bool hasNoPassword(Directory& directory, const Entry& user) {
-  constexpr std::string_view kCrypt = "{crypt}";
   auto stored = directory.readAttribute(user.dn, "userPassword");
-  const bool hasNone = std::ranges::any_of(stored.values, [&](const std::string& value) {
-    return value.size() == kCrypt.size() && strcasecmp(value.c_str(), kCrypt.data()) == 0;
-  });
+  const bool hasNone = std::ranges::any_of(
+      stored.values, [&](const std::string& value) { return ascii::isSame(value, "{crypt}"); });
   for (auto& value : stored.values) explicit_bzero(value.data(), value.size());
   return hasNone;
 }

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <strings.h>
 #include <unordered_set>
 #include <utility>
 
+#include "base/Ascii.h"
 #include "linux/files/FaultLog.h"
 #include "linux/ldap/client/Referral.h"
 #include "linux/ldap/client/SearchFilter.h"
@@ -29,9 +29,7 @@ constexpr int kNoSuchObject = 32;
 
 /// Whether they are the same but for options (RFC 4512, 2.5).
 bool isSameAttribute(std::string_view left, std::string_view right) {
-  left = left.substr(0, left.find(';'));
-  right = right.substr(0, right.find(';'));
-  return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
+  return ascii::isSame(left.substr(0, left.find(';')), right.substr(0, right.find(';')));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "base/Ascii.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/local/Groups.h"
 #include "linux/local/Users.h"
@@ -22,9 +23,7 @@ bool asksFor(const QueryDescription& description, std::string_view type) {
 QueryDescription withGUIDsAsSpelled(QueryDescription description) {
   if (attribute::canonical(description.attribute) != attribute::GUID) return description;
   for (auto& value : description.values) {
-    std::ranges::transform(value, value.begin(), [](char c) {
-      return c >= 'a' && c <= 'f' ? static_cast<char>(c - 'a' + 'A') : c;
-    });
+    for (char& c : value) c = ascii::upper(c);
   }
   return description;
 }

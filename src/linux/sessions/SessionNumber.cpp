@@ -1,21 +1,20 @@
 #include "linux/sessions/SessionNumber.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cstddef>
+
+#include "base/Ascii.h"
 
 namespace gatehall {
 
 namespace {
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
 /// 1 to 62, 0 for what is neither letter nor digit: without a zero digit, names of different
 /// lengths differ.
 std::int64_t digit(char c) {
-  if (isDigit(c)) return c - '0' + 1;
-  if (c >= 'a' && c <= 'z') return c - 'a' + 11;
-  if (c >= 'A' && c <= 'Z') return c - 'A' + 37;
+  if (ascii::isDigit(c)) return c - '0' + 1;
+  if (ascii::isLower(c)) return c - 'a' + 11;
+  if (ascii::isUpper(c)) return c - 'A' + 37;
   return 0;
 }
 
@@ -28,8 +27,7 @@ std::optional<std::int64_t> sessionNumber(std::string_view name) {
 
   if (name.empty()) return std::nullopt;
   const bool isCanonical = name.front() != '0' || name.size() == 1;
-  if (isCanonical && name.size() <= longestDecimal &&
-      std::all_of(name.begin(), name.end(), isDigit)) {
+  if (isCanonical && name.size() <= longestDecimal && ascii::isNumber(name)) {
     std::int64_t number = 0;
     std::from_chars(name.data(), name.data() + name.size(), number);
     return number;

@@ -3,6 +3,8 @@
 #include <charconv>
 #include <chrono>
 
+#include "base/Ascii.h"
+
 namespace gatehall {
 
 namespace {
@@ -15,9 +17,7 @@ class Parts {
   /// A number of so many digits, no larger than most.
   int number(std::size_t digits, int most) {
     const auto part = mRest.substr(0, digits);
-    if (part.size() != digits || part.find_first_not_of("0123456789") != std::string_view::npos) {
-      return spoil();
-    }
+    if (part.size() != digits || !ascii::isNumber(part)) return spoil();
     int value = 0;
     std::from_chars(part.data(), part.data() + part.size(), value);
     mRest.remove_prefix(digits);

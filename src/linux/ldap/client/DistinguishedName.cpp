@@ -4,20 +4,13 @@
 #include <cstddef>
 #include <vector>
 
+#include "base/Ascii.h"
+
 namespace gatehall::ldap::distinguishedName {
 
 namespace {
 
 constexpr std::string_view kEscaped = "\"+,;<>\\=#";
-
-int digitValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
-char lowered(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 /// Whether a name is as its canonical spelling has it but for upper-case letters; most are. Quick,
 /// since the members of large groups all pass through here.
@@ -25,9 +18,8 @@ bool isPlain(std::string_view name) {
   bool isInType = true;
   std::size_t length = 0;  // of the attribute or value so far
   for (const char c : name) {
-    const char low = lowered(c);
-    const bool isLetter = (low >= 'a' && low <= 'z') || (low >= '0' && low <= '9') || low == '-';
-    if (isLetter || (!isInType && (low == '_' || low == '.'))) {
+    const bool isLetter = ascii::isAlphanumeric(c) || c == '-';
+    if (isLetter || (!isInType && (c == '_' || c == '.'))) {
       ++length;
     } else if (c == (isInType ? '=' : ',') && length > 0) {
       isInType = !isInType;
@@ -37,12 +29,6 @@ bool isPlain(std::string_view name) {
     }
   }
   return !isInType && length > 0;
-}
-
-std::string loweredText(std::string_view text) {
-  std::string result(text);
-  for (char& c : result) c = lowered(c);
-  return result;
 }
 
 class Reader {
@@ -90,11 +76,8 @@ class Reader {
     while (type.ends_with(' ')) type.remove_suffix(1);
     if (type.empty()) return false;
     for (const char c : type) {
-      const char low = lowered(c);
-      const bool isAllowed =
-          (low >= 'a' && low <= 'z') || (low >= '0' && low <= '9') || low == '-' || low == '.';
-      if (!isAllowed) return false;
-      part += low;
+      if (!ascii::isAlphanumeric(c) && c != '-' && c != '.') return false;
+      part += ascii::lower(c);
     }
     part += '=';
     return true;
@@ -119,7 +102,7 @@ class Reader {
       mRest.remove_prefix(1);
       if (c == '\0' || (!isQuoted && c == '"')) return false;
       if (c != '\\') {
-        value += lowered(c);
+        value += ascii::lower(c);
         if (isQuoted || c != ' ') kept = value.size();
         continue;
       }
@@ -137,10 +120,10 @@ class Reader {
 
   bool readEscape(std::string& value) {
     if (mRest.empty()) return false;
-    const int high = digitValue(mRest.front());
-    const int low = mRest.size() > 1 ? digitValue(mRest[1]) : -1;
+    const int high = ascii::hexadecimalValue(mRest.front());
+    const int low = mRest.size() > 1 ? ascii::hexadecimalValue(mRest[1]) : -1;
     if (high >= 0 && low >= 0) {
-      value += lowered(static_cast<char>(high * 16 + low));
+      value += ascii::lower(static_cast<char>(high * 16 + low));
       mRest.remove_prefix(2);
       return true;
     }
@@ -174,7 +157,7 @@ class Reader {
 }  // namespace
 
 std::optional<std::string> canonical(std::string_view name) {
-  if (isPlain(name)) return loweredText(name);
+  if (isPlain(name)) return ascii::lower(name);
   return Reader(name).name();
 }
 

@@ -4,8 +4,8 @@
 #include <array>
 #include <charconv>
 #include <ranges>
-#include <strings.h>
 
+#include "base/Ascii.h"
 #include "base/TextStart.h"
 #include "linux/files/FaultLog.h"
 #include "linux/records/AccountID.h"
@@ -43,11 +43,7 @@ std::optional<std::string> guidText(const Schema& schema, std::string_view value
 std::span<const std::string_view> valuesOf(std::span<const Attribute> attributes,
                                            std::string_view name) {
   for (const auto& each : attributes) {
-    if (std::ranges::equal(each.name, name, {}, [](char c) {
-          return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-        })) {
-      return each.values;
-    }
+    if (ascii::isSame(each.name, name)) return each.values;
   }
   return {};
 }
@@ -70,9 +66,7 @@ bool readOptions(std::string_view options, std::optional<std::uint32_t>& continu
 /// Whether the name is the attribute's, in any case; the options that follow it.
 std::optional<std::string_view> optionsOf(std::string_view name, std::string_view attribute) {
   const auto length = attribute.size();
-  if (name.size() < length || strncasecmp(name.data(), attribute.data(), length) != 0) {
-    return std::nullopt;
-  }
+  if (!ascii::isSame(name.substr(0, length), attribute)) return std::nullopt;
   if (name.size() == length) return std::string_view();
   if (name[length] != ';') return std::nullopt;
   return name.substr(length + 1);
@@ -211,7 +205,7 @@ std::shared_ptr<const Entry> readEntry(const Schemas& schemas, std::string_view 
     fault = "it can't be decoded";
     return nullptr;
   }
-  const auto classes = valuesOf(attributes, "objectclass");
+  const auto classes = valuesOf(attributes, "objectClass");
   auto entry = std::make_shared<Entry>();
   if (schemas.users.takes(classes)) {
     entry->type = Schema::Type::User;

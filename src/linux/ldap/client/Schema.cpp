@@ -1,8 +1,8 @@
 #include "linux/ldap/client/Schema.h"
 
 #include <algorithm>
-#include <strings.h>
 
+#include "base/Ascii.h"
 #include "gatehall/platform/AttributeKinds.h"
 
 namespace gatehall::ldap {
@@ -12,10 +12,6 @@ namespace {
 constexpr std::size_t index(Slot slot) { return static_cast<std::size_t>(slot); }
 
 const std::string kNoAttribute;
-
-bool isSameAttribute(std::string_view left, std::string_view right) {
-  return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
-}
 
 }  // namespace
 
@@ -119,8 +115,8 @@ void Schema::override(const std::string& kind, const std::string& attribute) {
 
 bool Schema::takes(std::span<const std::string_view> objectClasses) const {
   const auto has = [&](const std::string& wanted) {
-    return std::ranges::any_of(
-        objectClasses, [&](std::string_view each) { return isSameAttribute(each, wanted); });
+    return std::ranges::any_of(objectClasses,
+                               [&](std::string_view each) { return ascii::isSame(each, wanted); });
   };
   return std::ranges::any_of(mClasses, has) && (mExcludedClass.empty() || !has(mExcludedClass));
 }

@@ -1,5 +1,7 @@
 #include "linux/ldap/client/SearchFilter.h"
 
+#include "base/Ascii.h"
+
 namespace gatehall::ldap::searchFilter {
 
 namespace {
@@ -12,7 +14,6 @@ constexpr std::size_t kLongestFilter = 150000;
 }  // namespace
 
 std::string escaped(std::string_view value) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
   std::string text;
   text.reserve(value.size());
   for (const char c : value) {
@@ -23,8 +24,7 @@ std::string escaped(std::string_view value) {
       text += c;
     } else {
       text += '\\';
-      text += kDigits[byte >> 4U];
-      text += kDigits[byte & 0xFU];
+      ascii::appendHexadecimal(text, byte);
     }
   }
   return text;

@@ -8,6 +8,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "base/Ascii.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/files/DirectoryFile.h"
 #include "linux/ldap/client/DistinguishedName.h"
@@ -21,8 +22,7 @@ constexpr std::int64_t kLargestPage = 100000;
 
 bool isName(std::string_view text, std::string_view allowed) {
   return !text.empty() && text.size() <= 64 && std::ranges::all_of(text, [allowed](char c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-           allowed.find(c) != std::string_view::npos;
+    return ascii::isAlphanumeric(c) || allowed.find(c) != std::string_view::npos;
   });
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "base/Ascii.h"
+
 namespace gatehall::ldap {
 
 namespace {
@@ -10,17 +12,9 @@ namespace {
 constexpr std::uint16_t kPort = 389;
 constexpr std::uint16_t kTlsPort = 636;
 
-int digitValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
 bool isHost(std::string_view host, std::string_view allowed) {
   return !host.empty() && std::ranges::all_of(host, [allowed](char c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-           allowed.find(c) != std::string_view::npos;
+    return ascii::isAlphanumeric(c) || allowed.find(c) != std::string_view::npos;
   });
 }
 
@@ -55,8 +49,8 @@ std::optional<std::string> URI::percentDecoded(std::string_view text) {
       decoded += text[index];
       continue;
     }
-    const int high = index + 2 < text.size() ? digitValue(text[index + 1]) : -1;
-    const int low = high >= 0 ? digitValue(text[index + 2]) : -1;
+    const int high = index + 2 < text.size() ? ascii::hexadecimalValue(text[index + 1]) : -1;
+    const int low = high >= 0 ? ascii::hexadecimalValue(text[index + 2]) : -1;
     if (low < 0 || high + low == 0) return std::nullopt;
     decoded += static_cast<char>(high * 16 + low);
     index += 2;
