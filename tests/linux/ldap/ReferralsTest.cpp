@@ -50,6 +50,14 @@ TEST_F(LdapReferrals, AddWhatTheOtherServerHas) {
   EXPECT_THAT(machine.anywhere({"dana", "erin"}), ElementsAre("dana", "erin"));
 }
 
+TEST_F(LdapReferrals, LeadToAServerWhoseSchemeIsInCapitals) {
+  const auto shouted = [](const std::string& uri) { return "LDAP" + uri.substr(4); };
+  answer({erinsEntry()});
+  refer({shouted(mServer->uri()) + "/dc=x"});
+  configure(shouted(mFirst->uri()), "follow-referrals = true\n");
+  EXPECT_THAT(machine.anywhere({"dana", "erin"}), ElementsAre("dana", "erin"));
+}
+
 TEST_F(LdapReferrals, FailTheQuestionWhenTheOtherServerAnswersAPartOnly) {
   for (const int code : {kSizeLimitExceeded, kRefused, kUnavailable}) {
     answer({erinsEntry()}, code);

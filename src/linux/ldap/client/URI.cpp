@@ -65,17 +65,17 @@ std::optional<URI> URI::parse(std::string_view text) {
   const auto scheme = text.substr(0, separator);
   const auto rest = text.substr(separator + 3);
   URI uri{std::string(text), Scheme::Ldap, {}, kPort};
-  if (scheme == "ldapi") {
+  if (ascii::isSame(scheme, "ldapi")) {
     auto path = percentDecoded(rest);
     if (!path || !path->starts_with('/')) return std::nullopt;
     uri.scheme = Scheme::Ldapi;
     uri.host = std::move(*path);
     return uri;
   }
-  if (scheme == "ldaps") {
+  if (ascii::isSame(scheme, "ldaps")) {
     uri.scheme = Scheme::Ldaps;
     uri.port = kTlsPort;
-  } else if (scheme != "ldap") {
+  } else if (!ascii::isSame(scheme, "ldap")) {
     return std::nullopt;
   }
   if (!readHostAndPort(rest, uri)) return std::nullopt;

@@ -17,7 +17,8 @@ struct URI {
   std::uint16_t port = 0;
 
   /// Reads "ldap://HOST[:PORT]", "ldaps://HOST[:PORT]" or "ldapi://SOCKET", the socket's slashes
-  /// percent-encoded, a slash at the end or none. Empty for anything else.
+  /// percent-encoded, the scheme in any case (RFC 3986, 3.1), a slash at the end or none. Empty for
+  /// anything else.
   static std::optional<URI> parse(std::string_view text);
 
   /// The text with its percent-encoded bytes as they are meant (RFC 3986, 2.1); empty when one is

@@ -110,6 +110,15 @@ TEST(LdapURI, SaysWhereAServerListens) {
   EXPECT_EQ(ldap::URI::parse("ldapi://%2Frun%2Fslapd%2fldapi")->host, "/run/slapd/ldapi");
 }
 
+TEST(LdapURI, HasItsSchemeInAnyCase) {
+  EXPECT_EQ(ldap::URI::parse("LDAP://ldap.example.org")->scheme, Scheme::Ldap);
+  EXPECT_EQ(ldap::URI::parse("LDAP://ldap.example.org")->port, 389);
+  EXPECT_EQ(ldap::URI::parse("Ldaps://ldap.example.org")->scheme, Scheme::Ldaps);
+  EXPECT_EQ(ldap::URI::parse("LDAPI://%2Frun%2Fldapi")->host, "/run/ldapi");
+  EXPECT_EQ(ldap::Referral::parse("LDAPS://other/dc=x")->server.scheme, Scheme::Ldaps);
+  EXPECT_FALSE(ldap::Referral::parse("LDAPI://%2Frun%2Fldapi/dc=x"));
+}
+
 TEST(LdapURI, IsNotEverything) {
   for (const auto* text : {"",
                            "ldap",
