@@ -64,10 +64,7 @@ LIBRARIES = {
     "libcrypt": (r"crypt\.h", set()),
     "PAM": (r"security/", set()),
     "libuuid": (r"uuid/", set()),
-    "libldap": (
-        r"(open)?ldap|lber",
-        {"linux/ldap/client/Library", "linux/ldap/client/Connection"},
-    ),
+    "libldap": (r"(open)?ldap|lber", set()),
     "libxml2": (r"libxml/", set()),
     "uriparser": (r"uriparser/", set()),
     "Pango": (r"pango/", {"portable/PangoText", "ctl/picture/Canvas"}),

@@ -30,6 +30,42 @@ TEST(UrlReader, HasNoURLOfOtherTexts) {
   }
 }
 
+TEST(UrlReader, KnowsWhatMayStandInFrontOfAPath) {
+  for (const auto* text :
+       {"smb://bob:x@server:445/share", "smb://@server", "smb://:", "smb://10.0.0.1/x",
+        "smb://[::1]", "smb://bob@[fe80::1]:445/x", "smb://[::ffff:10.0.0.1]:/x",
+        "smb://[v1f.a:b]/x", "smb://%C3%A9/x", "smb:", "s+m-b.1:x:@/y", "a:?x?/y#x?/y"}) {
+    EXPECT_TRUE(readURL(text)) << text;
+  }
+  for (const auto* text : {"smb://a@b@c",
+                           "smb://server:x",
+                           "smb://server:4:5",
+                           "smb://[::1",
+                           "smb://[::1]x",
+                           "smb://::1]",
+                           "smb://[1.2.3.4]",
+                           "smb://[1:2]",
+                           "smb://[fe80::1%25eth0]",
+                           "smb://[v.a]",
+                           "smb://[v1.]",
+                           "smb://[v1.a%41]",
+                           "smb://[]",
+                           "smb://ser[ver",
+                           "a_b:x",
+                           "+a:x",
+                           "a:x[",
+                           "a:%4",
+                           "a:%",
+                           "a:x#y#z",
+                           "a:x?[",
+                           "a:x#\\",
+                           "smb://ser ver/x",
+                           "smb://b[b@server"}) {
+    EXPECT_FALSE(readURL(text)) << text;
+  }
+  EXPECT_FALSE(readURL(std::string_view("smb://[::1\0]", 12)));
+}
+
 TEST(UrlReader, HasNoURLOfMoreThan8KiB) {
   const std::string start = "file:///";
   EXPECT_TRUE(readURL(start + std::string(8 * 1024 - start.size(), 'x')));
