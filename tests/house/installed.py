@@ -112,7 +112,7 @@ class Installed(unittest.TestCase):
         self.shows_the_users_of_a_world(build / "consumer")
 
     def shows_the_users_of_a_world(self, program):
-        self.assertEqual(run(program, WORLD), "ann\nbob\ncarol\nzoe\nasa\n")
+        self.assertEqual(run(program, WORLD), "ann\nasa\nbob\ncarol\nzoe\n")
         done = subprocess.run([program, "missing"], capture_output=True, text=True, check=False)
         self.assertEqual((done.returncode, done.stderr), (1, ""))
         self.assertRegex(done.stdout, "^missing: ")

@@ -36,6 +36,28 @@ class Packaging(unittest.TestCase):
         mapped = " ".join(re.findall(r"^mapped(?:-to-draw)? = (.*)", rules, re.MULTILINE))
         self.assertEqual(sorted(used), sorted(mapped.split()))
 
+    def test_the_packages_name_every_library_that_is_compiled_into_their_binaries(self):
+        packages = {"nlohmann": "nlohmann-json3-dev", "toml++": "libtomlplusplus-dev",
+                    "CLI": "libcli11-dev"}
+        included = {}
+        for file in (SOURCE / "src").rglob("*.*"):
+            for folder in re.findall(r"#include <([\w+]+)/", file.read_text()):
+                if folder in packages:
+                    of_a_program = file.relative_to(SOURCE / "src").parts[0] == "ctl"
+                    included.setdefault(packages[folder], set()).add(of_a_program)
+        self.assertEqual(included.keys(), set(packages.values()))
+        in_library = {package for package, users in included.items() if False in users}
+        archives = set(re.findall(r"\blib(\w+)\.a\b", (SOURCE / "src/CMakeLists.txt").read_text()))
+        self.assertEqual(archives - {"m"}, {"uuid"})  # libm.a: of the C library, nothing is left
+        rules = (DEBIAN / "rules").read_text()
+
+        def static_in(package):
+            line = re.search(rf"^static-in-{package} = (.*)", rules, re.MULTILINE)[1]
+            return set(line.split()) - {"$(static-in-libgatehall1)", "$(of-the-compiler)"}
+
+        self.assertEqual(static_in("libgatehall1"), in_library)
+        self.assertEqual(static_in("gatehall"), set(included) - in_library | {"uuid-dev"})
+
 
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1])
