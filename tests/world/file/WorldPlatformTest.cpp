@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 
 #include "gatehall/world/file/WorldPlatform.h"
 #include "instrumented/InstrumentedPlatform.h"
@@ -24,10 +25,8 @@ class WorldPlatform : public ::testing::Test {
   }
 
  private:
-  const std::filesystem::path mFile =
-      std::filesystem::path(::testing::TempDir()) /
-      ("world-platform-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "-" +
-       ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".json");
+  const std::filesystem::path mFile = std::filesystem::path(::testing::TempDir()) /
+                                      ("world-platform-" + std::to_string(getpid()) + ".json");
 };
 
 TEST_F(WorldPlatform, IsTheHostThatTheFileDescribes) {
