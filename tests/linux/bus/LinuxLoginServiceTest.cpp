@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "gatehall/platform/AttributeKinds.h"
+#include "linux/bus/SystemBus.h"
 #include "linux/switch/LinuxLoginService.h"
 #include "tests/Patience.h"
 #include "tests/linux/bus/fixture/PrivateBus.h"
@@ -383,6 +384,22 @@ TEST_F(LinuxLoginServiceInTime, GivesUpOnABusThatNeverWelcomesIt) {
   expectItEndedInTime();
   EXPECT_THAT(log.errors, ElementsAre("Unable to connect to the system bus at " + silent.address() +
                                       ": Connection timed out"));
+}
+
+TEST_F(LinuxLoginServiceInTime, GivesUpACallLongBeforeTheWholeOperation) {
+  PrivateBus bus;
+  bus.start({"lightdm=silent"});
+  const HostOptions options{
+      .root = "", .systemBusAddress = bus.address(), .callTimeout = std::chrono::seconds(2)};
+  SystemBus connection(options, Clock::now() + 2 * kPatience);
+  try {
+    connection.call({"org.freedesktop.DisplayManager", "/org/freedesktop/DisplayManager",
+                     "org.freedesktop.DBus.Introspectable", "Introspect"});
+    FAIL();
+  } catch (const BusError& late) {
+    EXPECT_THAT(late.what(), HasSubstr("Connection timed out"));
+  }
+  expectItEndedInTime();
 }
 
 TEST_F(LinuxLoginServiceInTime, SaysThatThereIsNoBus) {

@@ -116,7 +116,7 @@ TEST_F(LdapReferrals, HaveTheTimeOfOneQuestionTogether) {
   serve([&](Peer& peer) {
     peer.serve([&](const Request& request) {
       ++asked;
-      poll(nullptr, 0, 100);
+      poll(nullptr, 0, kPause);
       return peer.write(found(request, {}));
     });
   });
