@@ -87,9 +87,9 @@ class GATEHALL_EXPORT DirectoryNode {
   /// and after a failure. May raise.
   ///
   /// The first two places are the machine's own: the local node stands in the first, in the second
-  /// one without records. Network nodes are those from kFirstNetworkNode on. The layer knows them
-  /// by nothing but their places, so a host that has network nodes fills both places before them,
-  /// and one without any may leave the second out.
+  /// that of its flat files ("unix"), which may be empty. Network nodes are those from
+  /// kFirstNetworkNode on. The layer knows them by their places alone, so a host that has network
+  /// nodes fills both places before them; one without any may leave the second out.
   virtual std::optional<Strings> subnodeNames() = 0;
 
   /// Those of the covered nodes that can't be reached now, never one of the first two; absent as

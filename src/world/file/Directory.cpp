@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "gatehall/platform/AttributeKinds.h"
@@ -12,6 +13,9 @@ namespace gatehall {
 
 namespace {
 
+/// The machine's own node besides the local one.
+constexpr std::string_view kUnixNode = "unix";
+
 /// The first two places of the search order are the machine's own. A network node that stands in
 /// one of them would be passed over in silence, by whatever asks for network users.
 void checkOwnPlaces(const JsonCursor& covers, WorldDirectory& directory) {
@@ -19,12 +23,12 @@ void checkOwnPlaces(const JsonCursor& covers, WorldDirectory& directory) {
   std::size_t place = 0;
   covers.forEachElement([&](const JsonCursor& at) {
     const auto& node = at.string();
-    const bool isLocal = local ? node == *local : place == 0;
-    if (place++ >= kFirstNetworkNode || isLocal || directory.isEmpty(node)) return;
+    const bool isOwn = node == kUnixNode || (local ? node == *local : place == 0);
+    if (place++ >= kFirstNetworkNode || isOwn || directory.isEmpty(node)) return;
     at.fail(
         "\"" + node +
         "\" would be passed over here: network nodes come third and later, after the local node "
-        "and one without records, such as \"unix\"");
+        "and \"unix\"");
   });
 }
 

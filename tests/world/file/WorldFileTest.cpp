@@ -89,7 +89,7 @@ TEST(WorldFile, DescribesTheDirectory) {
 
 std::string search(const std::string& covers, const std::string& unreachable = "") {
   return R"({"directory": {"localNode": "local", "nodes": [
-      {"name": "local", "records": [{"type": "Users"}]}, {"name": "unix"},
+      {"name": "local", "records": [{"type": "Users"}]}, {"name": "unix", "records": [{"type": "Users"}]}, {"name": "empty"},
       {"name": "ldap/x", "records": [{"type": "Groups"}]}],
 "searchNode": {"name": "search", "covers": [)" +
          covers + R"(], "unreachable": [)" + unreachable + "]}}}";
@@ -98,8 +98,8 @@ std::string search(const std::string& covers, const std::string& unreachable = "
 TEST(WorldFile, TakesASearchNodeThatKeepsTheFirstTwoPlacesFreeOfNetworkNodes) {
   for (const auto* covers :
        {R"("local", "unix", "ldap/x")", R"("unix", "local", "ldap/x", "ldap/x")",
-        R"("local", "nowhere", "ldap/x")", R"("local", "local", "ldap/x")", R"("local", "unix")",
-        R"("local")", ""}) {
+        R"("local", "nowhere", "ldap/x")", R"("local", "empty", "ldap/x")",
+        R"("local", "local", "ldap/x")", R"("local", "unix")", R"("local")", ""}) {
     EXPECT_NO_THROW(worldFromText(search(covers, R"("ldap/x", "local")"), "w.json")) << covers;
   }
   // The local node, which can't be opened, stands first.
@@ -313,22 +313,18 @@ const Refusal kRefusals[] = {
      "w.json:1:35: /directory/nodes/0/name: expected a string that is not empty"},
     {"NetworkNodeSecond", search(R"("local", "ldap/x")"),
      "w.json:4:54: /directory/searchNode/covers/1: \"ldap/x\" would be passed over here: network "
-     "nodes come third and later, after the local node and one without records, such as "
-     "\"unix\""},
+     "nodes come third and later, after the local node and \"unix\""},
     {"NetworkNodeFirst", search(R"("ldap/x", "local", "ldap/x")"),
      "w.json:4:45: /directory/searchNode/covers/0: \"ldap/x\" would be passed over here: network "
-     "nodes come third and later, after the local node and one without records, such as "
-     "\"unix\""},
+     "nodes come third and later, after the local node and \"unix\""},
     {"UnreachableNodeSecond", search(R"("local", "ldap/y")", R"("ldap/y")"),
      "w.json:4:54: /directory/searchNode/covers/1: \"ldap/y\" would be passed over here: network "
-     "nodes come third and later, after the local node and one without records, such as "
-     "\"unix\""},
+     "nodes come third and later, after the local node and \"unix\""},
     {"NetworkNodeSecondWithoutALocalOne",
      R"({"directory": {"searchNode": {"name": "search", "covers": ["local", "ldap/x"]},
 "nodes": [{"name": "ldap/x", "records": [{"type": "Users"}]}]}})",
      "w.json:1:69: /directory/searchNode/covers/1: \"ldap/x\" would be passed over here: network "
-     "nodes come third and later, after the local node and one without records, such as "
-     "\"unix\""},
+     "nodes come third and later, after the local node and \"unix\""},
     {"CurrentNotInList", R"({"sessions": {"list": [{"id": 1}], "current": 2}})",
      "w.json:1:47: /sessions/current: no session of the list has the id 2"},
     {"SessionUserID", R"({"sessions": {"list": [{"userID": 2147483648}]}})",
