@@ -14,7 +14,7 @@
 #include "gatehall/access/UserAccess.h"
 #include "gatehall/linux/LinuxPlatform.h"
 #include "gatehall/platform/NotificationNames.h"
-#include "linux/loop/MainLoop.h"
+#include "linux/files/HostOptions.h"
 
 namespace {
 

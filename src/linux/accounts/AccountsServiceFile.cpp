@@ -86,7 +86,7 @@ AccountsServiceFile AccountsServiceFile::read(const HostOptions& options,
     if (key == "PasswordHint") result.passwordHint = unescaped(value);
   }
   if (result.picture.empty() && access(under(options, kIcons, loginName).c_str(), F_OK) == 0) {
-    result.picture = std::string(kIcons) + "/" + std::string(loginName);
+    result.picture.assign(kIcons).append("/").append(loginName);
   }
   return result;
 }

@@ -6,9 +6,9 @@
 #include <string>
 #include <unordered_map>
 
+#include "gatehall/linux/records/DirectoryErrorCodes.h"
 #include "linux/accounts/AccountFiles.h"
 #include "linux/local/PasswordHash.h"
-#include "linux/records/DirectoryErrorCodes.h"
 
 namespace gatehall::local {
 

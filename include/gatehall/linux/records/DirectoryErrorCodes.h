@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "gatehall/base/Export.h"
+
 /// The codes that the Linux directory puts beside kDirectoryErrorDomain when it refuses a password:
 /// those that CachedUser's authenticate and changePassword answer there, beside CachedUser's own.
 namespace gatehall::directoryError {
