@@ -79,7 +79,7 @@ AccountsServiceFile AccountsServiceFile::read(const HostOptions& options,
       continue;
     }
     const auto equals = line.find('=');
-    if (!inUser || line.starts_with('#') || equals == std::string_view::npos) continue;
+    if (!inUser || equals == std::string_view::npos) continue;
     const auto key = trimmed(line.substr(0, equals));
     const auto value = trimmed(line.substr(equals + 1));
     if (key == "Icon") result.picture = unescaped(value);

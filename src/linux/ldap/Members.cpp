@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <iterator>
 #include <unordered_set>
 #include <utility>
 
@@ -172,12 +173,7 @@ LdapMembers membersOf(Directory& directory, const Entry& group) {
     }
     members.users.push_back(std::move(entry));
   }
-  for (auto& entry : nestedByName(directory, group)) {
-    const bool isKnown = std::ranges::any_of(members.groups, [&](const auto& each) {
-      return each->first(Slot::GUID) == entry->first(Slot::GUID);
-    });
-    if (!isKnown) members.groups.push_back(std::move(entry));
-  }
+  std::ranges::move(nestedByName(directory, group), std::back_inserter(members.groups));
   return members;
 }
 
