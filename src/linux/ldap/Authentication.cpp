@@ -61,8 +61,8 @@ bool hasNoPassword(Directory& directory, const Entry& user) {
 
 }  // namespace
 
-bool verifyLdapPassword(Directory& directory, const Entry& user, std::string_view password,
-                        DirectoryError& error) {
+bool verifyPassword(Directory& directory, const Entry& user, std::string_view password,
+                    DirectoryError& error) {
   if (isDisabled(user, directory.now())) return refuse(error, directoryError::kAccountDisabled);
   bool isAccepted = false;
   if (password.empty()) {
@@ -77,8 +77,8 @@ bool verifyLdapPassword(Directory& directory, const Entry& user, std::string_vie
   return isAccepted;
 }
 
-bool changeLdapPassword(Directory& directory, const Entry& user, std::string_view oldPassword,
-                        std::string_view newPassword, DirectoryError& error) {
+bool changePassword(Directory& directory, const Entry& user, std::string_view oldPassword,
+                    std::string_view newPassword, DirectoryError& error) {
   if (oldPassword.empty()) return refuse(error, directoryError::kPasswordRefused);
   // Without a new password a server makes one up.
   if (newPassword.empty()) return refuse(error, directoryError::kNewPasswordRefused);

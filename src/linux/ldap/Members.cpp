@@ -158,8 +158,8 @@ Identity identityOf(Directory& directory, DirectoryRecord& record) {
 
 }  // namespace
 
-LdapMembers membersOf(Directory& directory, const Entry& group) {
-  LdapMembers members;
+Members membersOf(Directory& directory, const Entry& group) {
+  Members members;
   members.userNames = group.texts(Slot::MemberNames);
   std::unordered_set<std::string> named(members.userNames.begin(), members.userNames.end());
   for (auto& entry : findByNames(directory, memberDNs(directory, group))) {

@@ -10,14 +10,14 @@
 namespace gatehall::ldap {
 
 /// The members that a group's entry lists, as far as they are in this directory.
-struct LdapMembers {
+struct Members {
   Strings userNames;  ///< login names, also of users that are not in this directory
   Entries users;      ///< those listed by DN
   Entries groups;     ///< nested groups
 };
 
 /// Raises as Directory::search.
-LdapMembers membersOf(Directory& directory, const Entry& group);
+Members membersOf(Directory& directory, const Entry& group);
 
 /// Looks the members of many groups up at once, for membersOf to find them.
 void prefetchMembers(Directory& directory, const Entries& groups);

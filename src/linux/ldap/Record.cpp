@@ -132,12 +132,12 @@ void Record::eachGroupValue(const Entry& group, Slot slot, Add add) {
   }
 }
 
-std::shared_ptr<const LdapMembers> Record::members(const Entry& group) {
+std::shared_ptr<const Members> Record::members(const Entry& group) {
   {
     const std::lock_guard lock(mMutex);
     if (mMembers) return mMembers;
   }
-  auto found = std::make_shared<const LdapMembers>(membersOf(*mDirectory, group));
+  auto found = std::make_shared<const Members>(membersOf(*mDirectory, group));
   const std::lock_guard lock(mMutex);
   if (mEntry.get() == &group) mMembers = found;
   return found;
@@ -161,14 +161,14 @@ bool Record::setValue(std::string_view value, std::string_view kind) {
 bool Record::verifyPassword(std::string_view password, DirectoryError& error) {
   const auto entry = this->entry();
   if (entry->type != Type::User) return refusePassword(error);
-  return verifyLdapPassword(*mDirectory, *entry, password, error);
+  return ldap::verifyPassword(*mDirectory, *entry, password, error);
 }
 
 bool Record::changePassword(std::string_view oldPassword, std::string_view newPassword,
                             DirectoryError& error) {
   const auto entry = this->entry();
   if (entry->type != Type::User) return refusePassword(error);
-  return changeLdapPassword(*mDirectory, *entry, oldPassword, newPassword, error);
+  return ldap::changePassword(*mDirectory, *entry, oldPassword, newPassword, error);
 }
 
 bool Record::isMember(DirectoryRecord& member) {

@@ -43,12 +43,12 @@ class Record final : public DirectoryRecord {
   template <class Add>
   void eachGroupValue(const Entry& group, Slot slot, Add add);
   std::optional<Slot> slotOf(const Entry& entry, std::string_view kind) const;
-  std::shared_ptr<const LdapMembers> members(const Entry& group);
+  std::shared_ptr<const Members> members(const Entry& group);
 
   const std::shared_ptr<Directory> mDirectory;
   mutable std::mutex mMutex;  ///< never held while the directory is asked
   std::shared_ptr<const Entry> mEntry;
-  std::shared_ptr<const LdapMembers> mMembers;
+  std::shared_ptr<const Members> mMembers;
 };
 
 }  // namespace gatehall::ldap

@@ -247,8 +247,8 @@ bool Group::isMember(DirectoryRecord& member) {
   // A name in /etc/group means the local account of that name, if there is one.
   if (!isLocal && !names.empty()) {
     const auto context = std::make_shared<Context>(mHost);
-    std::erase_if(
-        names, [&](const std::string& name) { return localUserNamed(context, name) != nullptr; });
+    std::erase_if(names,
+                  [&](const std::string& name) { return userNamed(context, name) != nullptr; });
   }
 
   const std::lock_guard lock(mMutex);
@@ -285,7 +285,7 @@ bool Group::synchronize() {
     const std::lock_guard lock(mMutex);
     name = mIdentity.name;
   }
-  const auto present = localGroupNamed(context, name);
+  const auto present = groupNamed(context, name);
   if (!present) return false;
   const std::scoped_lock lock(mMutex, present->mMutex);
   mContext = context;

@@ -58,8 +58,8 @@ class GroupSelection : public Selection {
 
 }  // namespace
 
-std::vector<std::shared_ptr<Group>> findLocalGroups(const std::shared_ptr<Context>& context,
-                                                    const QueryDescription& description) {
+std::vector<std::shared_ptr<Group>> findGroups(const std::shared_ptr<Context>& context,
+                                               const QueryDescription& description) {
   auto& host = context->host();
   const GroupSelection selection(*context, description);
   if (selection.isImpossible()) return {};
@@ -109,11 +109,10 @@ std::vector<std::shared_ptr<Group>> findLocalGroups(const std::shared_ptr<Contex
   return found.take();
 }
 
-std::shared_ptr<Group> localGroupNamed(const std::shared_ptr<Context>& context,
-                                       std::string_view name) {
+std::shared_ptr<Group> groupNamed(const std::shared_ptr<Context>& context, std::string_view name) {
   auto query = queryByName(record::Groups, name);
   query.maximumResults = 1;
-  const auto found = findLocalGroups(context, query);
+  const auto found = findGroups(context, query);
   return found.empty() ? nullptr : found.front();
 }
 

@@ -15,11 +15,10 @@ namespace gatehall::local {
 /// and /etc/passwd only where members are asked for. Two lines of one name are one group to a
 /// query by name, the first as for getgrnam(3). Raises PlatformException when a file can't be read,
 /// and when all that stands under a name that was asked for can't be.
-std::vector<std::shared_ptr<Group>> findLocalGroups(const std::shared_ptr<Context>& context,
-                                                    const QueryDescription& description);
+std::vector<std::shared_ptr<Group>> findGroups(const std::shared_ptr<Context>& context,
+                                               const QueryDescription& description);
 
 /// The group of that name; nullptr when there is none. May raise PlatformException.
-std::shared_ptr<Group> localGroupNamed(const std::shared_ptr<Context>& context,
-                                       std::string_view name);
+std::shared_ptr<Group> groupNamed(const std::shared_ptr<Context>& context, std::string_view name);
 
 }  // namespace gatehall::local

@@ -41,7 +41,7 @@ class Query final : public DirectoryQuery {
     if (!asksForUsers && !asksForGroups) return records;
     const auto context = std::make_shared<Context>(mHost);
     if (asksForUsers) {
-      auto users = findLocalUsers(context, mDescription);
+      auto users = findUsers(context, mDescription);
       records.assign(std::make_move_iterator(users.begin()), std::make_move_iterator(users.end()));
     }
     auto groupDescription = mDescription;
@@ -51,7 +51,7 @@ class Query final : public DirectoryQuery {
       groupDescription.maximumResults = limit - static_cast<std::uint32_t>(records.size());
     }
     if (asksForGroups) {
-      auto groups = findLocalGroups(context, groupDescription);
+      auto groups = findGroups(context, groupDescription);
       records.insert(records.end(), groups.begin(), groups.end());
     }
     return records;
@@ -76,8 +76,8 @@ std::shared_ptr<DirectoryRecord> Node::recordByTypeAndName(std::string_view type
   // cost no more then.
   if (name == attribute::AllRecords) return nullptr;
   const auto context = std::make_shared<Context>(mHost);
-  if (type == record::Users) return localUserNamed(context, name);
-  if (type == record::Groups) return localGroupNamed(context, name);
+  if (type == record::Users) return userNamed(context, name);
+  if (type == record::Groups) return groupNamed(context, name);
   return nullptr;
 }
 

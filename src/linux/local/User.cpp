@@ -295,7 +295,7 @@ std::optional<Dictionary> User::passwordPolicy() {
 
 bool User::synchronize() {
   const auto context = std::make_shared<Context>(mHost);
-  const auto present = localUserNamed(context, loginName());
+  const auto present = userNamed(context, loginName());
   if (!present) return false;
   const std::scoped_lock lock(mMutex, present->mMutex);
   mContext = context;

@@ -99,8 +99,8 @@ class UserSelection : public Selection {
 
 }  // namespace
 
-std::vector<std::shared_ptr<User>> findLocalUsers(const std::shared_ptr<Context>& context,
-                                                  const QueryDescription& description) {
+std::vector<std::shared_ptr<User>> findUsers(const std::shared_ptr<Context>& context,
+                                             const QueryDescription& description) {
   auto& host = context->host();
   const auto& records = context->userRecords();
   UserSelection selection(*context, description);
@@ -155,9 +155,8 @@ std::vector<std::shared_ptr<User>> findLocalUsers(const std::shared_ptr<Context>
   return found.take();
 }
 
-std::shared_ptr<User> localUserNamed(const std::shared_ptr<Context>& context,
-                                     std::string_view name) {
-  const auto found = findLocalUsers(context, queryByName(record::Users, name));
+std::shared_ptr<User> userNamed(const std::shared_ptr<Context>& context, std::string_view name) {
+  const auto found = findUsers(context, queryByName(record::Users, name));
   if (found.empty()) return nullptr;
   const auto login =
       std::ranges::find_if(found, [&](const auto& user) { return user->loginName() == name; });

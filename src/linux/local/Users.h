@@ -14,12 +14,11 @@ namespace gatehall::local {
 /// user records alone describe, by name. Each account file is read at most once, whatever the
 /// number of values or results. Two lines of one name are one account to a query by name, the first
 /// as for getpwnam(3). May raise PlatformException.
-std::vector<std::shared_ptr<User>> findLocalUsers(const std::shared_ptr<Context>& context,
-                                                  const QueryDescription& description);
+std::vector<std::shared_ptr<User>> findUsers(const std::shared_ptr<Context>& context,
+                                             const QueryDescription& description);
 
 /// The account of that name, else the first with that alias; nullptr when there is none. May raise
 /// PlatformException.
-std::shared_ptr<User> localUserNamed(const std::shared_ptr<Context>& context,
-                                     std::string_view name);
+std::shared_ptr<User> userNamed(const std::shared_ptr<Context>& context, std::string_view name);
 
 }  // namespace gatehall::local

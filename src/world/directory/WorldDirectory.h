@@ -8,7 +8,7 @@
 
 #include "gatehall/platform/DirectoryService.h"
 #include "world/directory/DirectoryState.h"
-#include "world/directory/GroupMembership.h"
+#include "world/directory/Members.h"
 #include "world/directory/WorldNode.h"
 
 namespace gatehall {

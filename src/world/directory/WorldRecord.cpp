@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "gatehall/platform/AttributeKinds.h"
-#include "world/directory/GroupMembership.h"
+#include "world/directory/Members.h"
 
 namespace gatehall {
 

@@ -1,4 +1,4 @@
-#include "world/directory/GroupMembership.h"
+#include "world/directory/Members.h"
 
 #include <algorithm>
 #include <set>
