@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """What the documents (*.md) name exists: the targets of their links, the files of the tree that they name
-in passing, and the version.
+in passing, the units that a room's page lists, and the version.
 
 usage: documents.py SOURCE-DIRECTORY
 """
@@ -62,6 +62,14 @@ def missing_files(document):
             yield path
 
 
+def missing_units(page):
+    """Those of a room's page, in cells of tables that begin a line and hold nothing else, that stand neither
+    in the room nor in one below it."""
+    there = {path.stem for path in page.parent.rglob("*.h")}
+    for cell in re.findall(r"^\| (`\w+`(?:, `\w+`)*) \|", page.read_text(encoding="utf-8"), re.MULTILINE):
+        yield from (name for name in re.findall(r"\w+", cell) if name not in there)
+
+
 class Documents(unittest.TestCase):
     def test_there_are_documents(self):
         names = {path.relative_to(SOURCE).as_posix() for path in DOCUMENTS}
@@ -77,6 +85,13 @@ class Documents(unittest.TestCase):
         for document in DOCUMENTS:
             with self.subTest(document.relative_to(SOURCE).as_posix()):
                 self.assertEqual(list(missing_files(document)), [])
+
+    def test_units_that_a_rooms_page_lists_exist(self):
+        pages = [page for page in DOCUMENTS if page.is_relative_to(SOURCE / "src")]
+        self.assertTrue(pages)
+        for page in pages:
+            with self.subTest(page.relative_to(SOURCE).as_posix()):
+                self.assertEqual(list(missing_units(page)), [])
 
     def test_the_changelog_tells_of_the_projects_version(self):
         cmake = (SOURCE / "CMakeLists.txt").read_text(encoding="utf-8")
@@ -94,6 +109,15 @@ class Documents(unittest.TestCase):
         )
         self.assertEqual(list(broken_links(page)), ["other.md", "#another-page"])
         self.assertEqual(list(missing_files(page)), ["users/Nobody.h"])
+
+    def test_a_unit_that_is_not_there_is_found(self):
+        room = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        (room / "client").mkdir()
+        (room / "client" / "Connection.h").touch()
+        (room / "README.md").write_text(
+            "| `Connection`, `Nobody` | of `Another` |\n| what `Somebody` says | |\n", encoding="utf-8"
+        )
+        self.assertEqual(list(missing_units(room / "README.md")), ["Nobody"])
 
 
 if __name__ == "__main__":
