@@ -6,6 +6,7 @@
 #include <chrono>
 #include <filesystem>
 #include <poll.h>
+#include <string>
 #include <sys/resource.h>
 #include <thread>
 
@@ -14,7 +15,6 @@
 #include "gatehall/access/UserAccess.h"
 #include "gatehall/linux/LinuxPlatform.h"
 #include "gatehall/platform/NotificationNames.h"
-#include "linux/files/HostOptions.h"
 
 namespace {
 
@@ -37,13 +37,15 @@ class Machine {
  public:
   explicit Machine(int users) {
     auto name = (std::filesystem::temp_directory_path() / "gatehall-bench-XXXXXX").string();
-    mOptions.root = mkdtemp(name.data());
-    mOptions.systemBusAddress = "unix:path=/nonexistent";
+    mRoot = mkdtemp(name.data());
+    LinuxOptions options;
+    options.setRoot(mRoot);
+    options.setSystemBusAddress("unix:path=/nonexistent");
     std::filesystem::create_directory(etc());
     std::filesystem::copy_file("/etc/shells", etc() / "shells");
     std::filesystem::copy_file("/etc/machine-id", etc() / "machine-id");
     writeAccounts(etc(), users);
-    mHost = std::make_shared<LinuxPlatform>(mOptions, "rebuild");
+    mHost = std::make_shared<LinuxPlatform>(options, "rebuild");
     Platform::install(mHost);
     mHost->runLoop().descriptor();
     access()->visibleUsersList();
@@ -52,12 +54,12 @@ class Machine {
   ~Machine() {
     Platform::install(nullptr);
     mHost.reset();
-    std::filesystem::remove_all(mOptions.root);
+    std::filesystem::remove_all(mRoot);
   }
   Machine(const Machine&) = delete;
   Machine& operator=(const Machine&) = delete;
 
-  std::filesystem::path etc() const { return std::filesystem::path(mOptions.root) / "etc"; }
+  std::filesystem::path etc() const { return std::filesystem::path(mRoot) / "etc"; }
   static std::shared_ptr<UserAccess> access() { return UserAccess::sharedUserAccess(); }
 
   /// Runs the main loop for that long, or until the target was told that often; answers for how
@@ -79,7 +81,7 @@ class Machine {
   const std::shared_ptr<Target> target = std::make_shared<Target>();
 
  private:
-  HostOptions mOptions;
+  std::string mRoot;
   std::shared_ptr<LinuxPlatform> mHost;
 };
 

@@ -8,10 +8,8 @@ namespace gatehall {
 
 LinuxOptions::LinuxOptions() : mValues(std::make_unique<HostOptions>()) {}
 
-LinuxOptions::LinuxOptions(const HostOptions& values)
-    : mValues(std::make_unique<HostOptions>(values)) {}
-
-LinuxOptions::LinuxOptions(const LinuxOptions& other) : LinuxOptions(*other.mValues) {}
+LinuxOptions::LinuxOptions(const LinuxOptions& other)
+    : mValues(std::make_unique<HostOptions>(*other.mValues)) {}
 
 LinuxOptions& LinuxOptions::operator=(const LinuxOptions& other) {
   *mValues = *other.mValues;

@@ -4,13 +4,12 @@
 #include <utility>
 
 #include "linux/LazyService.h"
+#include "linux/SwitchServices.h"
 #include "linux/events/LoginHoursEvents.h"
 #include "linux/events/MachineEvents.h"
-#include "linux/files/HostOptions.h"
 #include "linux/hours/LinuxParentalControls.h"
 #include "linux/loop/LinuxSystemNotifications.h"
 #include "linux/loop/MainLoop.h"
-#include "portable/LocalNotificationCenter.h"
 #include "portable/PangoText.h"
 #include "portable/PortableMarkup.h"
 
@@ -40,11 +39,13 @@ TextSystem& LinuxPlatform::text() { return mServices->text; }
 Markup& LinuxPlatform::markup() { return mServices->markup; }
 
 ParentalControls& LinuxPlatform::parentalControls() {
+  auto& forSwitch = *LinuxSwitchPlatform::mServices;
   return mServices->parentalControls.get(
-      options(), log(), clock(), [this](std::uint32_t userID, Date change) {
+      forSwitch.options, log(), clock(), [this, &forSwitch](std::uint32_t userID, Date change) {
         mServices->loginHours
             .get(mainLoop(), clock(),
-                 AccountNotifications(mainLoop(), directory(), distributedNotifications(), log()))
+                 AccountNotifications(mainLoop(), directory(),
+                                      forSwitch.distributedNotificationCenter, log()))
             .expect(userID, change);
       });
 }
@@ -60,12 +61,16 @@ MainLoop& LinuxPlatform::mainLoop() {
 }
 
 void LinuxPlatform::listen(EventLoop& events) {
+  auto& forSwitch = *LinuxSwitchPlatform::mServices;
   systemNotifications();
-  mServices->events.emplace(options(), log(), directory(), mainLoop(), events,
-                            EventTargets{.inProcess = inProcessNotifications(),
-                                         .distributed = distributedNotifications(),
-                                         .system = *mServices->systemNotifications.made(),
-                                         .localeChanged = [this] { localeChanged(); }});
+  mServices->events.emplace(
+      forSwitch.options, log(), directory(), mainLoop(), events,
+      EventTargets{.inProcess = forSwitch.notificationCenter,
+                   .distributed = forSwitch.distributedNotificationCenter,
+                   .system = *mServices->systemNotifications.made(),
+                   .localeChanged = [&forSwitch] {
+                     forSwitch.collation.get(forSwitch.options).localeChanged();
+                   }});
 }
 
 void LinuxPlatform::endThreads() {

@@ -102,7 +102,7 @@ ROOMS = {
     "ctl/print": Room("tables, JSON, terminals", "base instrumented users"),
     "ctl/request": Room(
         "what a verb is, what it is asked, and of which host",
-        "base ctl/print instrumented linux portable world world/file",
+        "base ctl/print instrumented linux linux/directory portable world world/file",
     ),
     "ctl/picture": Room("the list of users as a picture", "base platform portable text users"),
     "ctl/watch": Room(

@@ -35,7 +35,7 @@ TEST(LinuxPlatform, MapsALibraryOnlyWhenAServiceNeedsIt) {
   EXPECT_EXIT(
       {
         Machine machine;
-        LinuxPlatform platform(machine.options, std::make_shared<KeptLog>());
+        LinuxPlatform platform(machine.linuxOptions(), std::make_shared<KeptLog>());
         platform.directory().defaultSession()->nodeByType(NodeType::Local);
         platform.sessions();
         platform.loginService();
@@ -58,7 +58,7 @@ TEST(LinuxPlatform, MapsALibraryOnlyWhenAServiceNeedsIt) {
 
 TEST(LinuxPlatform, MakesEachServiceOnceForAllThreads) {
   Machine machine;
-  LinuxPlatform platform(machine.options, std::make_shared<KeptLog>());
+  LinuxPlatform platform(machine.linuxOptions(), std::make_shared<KeptLog>());
   std::vector<PreferenceStore*> stores(4);
   std::vector<std::thread> threads;
   for (auto& store : stores) {
@@ -71,13 +71,13 @@ TEST(LinuxPlatform, MakesEachServiceOnceForAllThreads) {
 TEST(LinuxPlatform, CollatesByTheMachinesLocale) {
   Machine machine;
   machine.write("/etc/locale.conf", "LANG=sv_SE.UTF-8\n");
-  LinuxPlatform platform(machine.options, std::make_shared<KeptLog>());
+  LinuxPlatform platform(machine.linuxOptions(), std::make_shared<KeptLog>());
   EXPECT_EQ(platform.collation().compare("ärla", "zorn"), 1);
 }
 
 TEST(LinuxPlatform, KnowsItsProcessAndTheTime) {
   Machine machine;
-  LinuxPlatform platform(machine.options, std::make_shared<KeptLog>());
+  LinuxPlatform platform(machine.linuxOptions(), std::make_shared<KeptLog>());
   EXPECT_EQ(platform.process().effectiveUserID(), geteuid());
   const Date before = std::chrono::system_clock::now();
   const auto now = platform.clock().now();
@@ -87,7 +87,7 @@ TEST(LinuxPlatform, KnowsItsProcessAndTheTime) {
 
 TEST(LinuxPlatform, IsDrivenByTheThreadThatMadeIt) {
   Machine machine;
-  LinuxPlatform platform(machine.options, std::make_shared<KeptLog>());
+  LinuxPlatform platform(machine.linuxOptions(), std::make_shared<KeptLog>());
   std::thread other([&] { platform.runLoop(); });
   other.join();
   bool ran = false;
@@ -97,7 +97,7 @@ TEST(LinuxPlatform, IsDrivenByTheThreadThatMadeIt) {
 
 TEST(LinuxPlatform, EndsItsThreadsBeforeAnotherHostTakesItsPlace) {
   Machine machine;
-  auto host = std::make_shared<LinuxPlatform>(machine.options, std::make_shared<KeptLog>());
+  auto host = std::make_shared<LinuxPlatform>(machine.linuxOptions(), std::make_shared<KeptLog>());
   std::weak_ptr<Platform> seen = host;
   Platform::install(std::move(host));
   platform().runLoop().detachNewThread([] {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "gatehall/base/PlatformException.h"
+#include "gatehall/linux/LinuxOptions.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/directory/LinuxDirectory.h"
 
@@ -115,6 +116,16 @@ class Machine {
   Strings allGroups() {
     return names(record::Groups, attribute::RecordName, MatchType::EqualTo,
                  {std::string(attribute::AllRecords)});
+  }
+
+  /// The same for a whole host.
+  LinuxOptions linuxOptions() const {
+    LinuxOptions result;
+    result.setRoot(options.root);
+    result.setSystemBusAddress(options.systemBusAddress);
+    result.setCallTimeout(options.callTimeout);
+    result.setSessionLimits(options.sessionLimits);
+    return result;
   }
 
   HostOptions options;

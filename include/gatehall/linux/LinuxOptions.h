@@ -33,12 +33,9 @@ class GATEHALL_EXPORT LinuxOptions {
   /// none need not wait for the service that is asked for them.
   void setSessionLimits(bool areAsked);
 
-  // For the host itself.
-
-  LinuxOptions(const HostOptions& values);
-  const HostOptions& values() const { return *mValues; }
-
  private:
+  friend class LinuxSwitchPlatform;
+
   std::unique_ptr<HostOptions> mValues;
 };
 

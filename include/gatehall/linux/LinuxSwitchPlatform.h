@@ -2,16 +2,12 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "gatehall/base/Export.h"
 #include "gatehall/linux/LinuxOptions.h"
 #include "gatehall/platform/Platform.h"
 
 namespace gatehall {
-
-class LocalNotificationCenter;
-class NetworkNode;
 
 /// What it takes of the Linux machine that the program runs on to decide about a switch and to
 /// perform it. Nothing here listens to the machine, draws or knows of login hours; a program that
@@ -43,18 +39,8 @@ class GATEHALL_EXPORT LinuxSwitchPlatform : public Platform {
   Log& log() override;
   Collation& collation() override;
 
-  /// The nodes of the network directories, in their order, for the house's own tools: the type is
-  /// not public.
-  const std::vector<std::shared_ptr<NetworkNode>>& networkNodes();
-
- protected:
-  const HostOptions& options() const;
-  LocalNotificationCenter& inProcessNotifications();
-  LocalNotificationCenter& distributedNotifications();
-
-  void localeChanged();
-
  private:
+  friend class LinuxPlatform;
   struct Services;
 
   const std::unique_ptr<Services> mServices;

@@ -1,10 +1,10 @@
 #include "ctl/request/Host.h"
 
 #include <utility>
-#include <vector>
 
 #include "gatehall/linux/LinuxPlatform.h"
 #include "instrumented/InstrumentedPlatform.h"
+#include "linux/directory/LinuxDirectory.h"
 #include "portable/PangoText.h"
 #include "world/file/WorldFile.h"
 
@@ -32,5 +32,10 @@ Host::Host(const std::optional<std::string>& worldFile, Trace::Keeps kept)
 }
 
 Host::~Host() { Platform::install(nullptr); }
+
+std::vector<std::shared_ptr<NetworkNode>> Host::networkNodes() const {
+  if (!mMachine) return {};
+  return static_cast<LinuxDirectory&>(mMachine->directory()).networkNodes();
+}
 
 }  // namespace gatehall::ctl

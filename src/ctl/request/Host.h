@@ -3,12 +3,19 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "gatehall/linux/LinuxPlatform.h"
 #include "instrumented/RecordingLog.h"
 #include "instrumented/RecordingLoginService.h"
 #include "instrumented/Trace.h"
 #include "world/World.h"
+
+namespace gatehall {
+
+class NetworkNode;
+
+}  // namespace gatehall
 
 namespace gatehall::ctl {
 
@@ -31,6 +38,9 @@ class Host {
 
   /// nullptr in a world.
   LinuxPlatform* machine() const { return mMachine.get(); }
+
+  /// This machine's nodes of network directories, in their order; none in a world.
+  std::vector<std::shared_ptr<NetworkNode>> networkNodes() const;
 
   /// What is installed, to be kept by who spares taking it apart.
   const std::shared_ptr<Platform>& platform() const { return mPlatform; }

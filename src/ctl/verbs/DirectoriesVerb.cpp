@@ -34,9 +34,8 @@ Attempt attemptAt(NetworkNode& node) {
 /// Of this machine's network nodes, by name; all are tried at once.
 std::map<std::string, Attempt> attempts(const Host& host) {
   std::map<std::string, Attempt> found;
-  if (host.machine() == nullptr) return found;
   std::map<std::string, std::future<Attempt>> pending;
-  for (const auto& node : host.machine()->networkNodes()) {
+  for (const auto& node : host.networkNodes()) {
     pending.emplace(node->nodeName().value_or(""),
                     std::async(std::launch::async, [node] { return attemptAt(*node); }));
   }

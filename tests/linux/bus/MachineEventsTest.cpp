@@ -52,7 +52,7 @@ class ListeningMachine {
     machine.write("/etc/passwd",
                   "ann:x:1000:1000:Ann:/home/ann:/bin/sh\n"
                   "bob:x:1001:1001:Bob:/home/bob:/bin/sh\n");
-    platform = std::make_unique<LinuxPlatform>(machine.options, log);
+    platform = std::make_unique<LinuxPlatform>(machine.linuxOptions(), log);
     platform->distributedNotificationCenter().addObserver(
         this, kFence, [this](const Notification& notification) {
           mFence = *notification.userInfo->at(kNumber).string();
@@ -476,7 +476,7 @@ class SilentBusTest : public MachineEventsTest {
   /// A platform that has heard nothing yet, and from now on hears nothing.
   void listen(std::chrono::milliseconds callTimeout) {
     machine.options.callTimeout = callTimeout;
-    platform = std::make_unique<LinuxPlatform>(machine.options, log);
+    platform = std::make_unique<LinuxPlatform>(machine.linuxOptions(), log);
     platform->distributedNotificationCenter().addObserver(this, kRefreshUserListNotification,
                                                           keep());
     bus.freeze();

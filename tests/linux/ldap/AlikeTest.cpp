@@ -218,7 +218,7 @@ class LdapAlike : public testing::TestWithParam<unsigned> {
   Json onTheMachine(const Strings& words) {
     const ctl::Host host(std::nullopt, Trace::Keeps::LastOperation);
     Platform::install(
-        std::make_shared<LinuxPlatform>(machine.options, std::make_shared<KeptLog>()));
+        std::make_shared<LinuxPlatform>(machine.linuxOptions(), std::make_shared<KeptLog>()));
     const Strings operands(words.begin() + 1, words.end());
     const ctl::Screen screen;
     return ctl::verbNamed(words.front())
@@ -231,7 +231,7 @@ class LdapAlike : public testing::TestWithParam<unsigned> {
     const auto loginService = std::make_shared<RecordingLoginService>();
     const auto log = std::make_shared<KeptLog>();
     Platform::install(std::make_shared<InstrumentedPlatform>(
-        std::make_shared<LinuxPlatform>(machine.options, log), std::vector<Fault>(), nullptr,
+        std::make_shared<LinuxPlatform>(machine.linuxOptions(), log), std::vector<Fault>(), nullptr,
         InstrumentedPlatform::Substitutes{.loginService = loginService, .log = log, .text = {}}));
     runSwitch(std::array<std::string_view, 2>{"-switchToUserID", userID});
     Platform::install(nullptr);

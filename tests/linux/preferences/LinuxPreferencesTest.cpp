@@ -56,7 +56,7 @@ class LinuxPreferenceHost final : public contracts::PreferenceHost {
   }
 
   Machine mMachine;
-  LinuxPlatform mPlatform{mMachine.options, std::make_shared<KeptLog>()};
+  LinuxPlatform mPlatform{mMachine.linuxOptions(), std::make_shared<KeptLog>()};
 };
 
 }  // namespace

@@ -54,7 +54,7 @@ class LinuxSessionHost final : public contracts::SessionHost {
  private:
   OwnRun mRun;
   Machine mMachine;
-  LinuxPlatform mPlatform{mMachine.options, std::make_shared<KeptLog>()};
+  LinuxPlatform mPlatform{mMachine.linuxOptions(), std::make_shared<KeptLog>()};
 };
 
 std::vector<contracts::Factory<contracts::SessionHost>> hosts() {
