@@ -6,6 +6,7 @@
 #include "gatehall/base/PlatformException.h"
 #include "linux/directory/LinuxMembership.h"
 #include "linux/records/EmptyNode.h"
+#include "tests/Patience.h"
 #include "tests/linux/Machine.h"
 
 namespace gatehall {
@@ -236,7 +237,7 @@ TEST_F(LinuxDirectoryNodes, AreAskedForAnAccessListLessOftenThanThereAreQuestion
   for (int question = 0; question < kQuestions; ++question) EXPECT_TRUE(isAdmitted());
   EXPECT_LT(network->queries - before, kQuestions);
   machine.write("/etc/group", "gatehall-access:x:9:\n");
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  const auto end = std::chrono::steady_clock::now() + kPatience;
   bool isStillAdmitted = true;
   while (isStillAdmitted && std::chrono::steady_clock::now() < end) isStillAdmitted = isAdmitted();
   EXPECT_FALSE(isStillAdmitted);
