@@ -12,8 +12,8 @@
 #include "bench/LargeWorld.h"
 #include "gatehall/text/TruncationExtensions.h"
 #include "instrumented/InstrumentedPlatform.h"
-#include "portable/PangoText.h"
-#include "portable/Utf16.h"
+#include "portable/text/PangoText.h"
+#include "portable/text/Utf16.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // Home-directory attributes, which are XML.
 
 #include "fuzz/Input.h"
-#include "portable/UrlReader.h"
-#include "portable/XmlReader.h"
+#include "portable/formats/UrlReader.h"
+#include "portable/formats/XmlReader.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Property lists, XML and binary.
 
 #include "fuzz/Input.h"
-#include "portable/PropertyList.h"
+#include "portable/formats/PropertyList.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace gatehall;

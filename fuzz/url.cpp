@@ -1,7 +1,7 @@
 // URLs.
 
 #include "fuzz/Input.h"
-#include "portable/UrlReader.h"
+#include "portable/formats/UrlReader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace gatehall;

@@ -7,7 +7,7 @@
 #include "gatehall/base/AtomicSharedPtr.h"
 #include "gatehall/platform/Collation.h"
 #include "linux/files/HostOptions.h"
-#include "portable/IcuCollation.h"
+#include "portable/text/IcuCollation.h"
 
 namespace gatehall {
 

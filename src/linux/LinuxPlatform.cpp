@@ -10,8 +10,8 @@
 #include "linux/hours/LinuxParentalControls.h"
 #include "linux/loop/LinuxSystemNotifications.h"
 #include "linux/loop/MainLoop.h"
-#include "portable/PangoText.h"
-#include "portable/PortableMarkup.h"
+#include "portable/formats/PortableMarkup.h"
+#include "portable/text/PangoText.h"
 
 namespace gatehall {
 

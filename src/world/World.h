@@ -9,7 +9,7 @@
 #include "gatehall/platform/Platform.h"
 #include "instrumented/Fault.h"
 #include "instrumented/RecordingLog.h"
-#include "portable/PortableMarkup.h"
+#include "portable/formats/PortableMarkup.h"
 #include "world/WorldClock.h"
 #include "world/WorldCollation.h"
 #include "world/WorldLoginService.h"

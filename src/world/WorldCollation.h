@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "gatehall/base/AtomicSharedPtr.h"
-#include "portable/IcuCollation.h"
+#include "portable/text/IcuCollation.h"
 
 namespace gatehall {
 

@@ -2,7 +2,7 @@
 
 #include <variant>
 
-#include "portable/IcuCharacters.h"
+#include "portable/text/IcuCharacters.h"
 
 namespace gatehall {
 

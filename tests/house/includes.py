@@ -55,10 +55,10 @@ LIBRARIES = {
     "ICU": (
         r"unicode/",
         {
-            "portable/CaseFolding",
-            "portable/IcuCharacters",
-            "portable/IcuCollation",
-            "portable/IcuSonames",
+            "portable/text/CaseFolding",
+            "portable/text/IcuCharacters",
+            "portable/text/IcuCollation",
+            "portable/text/IcuSonames",
         },
     ),
     "libcrypt": (r"crypt\.h", set()),
@@ -67,7 +67,7 @@ LIBRARIES = {
     "libldap": (r"(open)?ldap|lber", set()),
     "libxml2": (r"libxml/", set()),
     "uriparser": (r"uriparser/", set()),
-    "Pango": (r"pango/", {"portable/PangoText", "ctl/picture/Canvas"}),
+    "Pango": (r"pango/", {"portable/text/PangoText", "ctl/picture/Canvas"}),
     "Cairo": (r"cairo", set()),
     "gdk-pixbuf": (r"gdk-pixbuf/", set()),
 }

@@ -30,16 +30,22 @@ ROOMS = {
     "switcher": Room("the switch tool's flow", "access platform users"),
     # Around the hosts.
     "portable": Room(
-        "the libraries that serve any host: XML, URLs, property lists, collation, text",
+        "what serves any host: outside libraries, notifications, a queue of tasks, UUIDs",
         "base platform",
+    ),
+    "portable/text": Room("text by its characters: encodings, case, order, layout", "base platform portable"),
+    "portable/formats": Room(
+        "what is read from outside: XML, URLs, property lists", "base platform portable portable/text"
     ),
     "instrumented": Room("traces and faults, over any host", "base platform"),
     # A host in memory.
     "world/json": Room("JSON, with the place of every value", "base"),
-    "world/directory": Room("nodes, records, groups and access lists in memory", "base platform portable"),
+    "world/directory": Room(
+        "nodes, records, groups and access lists in memory", "base platform portable portable/text"
+    ),
     "world": Room(
         "a whole host in memory, and its smaller services",
-        "base instrumented platform portable world/directory",
+        "base instrumented platform portable portable/formats portable/text world/directory",
     ),
     "world/file": Room("what a world file may say", "base instrumented platform portable world world/json"),
     "world/script": Room(
@@ -58,7 +64,7 @@ ROOMS = {
     "linux/bus": Room("the system bus", "base linux/files linux/loop platform portable"),
     "linux/records": Room(
         "what records and nodes of every kind of directory share",
-        "base linux/files platform portable",
+        "base linux/files platform portable portable/text",
     ),
     "linux/hours": Room("login hours of parental controls", "base linux/bus linux/files platform"),
     "linux/accounts": Room(
@@ -71,7 +77,7 @@ ROOMS = {
     ),
     "linux/ldap/client": Room(
         "LDAP servers: settings, how one is chosen, connections, entries",
-        "base linux/files linux/process linux/records platform portable",
+        "base linux/files linux/process linux/records platform portable portable/text",
     ),
     "linux/ldap": Room(
         "network directories over LDAP: nodes, records, members, passwords",
@@ -87,7 +93,7 @@ ROOMS = {
         "base linux/bus linux/files linux/sessions platform",
     ),
     "linux/preferences": Room(
-        "preferences and managed files", "base linux/files linux/records platform portable"
+        "preferences and managed files", "base linux/files linux/records platform portable/formats"
     ),
     "linux/events": Room(
         "what happens on the machine, as notifications",
@@ -96,15 +102,15 @@ ROOMS = {
     "linux": Room(
         "the machine as a whole, and its smallest services",
         "base linux/directory linux/events linux/files linux/hours linux/loop linux/preferences "
-        "linux/process linux/sessions linux/switch platform portable",
+        "linux/process linux/sessions linux/switch platform portable portable/formats portable/text",
     ),
     # gatehallctl.
     "ctl/print": Room("tables, JSON, terminals", "base instrumented users"),
     "ctl/request": Room(
         "what a verb is, what it is asked, and of which host",
-        "base ctl/print instrumented linux linux/directory portable world world/file",
+        "base ctl/print instrumented linux linux/directory portable/text world world/file",
     ),
-    "ctl/picture": Room("the list of users as a picture", "base platform portable text users"),
+    "ctl/picture": Room("the list of users as a picture", "base platform portable portable/text text users"),
     "ctl/watch": Room(
         "the list of users as it changes",
         "access base ctl/print ctl/request instrumented linux/loop platform users",

@@ -10,8 +10,8 @@
 #include "ctl/picture/PictureFile.h"
 #include "gatehall/platform/Platform.h"
 #include "gatehall/text/TruncationExtensions.h"
-#include "portable/PangoText.h"
-#include "portable/Utf16.h"
+#include "portable/text/PangoText.h"
+#include "portable/text/Utf16.h"
 
 namespace gatehall::ctl {
 

@@ -5,7 +5,7 @@
 #include "gatehall/linux/LinuxPlatform.h"
 #include "instrumented/InstrumentedPlatform.h"
 #include "linux/directory/LinuxDirectory.h"
-#include "portable/PangoText.h"
+#include "portable/text/PangoText.h"
 #include "world/file/WorldFile.h"
 
 namespace gatehall::ctl {

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "linux/files/OwnedFile.h"
-#include "portable/PropertyList.h"
+#include "portable/formats/PropertyList.h"
 
 namespace gatehall {
 

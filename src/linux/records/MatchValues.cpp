@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "linux/records/AccountID.h"
-#include "portable/CaseFolding.h"
+#include "portable/text/CaseFolding.h"
 
 namespace gatehall {
 

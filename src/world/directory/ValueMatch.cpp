@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "portable/CaseFolding.h"
+#include "portable/text/CaseFolding.h"
 
 namespace gatehall {
 

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "gatehall/platform/AttributeKinds.h"
-#include "portable/CaseFolding.h"
 #include "portable/NameBasedUUID.h"
+#include "portable/text/CaseFolding.h"
 
 namespace gatehall {
 

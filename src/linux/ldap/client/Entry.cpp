@@ -10,7 +10,7 @@
 #include "linux/files/FaultLog.h"
 #include "linux/records/AccountID.h"
 #include "portable/NameBasedUUID.h"
-#include "portable/Utf8.h"
+#include "portable/text/Utf8.h"
 
 namespace gatehall::ldap {
 

@@ -1,4 +1,4 @@
-#include "portable/CaseFolding.h"
+#include "portable/text/CaseFolding.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -10,8 +10,8 @@
 
 #include "base/Ascii.h"
 #include "gatehall/base/PlatformException.h"
-#include "portable/IcuSonames.h"
 #include "portable/LazyLibrary.h"
+#include "portable/text/IcuSonames.h"
 
 namespace gatehall {
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "portable/XmlReader.h"
+#include "portable/formats/XmlReader.h"
 
 namespace gatehall {
 namespace {

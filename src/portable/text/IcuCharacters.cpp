@@ -1,4 +1,4 @@
-#include "portable/IcuCharacters.h"
+#include "portable/text/IcuCharacters.h"
 
 #include <cstdint>
 #include <limits>
@@ -6,8 +6,8 @@
 #include <unicode/ubrk.h>
 
 #include "gatehall/base/PlatformException.h"
-#include "portable/IcuSonames.h"
 #include "portable/LazyLibrary.h"
+#include "portable/text/IcuSonames.h"
 
 namespace gatehall {
 

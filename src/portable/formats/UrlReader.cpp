@@ -1,4 +1,4 @@
-#include "portable/UrlReader.h"
+#include "portable/formats/UrlReader.h"
 
 #include <string>
 #include <strings.h>

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "gatehall/base/PlatformException.h"
-#include "portable/PropertyList.h"
+#include "portable/formats/PropertyList.h"
 
 namespace gatehall {
 namespace {

@@ -1,4 +1,4 @@
-#include "portable/PropertyList.h"
+#include "portable/formats/PropertyList.h"
 
 #include <bit>
 #include <chrono>
@@ -9,8 +9,8 @@
 #include <string>
 
 #include "portable/LazyLibrary.h"
-#include "portable/PropertyListLimits.h"
-#include "portable/Utf8.h"
+#include "portable/formats/PropertyListLimits.h"
+#include "portable/text/Utf8.h"
 
 namespace gatehall {
 

@@ -1,4 +1,4 @@
-#include "portable/Utf8.h"
+#include "portable/text/Utf8.h"
 
 namespace gatehall {
 

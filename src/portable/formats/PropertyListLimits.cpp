@@ -1,10 +1,10 @@
-#include "portable/PropertyListLimits.h"
+#include "portable/formats/PropertyListLimits.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <string>
 
-#include "portable/PropertyList.h"
+#include "portable/formats/PropertyList.h"
 
 namespace gatehall {
 

@@ -1,7 +1,7 @@
-#include "portable/PortableMarkup.h"
+#include "portable/formats/PortableMarkup.h"
 
-#include "portable/UrlReader.h"
-#include "portable/XmlReader.h"
+#include "portable/formats/UrlReader.h"
+#include "portable/formats/XmlReader.h"
 
 namespace gatehall {
 

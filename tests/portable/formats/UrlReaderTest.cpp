@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "portable/UrlReader.h"
+#include "portable/formats/UrlReader.h"
 
 namespace gatehall {
 namespace {

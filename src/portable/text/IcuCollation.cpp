@@ -1,4 +1,4 @@
-#include "portable/IcuCollation.h"
+#include "portable/text/IcuCollation.h"
 
 #include <algorithm>
 #include <array>
@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "gatehall/base/PlatformException.h"
-#include "portable/IcuSonames.h"
 #include "portable/LazyLibrary.h"
+#include "portable/text/IcuSonames.h"
 
 namespace gatehall {
 

@@ -1,6 +1,6 @@
-#include "portable/Utf16.h"
+#include "portable/text/Utf16.h"
 
-#include "portable/Utf8.h"
+#include "portable/text/Utf8.h"
 
 namespace gatehall {
 

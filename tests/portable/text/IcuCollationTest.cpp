@@ -5,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-#include "portable/IcuCollation.h"
+#include "portable/text/IcuCollation.h"
 
 namespace gatehall {
 namespace {

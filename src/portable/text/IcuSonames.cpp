@@ -1,4 +1,4 @@
-#include "portable/IcuSonames.h"
+#include "portable/text/IcuSonames.h"
 
 #include <unicode/uvernum.h>
 

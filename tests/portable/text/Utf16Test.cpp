@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "portable/Utf16.h"
+#include "portable/text/Utf16.h"
 
 namespace gatehall {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "portable/CaseFolding.h"
+#include "portable/text/CaseFolding.h"
 
 namespace gatehall {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "portable/Utf8.h"
+#include "portable/text/Utf8.h"
 
 namespace gatehall {
 namespace {

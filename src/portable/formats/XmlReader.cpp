@@ -1,4 +1,4 @@
-#include "portable/XmlReader.h"
+#include "portable/formats/XmlReader.h"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "gatehall/base/PlatformException.h"
-#include "portable/PangoText.h"
-#include "portable/Utf16.h"
+#include "portable/text/PangoText.h"
+#include "portable/text/Utf16.h"
 #include "tests/platform/contracts/TextSystemContract.h"
 
 namespace gatehall {

@@ -1,4 +1,4 @@
-#include "portable/PangoText.h"
+#include "portable/text/PangoText.h"
 
 #include <cstdint>
 #include <limits>
@@ -10,9 +10,9 @@
 #include <unordered_map>
 
 #include "gatehall/base/PlatformException.h"
-#include "portable/IcuCharacters.h"
 #include "portable/LazyLibrary.h"
-#include "portable/Utf16.h"
+#include "portable/text/IcuCharacters.h"
+#include "portable/text/Utf16.h"
 
 namespace gatehall {
 
