@@ -10,8 +10,8 @@
 namespace gatehall::ldap {
 
 /// The entries of the types that have any of the values, which are compared as they stand (GUIDs in
-/// either case), in the order of sort. What is known from a moment ago is not asked for
-/// again. Raises as Directory::search.
+/// either case), in the order of sort. What is known from a moment ago is not asked for again.
+/// Raises as Directory::search.
 Entries findByValues(Directory& directory, std::span<const Schema::Type> types, Slot slot,
                      const Strings& values);
 
