@@ -64,7 +64,7 @@ ROOMS = {
     "linux/bus": Room("the system bus", "base linux/files linux/loop platform portable"),
     "linux/records": Room(
         "what records and nodes of every kind of directory share",
-        "base linux/files platform portable portable/text",
+        "base linux/files platform",
     ),
     "linux/hours": Room("login hours of parental controls", "base linux/bus linux/files platform"),
     "linux/accounts": Room(
@@ -73,7 +73,7 @@ ROOMS = {
     ),
     "linux/local": Room(
         "the node of the machine's own users and groups, administrators among them",
-        "base linux/accounts linux/files linux/hours linux/records platform portable",
+        "base linux/accounts linux/files linux/hours linux/records platform portable portable/text",
     ),
     "linux/ldap/client": Room(
         "LDAP servers: settings, how one is chosen, connections, entries",
@@ -81,7 +81,7 @@ ROOMS = {
     ),
     "linux/ldap": Room(
         "network directories over LDAP: nodes, records, members, passwords",
-        "base linux/files linux/ldap/client linux/records platform portable",
+        "base linux/files linux/ldap/client linux/records platform portable portable/text",
     ),
     "linux/directory": Room(
         "the search node over all directories, and the service access list",

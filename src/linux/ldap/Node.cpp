@@ -7,7 +7,7 @@
 #include "linux/ldap/Find.h"
 #include "linux/ldap/Members.h"
 #include "linux/ldap/Record.h"
-#include "linux/records/MatchValues.h"
+#include "portable/text/MatchValues.h"
 
 namespace gatehall::ldap {
 

@@ -8,6 +8,21 @@
 
 namespace gatehall::local {
 
+namespace {
+
+/// Those of the texts that are user or group ids as records spell them.
+std::unordered_set<std::uint32_t> accountIDs(const std::unordered_set<std::string_view>& texts) {
+  std::unordered_set<std::uint32_t> ids;
+  for (const auto text : texts) {
+    const bool isSpelledSo = text == "0" || !text.starts_with('0');
+    const auto id = accountID(text);
+    if (id && isSpelledSo) ids.insert(*id);
+  }
+  return ids;
+}
+
+}  // namespace
+
 bool asksFor(const QueryDescription& description, std::string_view kind) {
   if (attribute::canonical(description.attribute) == kind) return true;
   return std::ranges::any_of(description.returning, [&](const std::string& each) {
@@ -46,7 +61,7 @@ Selection::Selection(const QueryDescription& description, std::span<const IDFiel
   if (field == idFields.end()) return;
   mWay = Way::ID;
   mIDField = field->index;
-  mIDs = mValues.accountIDs();
+  mIDs = accountIDs(mValues.distinct());
 }
 
 bool Selection::takes(DirectoryRecord& record) const {

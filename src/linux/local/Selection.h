@@ -12,7 +12,7 @@
 
 #include "gatehall/platform/DirectoryService.h"
 #include "linux/accounts/MachineGUIDs.h"
-#include "linux/records/MatchValues.h"
+#include "portable/text/MatchValues.h"
 
 namespace gatehall::local {
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "gatehall/platform/AttributeKinds.h"
-#include "world/directory/ValueMatch.h"
+#include "portable/text/MatchValues.h"
 
 namespace gatehall {
 
@@ -88,10 +88,10 @@ void RecordTable::findInSection(const Section& section, const QueryDescription& 
       }
     }
   } else {
-    const ValueMatch matches(query.match, query.values);
+    const MatchValues match(query.match, query.values);
     for (const auto& [position, record] : section.records) {
       const auto* values = record->contents->values(kind);
-      if (values != nullptr && std::ranges::any_of(*values, matches)) found.push_back(record);
+      if (values != nullptr && match.matchesAny(*values)) found.push_back(record);
     }
   }
 }

@@ -3,6 +3,7 @@
 
 #include "linux/ldap/client/ServerSocket.h"
 #include "linux/records/NetworkNode.h"
+#include "tests/Patience.h"
 
 namespace gatehall {
 namespace {
@@ -35,7 +36,7 @@ TEST(ServerSocket, OfAHostWhoseNameCannotBeLookedUpForLackOfThreadsIsNotThere) {
   const auto server = ldap::URI::parse("ldap://localhost:1").value();
   const NoThreads noThreads;
   try {
-    connectTo(server, "", std::chrono::steady_clock::now() + std::chrono::seconds(10));
+    connectTo(server, "", std::chrono::steady_clock::now() + kPatience);
     FAIL();
   } catch (const DirectoryUnreachable& failure) {
     EXPECT_THAT(failure.what(),

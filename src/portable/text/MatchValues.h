@@ -1,12 +1,11 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <unordered_set>
 
 #include "gatehall/platform/DirectoryService.h"
-#include "portable/NameBasedUUID.h"
 
 namespace gatehall {
 
@@ -26,9 +25,6 @@ class MatchValues {
   /// How many different values there are.
   std::size_t size() const { return mDistinct.size(); }
   const std::unordered_set<std::string_view>& distinct() const { return mDistinct; }
-
-  /// Those that are user or group ids as records spell them.
-  std::unordered_set<std::uint32_t> accountIDs() const;
 
  private:
   bool mContains;

@@ -1,8 +1,7 @@
-#include "linux/records/MatchValues.h"
+#include "portable/text/MatchValues.h"
 
 #include <algorithm>
 
-#include "linux/records/AccountID.h"
 #include "portable/text/CaseFolding.h"
 
 namespace gatehall {
@@ -32,16 +31,6 @@ bool MatchValues::matches(std::string_view value) const {
 bool MatchValues::matchesAny(const Strings& values) const {
   return std::any_of(values.begin(), values.end(),
                      [this](const std::string& value) { return matches(value); });
-}
-
-std::unordered_set<std::uint32_t> MatchValues::accountIDs() const {
-  std::unordered_set<std::uint32_t> ids;
-  for (const auto text : mDistinct) {
-    const bool isSpelledSo = text == "0" || !text.starts_with('0');
-    const auto id = accountID(text);
-    if (id && isSpelledSo) ids.insert(*id);
-  }
-  return ids;
 }
 
 }  // namespace gatehall
