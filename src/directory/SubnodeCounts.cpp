@@ -20,7 +20,7 @@ void subnodeCounts(SubnodeCounts* counts) {
     }
     counts->reachable = names.size();
   } catch (const PlatformException&) {
-    // The total stays if it was counted; nothing has been counted as reachable yet.
+    counts->reachable = 0;
   }
 }
 
