@@ -32,24 +32,32 @@ std::shared_ptr<GHUIManagedPrefs> GHUIManagedPrefs::managedPrefs() {
 
 GHUIManagedPrefs::GHUIManagedPrefs() { synchronize(); }
 
-void GHUIManagedPrefs::synchronize() {
-  mManagedPreferences.store(nullptr);
-  if (auto entries = readDictionary(kLoginScreenFile)) {
-    mManagedPreferences.store(std::make_shared<const Dictionary>(std::move(*entries)));
+void GHUIManagedPrefs::synchronize() { load(); }
+
+std::shared_ptr<const Dictionary> GHUIManagedPrefs::load() const {
+  try {
+    auto entries = readDictionary(kLoginScreenFile).value_or(Dictionary());
+    if (const auto tavlo = readDictionary(kTavloFile)) {
+      const auto entry = tavlo->find(kDisableAutoLogin);
+      if (entry != tavlo->end()) entries.insert(*entry);
+    }
+    auto loaded = std::make_shared<const Dictionary>(std::move(entries));
+    mManagedPreferences.store(loaded);
+    return loaded;
+  } catch (...) {
+    // What was managed before may be another policy, and none would be no policy.
+    mManagedPreferences.store(nullptr);
+    throw;
   }
-  mergeTavloPrefs();
 }
 
-void GHUIManagedPrefs::mergeTavloPrefs() {
-  const auto tavlo = readDictionary(kTavloFile);
-  if (!tavlo || objectForKey(kDisableAutoLogin)) return;
-  const auto entry = tavlo->find(kDisableAutoLogin);
-  if (entry != tavlo->end()) setObject(entry->second, kDisableAutoLogin);
+std::shared_ptr<const Dictionary> GHUIManagedPrefs::values() const {
+  auto present = mManagedPreferences.load();
+  return present ? present : load();
 }
 
 std::optional<Value> GHUIManagedPrefs::objectForKey(std::string_view key) const {
-  const auto entries = mManagedPreferences.load();
-  if (!entries) return std::nullopt;
+  const auto entries = values();
   const auto entry = entries->find(key);
   return entry != entries->end() ? std::optional(entry->second) : std::nullopt;
 }
@@ -57,8 +65,7 @@ std::optional<Value> GHUIManagedPrefs::objectForKey(std::string_view key) const 
 void GHUIManagedPrefs::setObject(std::optional<Value> value,
                                  std::optional<std::string_view> forKey) {
   if (!value || !forKey) return;
-  const auto present = mManagedPreferences.load();
-  auto changed = present ? *present : Dictionary();
+  auto changed = *values();
   changed.insert_or_assign(std::string(*forKey), std::move(*value));
   mManagedPreferences.store(std::make_shared<const Dictionary>(std::move(changed)));
 }

@@ -138,6 +138,22 @@ TEST_F(GHUIManagedPrefsTest, LogsNothingWhateverTheFilesAre) {
   EXPECT_TRUE(diagnostics().empty());
 }
 
+TEST_F(GHUIManagedPrefsTest, AnswersNothingBetweenAFailureToSynchronizeAndASuccess) {
+  setFile(kLoginScreenFile, Dictionary{{"DenyList", Array{"*"}}});
+  GHUIManagedPrefs prefs;
+  for (const int failing : {1, 2}) {  // the login screen's file, then the other one
+    fail({{"readPropertyList", Fault::Kind::PlatformException, failing, {}}});
+    EXPECT_THROW(prefs.synchronize(), PlatformException);
+    fail({{"readPropertyList", Fault::Kind::PlatformException, {}, {}}});
+    EXPECT_THROW(prefs.objectForKey("DenyList"), PlatformException);
+    EXPECT_THROW(prefs.setObject(Value(1), "One"), PlatformException);
+    EXPECT_THROW(prefs.objectForKey("DenyList"), PlatformException);
+    fail({});
+    EXPECT_EQ(prefs.objectForKey("DenyList"), Value(Array{"*"}));
+    EXPECT_EQ(prefs.objectForKey("One"), std::nullopt);
+  }
+}
+
 TEST_F(GHUIManagedPrefsTest, IsMadeAnewAfterAFailureToMakeIt) {
   setFile(kLoginScreenFile, Dictionary{{"One", 1}});
   fail({{"readPropertyList", Fault::Kind::PlatformException, 1, {}}});
