@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -25,14 +27,31 @@ Strings stringsOf(const Array& list) {
   return texts;
 }
 
-std::shared_ptr<const LoginList> expanded(const std::optional<Array>& preference,
+/// A list that its writer took for a restriction restricts nobody, or everybody.
+void logNamesNobody(std::string_view key, const Strings& entries) {
+  constexpr std::size_t kMostShown = 20;
+  std::string text(key);
+  text += " names nobody:";
+  for (std::size_t index = 0; index < std::min(entries.size(), kMostShown); ++index) {
+    text.append(index == 0 ? " " : ", ").append(entries[index]);
+  }
+  if (entries.size() > kMostShown) {
+    text.append(" and ").append(std::to_string(entries.size() - kMostShown)).append(" more");
+  }
+  platform().log().diagnostic(text);
+}
+
+/// nullptr when the preference is no list, an empty one, or names nobody known.
+std::shared_ptr<const LoginList> expanded(std::string_view key,
+                                          const std::optional<Array>& preference,
                                           PreferenceSource source) {
   if (!preference || preference->empty()) return nullptr;
-  auto entries = stringsOf(*preference);
-  if (std::find(entries.begin(), entries.end(), kEveryone) != entries.end()) {
+  const std::optional entries = stringsOf(*preference);
+  if (std::find(entries->begin(), entries->end(), kEveryone) != entries->end()) {
     return std::make_shared<const LoginList>(Strings{std::string(kEveryone)}, source);
   }
-  auto guids = expandGUIDList(std::move(entries));
+  auto guids = expandGUIDList(entries);
+  if (!guids || guids->empty()) logNamesNobody(key, *entries);
   return guids ? std::make_shared<const LoginList>(std::move(*guids), source) : nullptr;
 }
 
@@ -82,7 +101,10 @@ std::shared_ptr<const LoginList> UserAccess::allowList() {
   if (auto list = mAllowList.load()) return list;
   PreferenceSource source{};
   const auto preference = USPrefs::allowedList(&source);
-  auto list = expanded(preference, source);
+  auto list = expanded("AllowList", preference, source);
+  if (!list && preference && USPrefs::strictAllowList()) {
+    list = std::make_shared<const LoginList>(Strings(), source);
+  }
   mAllowList.store(list);
   return list;
 }
@@ -91,7 +113,7 @@ std::shared_ptr<const LoginList> UserAccess::denyList() {
   if (auto list = mDenyList.load()) return list;
   PreferenceSource source{};
   const auto preference = USPrefs::deniedList(&source);
-  auto list = expanded(preference, source);
+  auto list = expanded("DenyList", preference, source);
   mDenyList.store(list);
   return list;
 }
@@ -101,7 +123,8 @@ std::shared_ptr<CachedUserList> UserAccess::allowedUsers() {
   if (denied && denied->holdsEveryone()) return nullptr;
 
   const auto allowed = allowList();
-  const bool anyone = !allowed || allowed->guids.empty() || allowed->holdsEveryone();
+  const bool anyone = !allowed || allowed->holdsEveryone() ||
+                      (allowed->guids.empty() && !USPrefs::strictAllowList());
   auto candidates = anyone ? networkUsers() : cachedUserListForGUIDs(allowed->guids);
   if (!denied || !candidates) return candidates;
   for (const auto& guid : denied->guids) {

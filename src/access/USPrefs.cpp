@@ -55,6 +55,10 @@ std::optional<Array> USPrefs::deniedList(PreferenceSource* source) {
   return prefList("DenyList", source);
 }
 
+bool USPrefs::strictAllowList(PreferenceSource* source) {
+  return prefBoolean("StrictAllowList", nullptr, source);
+}
+
 std::optional<Array> USPrefs::hiddenUsersList(PreferenceSource* source) {
   synchronize();
   return prefList("HiddenUsersList", source);

@@ -31,6 +31,15 @@ TEST_F(AllowedUsers, AreAllNetworkUsersWhenTheAllowListNamesAnEmptyGroup) {
   EXPECT_EQ(names(), (Strings{"dana", "finn", "hana"}));
 }
 
+TEST_F(AllowedUsers, AreNobodyWhenAStrictAllowListNamesNobody) {
+  set("StrictAllowList", true);
+  for (const auto& entry : {kEmpty, kNobody}) {
+    set("AllowList", Array{entry});
+    install(mWorld);
+    EXPECT_EQ(names(), Strings{}) << entry;
+  }
+}
+
 TEST_F(AllowedUsers, AreThoseOfTheAllowListInItsOrderLocalOnesIncluded) {
   set("AllowList", Array{kHana, kDay, kBob});
   const auto list = UserAccess::sharedUserAccess()->allowList();

@@ -70,6 +70,18 @@ TEST_F(BooleanPreferences, AManagedValueOfAnotherKindHidesTheStoredBooleanAndLea
   }
 }
 
+TEST_F(BooleanPreferences, TheAllowListIsStrictOnlyWhereThatIsSet) {
+  PreferenceSource source{};
+  EXPECT_FALSE(USPrefs::strictAllowList(&source));
+  EXPECT_EQ(source, PreferenceSource::Default);
+  setStored("StrictAllowList", true);
+  EXPECT_TRUE(USPrefs::strictAllowList(&source));
+  EXPECT_EQ(source, PreferenceSource::Preferences);
+  setManaged("StrictAllowList", false);
+  EXPECT_FALSE(USPrefs::strictAllowList(&source));
+  EXPECT_EQ(source, PreferenceSource::Managed);
+}
+
 TEST_F(BooleanPreferences, TheStoreIsNotAskedForAManagedKeyWhateverItsKind) {
   for (const auto& managed : {Value("0"), Value(false), Value(Array{}), Value(Date{})}) {
     setManaged("HideAdminUsers", managed);

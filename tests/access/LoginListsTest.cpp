@@ -112,6 +112,40 @@ TEST_P(LoginLists, IsReadAgainOnEveryCallWhileThereIsNone) {
   EXPECT_EQ(guids(), Strings{kDana});
 }
 
+TEST_P(LoginLists, IsLoggedEachTimeItNamesNobodyWithWhatItNames) {
+  const std::string key = GetParam().key;
+  setList(Array{kNobody, "no GUID", 7});
+  for (int time = 1; time <= 2; ++time) {
+    guids();
+    EXPECT_EQ(diagnostics(), Strings(static_cast<std::size_t>(time),
+                                     key + " names nobody: " + kNobody + ", no GUID"));
+  }
+  EXPECT_TRUE(errors().empty());
+}
+
+TEST_P(LoginLists, IsLoggedWhenItNamesOnlyAnEmptyGroup) {
+  setList(Array{kEmpty});
+  guids();
+  EXPECT_EQ(diagnostics(), Strings{std::string(GetParam().key) + " names nobody: " + kEmpty});
+}
+
+TEST_P(LoginLists, IsLoggedWithItsFirstEntriesWhenItIsLong) {
+  Array entries;
+  for (int index = 0; index < 23; ++index) entries.emplace_back("x" + std::to_string(index));
+  setList(entries);
+  guids();
+  ASSERT_EQ(diagnostics().size(), 1U);
+  EXPECT_TRUE(diagnostics().front().ends_with(", x19 and 3 more")) << diagnostics().front();
+}
+
+TEST_P(LoginLists, IsNotLoggedWhenItIsEmptyOrNamesSomebody) {
+  setList(Array{});
+  guids();
+  setList(Array{kNobody, kDana});
+  guids();
+  EXPECT_TRUE(diagnostics().empty());
+}
+
 TEST_P(LoginLists, MeansEveryoneWhereverTheStarCameFrom) {
   network()->addRecord(user("star", "2012", "*"));
   network()->record("Groups", "empty")->setValues("GroupMembership", {"dana", "star"});

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include "gatehall/access/NetworkStatus.h"
@@ -176,6 +177,52 @@ TEST_F(ServiceAccess, AUserWhoConvertsToNoIdentifierAtAllPasses) {
   local()->addRecord(user("kim", "1021", zeros));
   setServiceAccess({.members = {kBob}});
   EXPECT_EQ(ruleFor(zeros), LoginRule::LocalLoginEnabled);
+}
+
+class StrictAllowList : public LoginWorld {
+ protected:
+  StrictAllowList() { set("StrictAllowList", true); }
+};
+
+TEST_F(StrictAllowList, AnAllowListThatNamesNobodyKnownAdmitsNobody) {
+  set("AllowList", Array{kNobody});
+  const auto decision = UserAccess::sharedUserAccess()->decideLogin(*found(kDana));
+  EXPECT_EQ(decision.rule, LoginRule::NotInAllowList);
+  EXPECT_EQ(decision.source, PreferenceSource::Preferences);
+}
+
+TEST_F(StrictAllowList, AnEmptyAllowListAdmitsNobody) {
+  set("AllowList", Array{});
+  EXPECT_EQ(ruleFor(kDana), LoginRule::NotInAllowList);
+}
+
+TEST_F(StrictAllowList, NoAllowListIsStillNone) {
+  EXPECT_EQ(ruleFor(kDana), LoginRule::NoAllowList);
+}
+
+TEST_F(StrictAllowList, ADenyListThatNamesNobodyIsStillNone) {
+  set("DenyList", Array{kNobody});
+  EXPECT_EQ(ruleFor(kDana), LoginRule::NoAllowList);
+}
+
+TEST_F(StrictAllowList, AnAllowListAdmitsWhomItNames) {
+  set("AllowList", Array{kDay});
+  EXPECT_EQ(ruleFor(kDana), LoginRule::AllowedByGUID);
+}
+
+TEST_F(StrictAllowList, AdministratorsAndLocalUsersAreAdmittedWithoutTheList) {
+  set("AllowList", Array{kNobody});
+  EXPECT_TRUE(mayLogIn(kAnn));
+  EXPECT_TRUE(mayLogIn(kBob));
+}
+
+TEST_F(StrictAllowList, IsAskedForOnlyWhenTheListComesOutAsNobody) {
+  set("AllowList", Array{kDana});
+  mayLogIn(kDana);
+  const auto asked = calls("applicationBoolean");
+  EXPECT_TRUE(std::none_of(asked.begin(), asked.end(), [](const Call& call) {
+    return call.arguments.at("key") == Value("StrictAllowList");
+  }));
 }
 
 class LoginDecisionSource : public LoginWorld {

@@ -11,6 +11,10 @@ constexpr auto kNoSearchNode = "Unable to find the users on the search node.";
 constexpr auto kNoUser = "Unable to find user";
 constexpr auto kNoLocalName = "Unable to get the local node's name";
 constexpr auto kFailedSwitch = "Unable to Fast User Switch: unable to switch to the selected user.";
+constexpr auto kDenyNobody = "DenyList names nobody: 6C6B2F1E-0000-4000-8000-00000000A103";
+constexpr auto kAllowNobody =
+    "AllowList names nobody: 6C6B2F1E-0000-4000-8000-00000000A101, "
+    "6C6B2F1E-0000-4000-8000-000000002012";
 constexpr auto kRefusedCaller =
     "Unable to Fast User Switch: User must be the current console user or root.";
 
@@ -89,25 +93,25 @@ constexpr Rule kRules[] = {
     {"P", "erin", "valuesForAttribute", "finn.GUID", 0, "PA", Escapes, "", "", ""},
     {"P", "erin", "valuesForAttribute", "dana.GUID", 0, "PA", Escapes, "", "", ""},
     // A deny list that can't be expanded is none, for her; it is expanded again for the next one.
-    {"P", "erin", "node", "GUID night", 0, "A", Nothing, "", "", ""},
-    {"P", "erin", "query", "GUID night", 0, "A", Nothing, "", "", ""},
-    {"P", "erin", "queryResults", "GUID night", 0, "A", Nothing, "", "", ""},
-    {"P", "erin", "recordType", "night", 2, "A", Nothing, "", "", ""},
-    {"P", "erin", "valuesForAttribute", "night.GUID", 0, "A", Nothing, "", "", ""},
+    {"P", "erin", "node", "GUID night", 0, "A", Nothing, "", "", kDenyNobody},
+    {"P", "erin", "query", "GUID night", 0, "A", Nothing, "", "", kDenyNobody},
+    {"P", "erin", "queryResults", "GUID night", 0, "A", Nothing, "", "", kDenyNobody},
+    {"P", "erin", "recordType", "night", 2, "A", Nothing, "", "", kDenyNobody},
+    {"P", "erin", "valuesForAttribute", "night.GUID", 0, "A", Nothing, "", "", kDenyNobody},
     // OPEN: a group whose members can't be read has none, and the deny list is kept like that.
     {"P", "erin", "recordType", "night", 1, "A", Hands, "finn", "finn", ""},
-    {"P", "erin", "recordType", "night", 3, "A", Hands, "finn", "finn", ""},
-    {"P", "erin", "valuesForAttribute", "night.GroupMembership", 0, "A", Hands, "finn", "finn", ""},
-    {"P", "erin", "node", "RecordName finn", 1, "A", Hands, "finn", "finn", ""},
-    {"P", "erin", "query", "RecordName finn", 1, "A", Hands, "finn", "finn", ""},
-    {"P", "erin", "queryResults", "RecordName finn", 1, "A", Hands, "finn", "finn", ""},
+    {"P", "erin", "recordType", "night", 3, "A", Hands, "finn", "finn", kDenyNobody},
+    {"P", "erin", "valuesForAttribute", "night.GroupMembership", 0, "A", Hands, "finn", "finn", kDenyNobody},
+    {"P", "erin", "node", "RecordName finn", 1, "A", Hands, "finn", "finn", kDenyNobody},
+    {"P", "erin", "query", "RecordName finn", 1, "A", Hands, "finn", "finn", kDenyNobody},
+    {"P", "erin", "queryResults", "RecordName finn", 1, "A", Hands, "finn", "finn", kDenyNobody},
     {"P", "erin", "recordType", "night", 4, "A", Nothing, "", "", ""},
     {"P", "erin", "valuesForAttribute", "night.NestedGroups", 0, "A", Nothing, "", "", ""},
     // OPEN: an allow list that can't be had is none, which admits her; the next one has it again.
     {"P", "erin", "copyApplicationValue", "AllowList", 0, "A", Hands, "", "erin", ""},
-    {"P", "erin", "node", "GUID day", 0, "A", Hands, "", "erin", ""},
-    {"P", "erin", "query", "GUID day", 0, "A", Hands, "", "erin", ""},
-    {"P", "erin", "queryResults", "GUID day", 0, "A", Hands, "", "erin", ""},
+    {"P", "erin", "node", "GUID day", 0, "A", Hands, "", "erin", kAllowNobody},
+    {"P", "erin", "query", "GUID day", 0, "A", Hands, "", "erin", kAllowNobody},
+    {"P", "erin", "queryResults", "GUID day", 0, "A", Hands, "", "erin", kAllowNobody},
     // Of the allow list's two entries ivan stays, so it is kept without the group's members.
     {"P", "erin", "recordType", "day", 1, "A", Skips, "dana", "", ""},
     {"P", "erin", "recordType", "day", 2, "A", Skips, "dana", "", ""},

@@ -19,6 +19,10 @@ class GATEHALL_EXPORT USPrefs {
   static std::optional<Array> allowedList(PreferenceSource* source = nullptr);
   static std::optional<Array> deniedList(PreferenceSource* source = nullptr);
 
+  /// Whether an allow list that is set and comes out as nobody admits nobody. By default it counts
+  /// as no list, and everybody is admitted.
+  static bool strictAllowList(PreferenceSource* source = nullptr);
+
   /// Short names; absent without a list. Synchronizes first.
   static std::optional<Array> hiddenUsersList(PreferenceSource* source = nullptr);
 

@@ -38,7 +38,9 @@ class GATEHALL_EXPORT UserAccess : public NetworkStatusTarget,
   bool canUserLogIn(const CachedUser& user) { return decideLogin(user).allowed(); }
 
   /// The lists of the preferences, with groups expanded to their users. Kept once they are there;
-  /// nullptr without a list (an empty one is none) and when it names nobody known.
+  /// nullptr without a list (an empty one is none) and when it names nobody known, but for an allow
+  /// list under USPrefs::strictAllowList: that is empty then. A list that comes out as nobody is
+  /// logged.
   std::shared_ptr<const LoginList> allowList();
   std::shared_ptr<const LoginList> denyList();
 
