@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "gatehall/platform/AttributeKinds.h"
+#include "portable/NameBasedUUID.h"
 
 namespace gatehall {
 
@@ -15,9 +16,21 @@ bool holdsAny(const RecordContents& group, std::string_view kind, const Strings&
   return values != nullptr && std::ranges::find_first_of(*values, wanted) != values->end();
 }
 
+bool isSameGUID(std::string_view left, std::string_view right) {
+  if (left == right) return true;
+  const auto guid = parseUUID(left);
+  return guid && guid == parseUUID(right);
+}
+
+bool holdsAnyGUID(const RecordContents& group, std::string_view kind, const Strings& wanted) {
+  const auto* values = group.values(kind);
+  return values != nullptr &&
+         std::ranges::find_first_of(*values, wanted, isSameGUID) != values->end();
+}
+
 bool holdsDirectly(const RecordContents& group, const Member& member) {
-  if (holdsAny(group, attribute::GroupMembers, member.guids)) return true;
-  return member.isGroup ? holdsAny(group, attribute::NestedGroups, member.guids)
+  if (holdsAnyGUID(group, attribute::GroupMembers, member.guids)) return true;
+  return member.isGroup ? holdsAnyGUID(group, attribute::NestedGroups, member.guids)
                         : holdsAny(group, attribute::GroupMembership, member.names);
 }
 

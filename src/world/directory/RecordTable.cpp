@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "gatehall/platform/AttributeKinds.h"
+#include "portable/NameBasedUUID.h"
 #include "portable/text/MatchValues.h"
 
 namespace gatehall {
@@ -13,6 +14,12 @@ namespace {
 constexpr auto byPosition = [](const std::shared_ptr<StoredRecord>& record) {
   return record->position;
 };
+
+/// The text by which a value of the kind is found: a GUID is the same in either case.
+std::string sought(std::string_view kind, std::string_view value) {
+  const auto guid = kind == attribute::GUID ? parseUUID(value) : std::nullopt;
+  return guid ? uuidText(*guid) : std::string(value);
+}
 
 bool wantsAllRecords(const QueryDescription& query) {
   return attribute::canonical(query.attribute) == attribute::RecordName &&
@@ -69,8 +76,9 @@ RecordTable::Found RecordTable::withValue(std::string_view type, std::string_vie
                                           std::string_view value) const {
   const auto section = mSections.find(type);
   if (section == mSections.end()) return {};
-  const auto& index = indexOf(section->second, attribute::canonical(kind));
-  const auto found = index.find(value);
+  kind = attribute::canonical(kind);
+  const auto& index = indexOf(section->second, kind);
+  const auto found = index.find(sought(kind, value));
   return found == index.end() ? Found() : found->second;
 }
 
@@ -82,13 +90,15 @@ void RecordTable::findInSection(const Section& section, const QueryDescription& 
   } else if (query.match == MatchType::EqualTo) {
     const auto& index = indexOf(section, kind);
     for (const auto& value : query.values) {
-      const auto entry = index.find(value);
+      const auto entry = index.find(sought(kind, value));
       if (entry != index.end()) {
         found.insert(found.end(), entry->second.begin(), entry->second.end());
       }
     }
   } else {
-    const MatchValues match(query.match, query.values);
+    const bool isPartOfGUID = kind == attribute::GUID && query.match == MatchType::Contains;
+    const MatchValues match(isPartOfGUID ? MatchType::ContainsIgnoringCase : query.match,
+                            query.values);
     for (const auto& [position, record] : section.records) {
       const auto* values = record->contents->values(kind);
       if (values != nullptr && match.matchesAny(*values)) found.push_back(record);
@@ -109,7 +119,7 @@ void RecordTable::enter(Index& index, std::string_view kind,
   const auto* values = record->contents->values(kind);
   if (values == nullptr) return;
   for (const auto& value : *values) {
-    auto& records = index[value];
+    auto& records = index[sought(kind, value)];
     const auto at = std::ranges::lower_bound(records, record->position, {}, byPosition);
     if (at == records.end() || *at != record) records.insert(at, record);
   }
@@ -119,7 +129,7 @@ void RecordTable::withdraw(Index& index, std::string_view kind, const StoredReco
   const auto* values = record.contents->values(kind);
   if (values == nullptr) return;
   for (const auto& value : *values) {
-    const auto entry = index.find(value);
+    const auto entry = index.find(sought(kind, value));
     if (entry == index.end()) continue;  // the record has the value twice
     auto& records = entry->second;
     const auto at = std::ranges::lower_bound(records, record.position, {}, byPosition);

@@ -49,7 +49,8 @@ class RecordTable {
   /// query's maximum.
   void find(const QueryDescription& query, Found& found) const;
 
-  /// The records of the type whose attribute has that value, in the table's order.
+  /// The records of the type whose attribute has that value, a GUID in either case, in the table's
+  /// order.
   Found withValue(std::string_view type, std::string_view kind, std::string_view value) const;
 
  private:

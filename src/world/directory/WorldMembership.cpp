@@ -7,7 +7,6 @@
 
 #include "gatehall/platform/AttributeKinds.h"
 #include "portable/NameBasedUUID.h"
-#include "portable/text/CaseFolding.h"
 
 namespace gatehall {
 
@@ -91,10 +90,7 @@ bool WorldMembership::groupHolds(std::string_view groupGUID, const Identifier& i
   if (const auto userID = userIDBehind(identifier)) {
     return mDirectory.groupHoldsUser(groupGUID, attribute::UniqueID, std::to_string(*userID));
   }
-  // Directories write GUIDs in capitals or not.
-  const auto capitals = uuidText(identifier);
-  return mDirectory.groupHoldsUser(groupGUID, attribute::GUID, capitals) ||
-         mDirectory.groupHoldsUser(groupGUID, attribute::GUID, foldedCase(capitals));
+  return mDirectory.groupHoldsUser(groupGUID, attribute::GUID, uuidText(identifier));
 }
 
 }  // namespace gatehall

@@ -1,6 +1,7 @@
 #include "world/directory/WorldRecord.h"
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 #include "gatehall/platform/AttributeKinds.h"
@@ -35,15 +36,39 @@ std::string WorldRecord::recordType() {
 
 std::optional<Strings> WorldRecord::valuesForAttribute(std::string_view kind) {
   const std::scoped_lock lock(mState->mutex);
+  if (attribute::canonical(kind) == attribute::GroupMembership) {
+    if (auto names = memberNames()) return names;
+  }
   const auto* values = mSeen->values(kind);
   return values == nullptr ? std::nullopt : std::optional(*values);
 }
 
+std::optional<Strings> WorldRecord::memberNames() const {
+  const auto* guids = mSeen->values(attribute::GroupMembers);
+  if (mSeen->type != record::Groups || guids == nullptr || guids->empty()) return std::nullopt;
+  const auto* listed = mSeen->values(attribute::GroupMembership);
+  auto names = listed == nullptr ? Strings() : *listed;
+  std::unordered_set<std::string> known(names.begin(), names.end());
+  for (const auto* table : mState->lookupTables()) {
+    for (const auto& guid : *guids) {
+      for (const auto& user : table->withValue(record::Users, attribute::GUID, guid)) {
+        const auto* own = user->contents->values(attribute::RecordName);
+        if (own == nullptr || own->empty() || !known.insert(own->front()).second) continue;
+        names.push_back(own->front());
+      }
+    }
+  }
+  if (names.empty()) return std::nullopt;
+  return names;
+}
+
 std::optional<Dictionary> WorldRecord::recordDetails(const Strings& kinds) {
   std::shared_ptr<const RecordContents> seen;
+  std::optional<Strings> members;
   {
     const std::scoped_lock lock(mState->mutex);
     seen = mSeen;
+    members = memberNames();
   }
   Dictionary details;
   for (const auto& [kind, values] : seen->attributes) {
@@ -52,6 +77,13 @@ std::optional<Dictionary> WorldRecord::recordDetails(const Strings& kinds) {
   for (const auto& kind : kinds) {
     const auto* values = seen->values(kind);
     if (values != nullptr) details.emplace(attribute::canonical(kind), *values);
+  }
+  const bool asksForMembers =
+      kinds.empty() || std::ranges::any_of(kinds, [](const std::string& kind) {
+        return attribute::canonical(kind) == attribute::GroupMembership;
+      });
+  if (members && asksForMembers) {
+    details.insert_or_assign(std::string(attribute::GroupMembership), std::move(*members));
   }
   return details;
 }

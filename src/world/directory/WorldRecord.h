@@ -47,6 +47,9 @@ class WorldRecord final : public DirectoryRecord {
   template <class Change>
   void edit(Change change);
   bool isLive() const;
+  /// Of a group that lists users by GUID: the names that it lists, then those users', as every
+  /// other host has them. Absent for any other record, and when there are none.
+  std::optional<Strings> memberNames() const;
 
   const std::shared_ptr<DirectoryState> mState;
   const std::shared_ptr<StoredRecord> mStored;

@@ -236,6 +236,69 @@ TEST_F(NestedGroups, HoldWhomGroupsAtAnyDepthHold) {
   EXPECT_FALSE(record("local", "Groups", "a")->isMember(*record("local", "Users", "carol")));
 }
 
+TEST_F(NestedGroups, NameTheUsersWhomTheyListByGUIDAfterThoseWhomTheyName) {
+  const auto group = record("ldap/one", "Groups", "b");
+  const auto bob = record("local", "Users", "bob");
+  const auto guids = *bob->valuesForAttribute("GUID");
+  group->setValues("GroupMembers", {guids.at(0), "unknown"});
+  EXPECT_EQ(group->valuesForAttribute("GroupMembership"), Strings{"bob"});
+  group->setValues("GroupMembership", {"zoe", "bob"});
+  EXPECT_EQ(group->valuesForAttribute("GroupMembership"), (Strings{"zoe", "bob"}));
+  group->setValues("GroupMembership", {"zoe"});
+  const Value both(Strings{"zoe", "bob"});
+  EXPECT_EQ(group->valuesForAttribute("lxAttrTypeStandard:GroupMembership"),
+            (Strings{"zoe", "bob"}));
+  EXPECT_EQ(group->recordDetails({})->at("GroupMembership"), both);
+  EXPECT_EQ(group->recordDetails({"GroupMembership"})->at("GroupMembership"), both);
+  EXPECT_FALSE(group->recordDetails({"RecordName"})->contains("GroupMembership"));
+  mDirectory.setReachable("local", false);
+  EXPECT_EQ(group->valuesForAttribute("GroupMembership"), Strings{"zoe"});
+}
+
+TEST_F(Network, FindsAndHoldsByGUIDsInEitherCase) {
+  const std::string upper = "6C6B2F1E-0000-4000-8000-0000000010AB";
+  const std::string lower = "6c6b2f1e-0000-4000-8000-0000000010ab";
+  const auto local = mDirectory.node("local");
+  const auto user = [&](std::string name, const std::string& guid) {
+    return local->addRecord(
+        {"Users",
+         {{"RecordName", {std::move(name)}}, {"UniqueID", {"1021"}}, {"GUID", {guid}}},
+         {},
+         {}});
+  };
+  const auto nora = user("nora", upper);
+  EXPECT_EQ(found("GUID", MatchType::EqualTo, {lower}), Strings{"1021"});
+  EXPECT_EQ(found("lxAttrTypeStandard:GUID", MatchType::EqualTo, {lower}), Strings{"1021"});
+  EXPECT_EQ(found("GUID", MatchType::Contains, {"10ab"}), Strings{"1021"});
+  EXPECT_EQ(nora->valuesForAttribute("GUID"), Strings{upper});
+  nora->setValues("GUID", {lower});
+  EXPECT_EQ(found("GUID", MatchType::EqualTo, {upper}), Strings{"1021"});
+
+  const auto inner = local->addRecord({"Groups",
+                                       {{"RecordName", {"inner"}},
+                                        {"GUID", {"6C6B2F1E-0000-4000-8000-00000000A1AB"}},
+                                        {"GroupMembers", {upper}}},
+                                       {},
+                                       {}});
+  const auto outer = local->addRecord(
+      {"Groups",
+       {{"RecordName", {"outer"}}, {"NestedGroups", {"6c6b2f1e-0000-4000-8000-00000000a1ab"}}},
+       {},
+       {}});
+  EXPECT_TRUE(inner->isMember(*nora));
+  EXPECT_TRUE(outer->isMember(*nora));
+  EXPECT_TRUE(outer->isMember(*inner));
+  nora->setValues("GUID", {});
+  EXPECT_EQ(found("GUID", MatchType::EqualTo, {upper}), Strings{});
+}
+
+TEST_F(Network, ComparesTextsThatAreNoGUIDsAsTheyStand) {
+  mDirectory.node("local")->addRecord(
+      {"Users", {{"RecordName", {"odd"}}, {"UniqueID", {"1022"}}, {"GUID", {"B0B"}}}, {}, {}});
+  EXPECT_EQ(found("GUID", MatchType::EqualTo, {"b0b"}), Strings{});
+  EXPECT_EQ(found("GUID", MatchType::EqualTo, {"B0B"}), Strings{"1022"});
+}
+
 TEST_F(NestedGroups, HoldTheGroupsThatTheyNest) {
   EXPECT_TRUE(record("local", "Groups", "a")->isMember(*record("ldap/two", "Groups", "c")));
   EXPECT_FALSE(record("local", "Groups", "a")->isMember(*record("local", "Groups", "staff")));
