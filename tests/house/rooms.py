@@ -108,7 +108,7 @@ ROOMS = {
     "ctl/print": Room("tables, JSON, terminals", "base instrumented users"),
     "ctl/request": Room(
         "what a verb is, what it is asked, and of which host",
-        "base ctl/print instrumented linux linux/directory portable/text world world/file",
+        "base ctl/print instrumented linux linux/directory linux/files portable/text world world/file",
     ),
     "ctl/picture": Room("the list of users as a picture", "base platform portable portable/text text users"),
     "ctl/watch": Room(

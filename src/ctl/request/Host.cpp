@@ -1,10 +1,13 @@
 #include "ctl/request/Host.h"
 
+#include <unistd.h>
 #include <utility>
 
 #include "gatehall/linux/LinuxPlatform.h"
 #include "instrumented/InstrumentedPlatform.h"
+#include "linux/PolicyFiles.h"
 #include "linux/directory/LinuxDirectory.h"
+#include "linux/files/HostOptions.h"
 #include "portable/text/PangoText.h"
 #include "world/file/WorldFile.h"
 
@@ -36,6 +39,11 @@ Host::~Host() { Platform::install(nullptr); }
 std::vector<std::shared_ptr<NetworkNode>> Host::networkNodes() const {
   if (!mMachine) return {};
   return static_cast<LinuxDirectory&>(mMachine->directory()).networkNodes();
+}
+
+Strings Host::filesHiddenFromUsers() const {
+  if (!mMachine || geteuid() != 0) return {};
+  return policyFilesHiddenFromUsers(HostOptions());
 }
 
 }  // namespace gatehall::ctl

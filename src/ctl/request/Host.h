@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "gatehall/base/Value.h"
 #include "gatehall/linux/LinuxPlatform.h"
 #include "instrumented/RecordingLog.h"
 #include "instrumented/RecordingLoginService.h"
@@ -41,6 +42,9 @@ class Host {
 
   /// This machine's nodes of network directories, in their order; none in a world.
   std::vector<std::shared_ptr<NetworkNode>> networkNodes() const;
+
+  /// To root on this machine: what other users' runs would see otherwise, one sentence each.
+  Strings filesHiddenFromUsers() const;
 
   /// What is installed, to be kept by who spares taking it apart.
   const std::shared_ptr<Platform>& platform() const { return mPlatform; }

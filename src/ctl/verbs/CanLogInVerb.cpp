@@ -1,61 +1,116 @@
 #include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
 
 #include "ctl/request/UserID.h"
 #include "ctl/verbs/Verbs.h"
 #include "gatehall/access/LoginDecision.h"
 #include "gatehall/access/UserAccess.h"
+#include "gatehall/base/PlatformException.h"
+#include "gatehall/directory/NodeConvenience.h"
+#include "gatehall/directory/Queries.h"
+#include "gatehall/platform/AttributeKinds.h"
 #include "gatehall/users/UserLookup.h"
 
 namespace gatehall::ctl {
 
 namespace {
 
-/// Adds one user's line; whether the user may log in.
-bool addDecision(std::int32_t userID, const Request& request, Answer& answer) {
-  const auto uid = static_cast<std::uint32_t>(userID);
-  const auto user = cachedUserForUID(userID);
-  if (!user) {
-    answer.json.push_back({{"uid", uid},
-                           {"found", false},
-                           {"allowed", false},
-                           {"rule", nullptr},
-                           {"source", nullptr}});
-    answer.tables.front().rows.push_back(
-        {{std::to_string(uid)}, {"-"}, {"no", Tone::Bad}, {"not found"}, {"-"}});
-    return false;
+/// In place of a rule.
+constexpr std::string_view kUndecidable = "undecidable";
+
+/// What came out about one user id.
+struct Finding {
+  std::uint32_t userID;
+  std::shared_ptr<CachedUser> user{};  ///< nullptr: nobody was found
+  std::optional<LoginDecision> decision{};
+  std::optional<std::string> undecidable{};  ///< why the host can't tell
+
+  bool isAllowed() const { return decision && decision->allowed(); }
+};
+
+/// Why a user id may be somebody's whom this machine can't find now; absent when it is nobody's. A
+/// lookup keeps that to itself.
+std::optional<std::string> whyNotFound(std::uint32_t userID) {
+  try {
+    queryResults(searchNode(), equalTo({record::Users}, attribute::UniqueID,
+                                       {std::to_string(userID)}, Strings()));
+    return std::nullopt;
+  } catch (const PlatformException& failure) {
+    return failure.what();
   }
-  const auto decision = UserAccess::sharedUserAccess()->decideLogin(*user);
-  const auto source = decision.source ? Json(description(*decision.source)) : Json();
-  const std::string rule = description(decision.rule);
-  answer.json.push_back({{"uid", uid},
-                         {"found", true},
-                         {"allowed", decision.allowed()},
-                         {"rule", rule},
-                         {"source", source}});
-  if (!request.json) {
-    const Cell allowed = decision.allowed() ? Cell{"yes", Tone::Good} : Cell{"no", Tone::Bad};
-    answer.tables.front().rows.push_back({{std::to_string(uid)},
-                                          {cellText(orNull(user->shortName()))},
-                                          allowed,
-                                          {rule},
-                                          {cellText(source)}});
-  }
-  return decision.allowed();
 }
 
-Answer run(const Host&, const Request& request) {
+Finding decide(const Host& host, std::int32_t userID) {
+  Finding finding{.userID = static_cast<std::uint32_t>(userID)};
+  finding.user = cachedUserForUID(userID);
+  if (!finding.user) {
+    if (host.machine() != nullptr) finding.undecidable = whyNotFound(finding.userID);
+    return finding;
+  }
+  try {
+    finding.decision = UserAccess::sharedUserAccess()->decideLogin(*finding.user);
+  } catch (const PlatformException& failure) {
+    finding.undecidable = failure.what();
+  }
+  return finding;
+}
+
+Json jsonOf(const Finding& finding) {
+  Json json = {{"uid", finding.userID},
+               {"found", finding.user != nullptr},
+               {"allowed", finding.isAllowed()},
+               {"rule", nullptr},
+               {"source", nullptr}};
+  if (finding.decision) {
+    json["rule"] = description(finding.decision->rule);
+    if (finding.decision->source) json["source"] = description(*finding.decision->source);
+  }
+  if (finding.undecidable) {
+    json["rule"] = kUndecidable;
+    json["reason"] = *finding.undecidable;
+  }
+  return json;
+}
+
+std::vector<Cell> rowOf(const Finding& finding, const Json& json) {
+  const auto name = finding.user ? cellText(orNull(finding.user->shortName())) : "-";
+  const auto rule = json.at("rule").is_null() ? "not found" : cellText(json.at("rule"));
+  const Cell allowed = finding.isAllowed() ? Cell{"yes", Tone::Good} : Cell{"no", Tone::Bad};
+  return {{std::to_string(finding.userID)},
+          {name},
+          allowed,
+          {rule},
+          {finding.decision ? cellText(json.at("source")) : "-"}};
+}
+
+Answer run(const Host& host, const Request& request) {
   std::vector<std::int32_t> userIDs;
   for (const auto& operand : request.operands) userIDs.push_back(userIDOperand(operand));
 
   Answer answer{.json = Json::array(),
-                .tables = {{.header = {"UID", "NAME", "ALLOWED", "RULE", "SOURCE"}}}};
+                .tables = {{.header = {"UID", "NAME", "ALLOWED", "RULE", "SOURCE"}}},
+                .messages = host.filesHiddenFromUsers()};
   std::size_t allowed = 0;
+  bool isUndecidable = false;
   for (const auto userID : userIDs) {
-    if (addDecision(userID, request, answer)) ++allowed;
+    const auto finding = decide(host, userID);
+    auto json = jsonOf(finding);
+    answer.tables.front().rows.push_back(rowOf(finding, json));
+    answer.json.push_back(std::move(json));
+    if (finding.isAllowed()) ++allowed;
+    if (!finding.undecidable) continue;
+    isUndecidable = true;
+    answer.messages.push_back(std::to_string(finding.userID) + " is " + std::string(kUndecidable) +
+                              ": " + *finding.undecidable);
   }
   answer.tables.front().count =
       std::to_string(allowed) + " of " + countText(userIDs.size(), "user") + " may log in";
   if (allowed < userIDs.size()) answer.status = ExitStatus::No;
+  if (isUndecidable) answer.status = ExitStatus::HostFailure;
   return answer;
 }
 
@@ -71,7 +126,9 @@ Verb canLogInVerb() {
           R"(Says of each user id whether that user may log in here, which rule decides, and where the
 setting behind the rule comes from. An account that nobody can log in with, and a local one
 that the service access list leaves out, is not found. Exit status 1 when anyone may not or
-is not found.)",
+is not found. Where a directory or a file that the answer needs can't be read, it is
+undecidable: nobody is let in, the reason is told, and the exit status is 3. Root is also
+told which of the policy's files other users' programs, such as gatehall-switch, can't read.)",
       .example = "--world examples/lab.world.json can-log-in 1000 20001",
       .run = run,
   };

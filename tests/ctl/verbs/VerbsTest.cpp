@@ -37,6 +37,27 @@ TEST(Verbs, CanLogInSaysWhereARefusalComesFrom) {
   EXPECT_EQ(documentOf(outcome)[0]["source"], "managed");
 }
 
+TEST(Verbs, CanLogInSaysOfWhomItCantDecideAndWhyWithStatus3) {
+  const auto faults =
+      R"(, "faults": [ { "operation": "applicationBoolean", "raise": "platform" } ])";
+  const auto outcome = runIn(household(faults), {"--json", "can-log-in", "1001", "1000"});
+  EXPECT_EQ(outcome.status, ExitStatus::HostFailure);
+  const auto document = documentOf(outcome);
+  ASSERT_EQ(document.size(), 2U);
+  EXPECT_THAT(keysOf(document[0]),
+              ElementsAre("uid", "found", "allowed", "rule", "source", "reason"));
+  EXPECT_EQ(document[0]["found"], true);
+  EXPECT_EQ(document[0]["allowed"], false);
+  EXPECT_EQ(document[0]["rule"], "undecidable");
+  EXPECT_TRUE(document[0]["source"].is_null());
+  EXPECT_NE(document[0]["reason"], "");
+  EXPECT_EQ(document[1]["rule"], "administrator") << "who needs no answer of it";
+  EXPECT_EQ(outcome.errors,
+            "gatehallctl: 1001 is undecidable: " + document[0]["reason"].get<std::string>() + "\n");
+  EXPECT_THAT(runIn(household(faults), {"can-log-in", "1001"}).output,
+              HasSubstr("1001  bob   no       undecidable  -\n"));
+}
+
 TEST(Verbs, UserIsNullWithStatus1WhenNobodyHasTheID) {
   const auto outcome = runIn(household(), {"--json", "user", "1002"});
   EXPECT_EQ(outcome.status, ExitStatus::No);
