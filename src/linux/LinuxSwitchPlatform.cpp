@@ -30,7 +30,7 @@ LoginService& LinuxSwitchPlatform::loginService() {
 }
 
 MembershipService& LinuxSwitchPlatform::membership() {
-  return mServices->membership.get(directory());
+  return mServices->membership.get(directory(), log());
 }
 
 PreferenceStore& LinuxSwitchPlatform::preferences() {

@@ -12,13 +12,12 @@ namespace {
 class LinuxDirectorySession final : public DirectorySession {
  public:
   LinuxDirectorySession(std::shared_ptr<local::Host> host,
-                        std::vector<std::shared_ptr<NetworkNode>> networkNodes)
-      : mLocal(std::make_shared<local::Node>(host)),
+                        std::vector<std::shared_ptr<NetworkNode>> networkNodes, Log& log)
+      : mLocal(std::make_shared<local::Node>(std::move(host))),
         mUnix(std::make_shared<EmptyNode>("unix")),
         mNetworkNodes(std::move(networkNodes)),
         mSearch(std::make_shared<SearchNode>(
-            std::move(host), std::vector<std::shared_ptr<DirectoryNode>>{mLocal, mUnix},
-            mNetworkNodes)) {}
+            std::vector<std::shared_ptr<DirectoryNode>>{mLocal, mUnix}, mNetworkNodes, log)) {}
 
   std::shared_ptr<DirectoryNode> nodeByType(NodeType type) override {
     switch (type) {
@@ -35,7 +34,7 @@ class LinuxDirectorySession final : public DirectorySession {
       if (node->nodeName() == name) return node;
     }
     for (const auto& node : mNetworkNodes) {
-      if (node->nodeName() == name) return node->isReachable() ? node : nullptr;
+      if (node->nodeName() == name) return node->whyUnreachable() ? nullptr : node;
     }
     return nullptr;
   }
@@ -63,14 +62,14 @@ std::vector<std::shared_ptr<NetworkNode>> configuredNodes(const std::shared_ptr<
 LinuxDirectory::LinuxDirectory(HostOptions options, Log& log, Clock& clock) {
   auto host = std::make_shared<local::Host>(std::move(options), log, clock);
   mNetworkNodes = configuredNodes(host, log);
-  mSession = std::make_shared<LinuxDirectorySession>(std::move(host), mNetworkNodes);
+  mSession = std::make_shared<LinuxDirectorySession>(std::move(host), mNetworkNodes, log);
 }
 
 LinuxDirectory::LinuxDirectory(HostOptions options, Log& log, Clock& clock,
                                std::vector<std::shared_ptr<NetworkNode>> networkNodes)
     : mNetworkNodes(std::move(networkNodes)),
       mSession(std::make_shared<LinuxDirectorySession>(
-          std::make_shared<local::Host>(std::move(options), log, clock), mNetworkNodes)) {}
+          std::make_shared<local::Host>(std::move(options), log, clock), mNetworkNodes, log)) {}
 
 std::shared_ptr<DirectorySession> LinuxDirectory::defaultSession() { return mSession; }
 

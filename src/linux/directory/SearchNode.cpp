@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <future>
+#include <iterator>
 #include <system_error>
+#include <unordered_set>
 #include <utility>
 
+#include "base/Ascii.h"
 #include "gatehall/base/PlatformException.h"
 #include "gatehall/platform/AttributeKinds.h"
 
@@ -13,23 +16,18 @@ namespace gatehall {
 namespace {
 
 using Records = std::vector<std::shared_ptr<DirectoryRecord>>;
+using NetworkNodes = std::vector<std::shared_ptr<NetworkNode>>;
 
 /// Asks every network node at once, or a single one when its answer is wanted; the answers come in
-/// the nodes' order. Who can't be reached, or finds that out when asked, answers nothing.
+/// the nodes' order.
 template <class Ask>
-auto askAtOnce(const std::vector<std::shared_ptr<NetworkNode>>& nodes, Ask ask) {
+auto askAtOnce(const NetworkNodes& nodes, Ask ask) {
   using Answer = decltype(ask(*nodes.front()));
   std::vector<std::future<Answer>> answers;
   // With a single one, a thread costs more than it saves.
   const auto how = nodes.size() > 1 ? std::launch::async : std::launch::deferred;
   for (const auto& node : nodes) {
-    const auto askNode = [ask, node]() -> Answer {
-      try {
-        return node->isReachable() ? ask(*node) : Answer();
-      } catch (const DirectoryUnreachable&) {
-        return Answer();
-      }
-    };
+    const auto askNode = [ask, node] { return ask(*node); };
     try {
       answers.push_back(std::async(how, askNode));
     } catch (const std::system_error&) {  // no more threads
@@ -39,81 +37,99 @@ auto askAtOnce(const std::vector<std::shared_ptr<NetworkNode>>& nodes, Ask ask) 
   return answers;
 }
 
-/// Whether all that could be found are accounts of this machine, by the GUIDs that it makes for
-/// them: asking servers for each of many would take a round trip a time.
-bool canOnlyBeLocal(const QueryDescription& description, local::Host& host) {
-  const bool isByGUID = attribute::canonical(description.attribute) == attribute::GUID &&
-                        (description.match == MatchType::EqualTo ||
-                         description.match == MatchType::EqualToIgnoringCase);
-  const auto isOfThisMachine = [&](const std::string& value) {
-    const auto guid = parseUUID(value);
-    if (!guid || !isNameBased(*guid)) return false;
-    if (host.guids.rememberedUserID(*guid)) return true;
-    const auto lines = host.passwdLines.current();
-    return lines && lines->userIDOf(*guid, host.guids).has_value();
-  };
-  const auto& types = description.recordTypes;
-  if (!isByGUID || std::ranges::find(types, record::Users) == types.end()) return false;
+enum class WhenAway { Raise, Ignore };
+
+/// What the node answers; a default answer for one that is away and may be.
+template <class Ask>
+auto askIfThere(NetworkNode& node, WhenAway whenAway, Log& log, Ask ask) -> decltype(ask()) {
   try {
-    return std::ranges::all_of(description.values, isOfThisMachine);
-  } catch (const PlatformException&) {  // the local node says what is wrong
-    return false;
+    if (const auto why = node.whyUnreachable()) throw DirectoryUnreachable(*why);
+    return ask();
+  } catch (const DirectoryUnreachable& failure) {
+    const bool isIgnored = node.isIgnoredWhenAway();
+    if (isIgnored) log.diagnostic(std::string(failure.what()) + "; its entries count as absent");
+    if (!isIgnored && whenAway == WhenAway::Raise) throw;
+    return {};
   }
 }
 
 /// The query put to every node, to those of the network side by side.
 class SearchQuery final : public DirectoryQuery {
  public:
-  SearchQuery(std::shared_ptr<local::Host> host,
-              std::vector<std::shared_ptr<DirectoryNode>> localNodes,
-              std::vector<std::shared_ptr<NetworkNode>> networkNodes, QueryDescription description)
-      : mHost(std::move(host)),
-        mLocalNodes(std::move(localNodes)),
+  SearchQuery(std::vector<std::shared_ptr<DirectoryNode>> localNodes, NetworkNodes networkNodes,
+              Log& log, QueryDescription description)
+      : mLocalNodes(std::move(localNodes)),
         mNetworkNodes(std::move(networkNodes)),
+        mLog(log),
         mDescription(std::move(description)) {}
 
   std::optional<Records> results(bool allowPartial) override {
-    const bool isLocal = !mNetworkNodes.empty() && canOnlyBeLocal(mDescription, *mHost);
-    const std::vector<std::shared_ptr<NetworkNode>> none;
-    auto answers = askAtOnce(isLocal ? none : mNetworkNodes, [this, allowPartial](auto& node) {
-      return Found{resultsOf(node, allowPartial)};
-    });
     Records records;
-    bool isWhole = true;
-    const auto add = [&](const std::optional<Records>& found) {
-      if (found) records.insert(records.end(), found->begin(), found->end());
-      isWhole = isWhole && (found || allowPartial);
-    };
-    for (const auto& node : mLocalNodes) add(resultsOf(*node, allowPartial));
-    for (auto& answer : answers) add(answer.get().records);
-    if (!isWhole) return std::nullopt;
+    const auto add = [&](Records found) { std::ranges::move(found, std::back_inserter(records)); };
+    for (const auto& node : mLocalNodes) add(resultsOf(*node, mDescription, allowPartial));
     const auto limit = mDescription.maximumResults;
+    const auto open = mNetworkNodes.empty() || (limit != 0 && records.size() >= limit)
+                          ? std::nullopt
+                          : openQuestion(records);
+    if (open) {
+      const auto whenAway = allowPartial ? WhenAway::Ignore : WhenAway::Raise;
+      for (auto& answer : askAtOnce(mNetworkNodes, [&](NetworkNode& node) {
+             return askIfThere(node, whenAway, mLog,
+                               [&] { return resultsOf(node, *open, allowPartial); });
+           })) {
+        add(answer.get());
+      }
+    }
     if (limit != 0 && records.size() > limit) records.resize(limit);
     return records;
   }
 
  private:
-  /// What a node answers; that of a node that isn't there has no records.
-  struct Found {
-    std::optional<Records> records{std::in_place};
-  };
-
-  std::optional<Records> resultsOf(DirectoryNode& node, bool allowPartial) const {
+  static Records resultsOf(DirectoryNode& node, const QueryDescription& description,
+                           bool allowPartial) {
     try {
-      const auto query = node.query(mDescription);
-      if (!query) return std::nullopt;
-      return query->results(allowPartial);
+      const auto query = node.query(description);
+      auto found = query ? query->results(allowPartial) : std::nullopt;
+      if (!found) throw PlatformException(node.nodeName().value_or("a node") + " does not answer");
+      return std::move(*found);
     } catch (const DirectoryUnreachable&) {
       throw;
     } catch (const PlatformException&) {
       if (!allowPartial) throw;
-      return std::nullopt;
+      return {};
     }
   }
 
-  const std::shared_ptr<local::Host> mHost;
+  /// What is left to ask of the network's nodes once these are found on the local ones: of accounts
+  /// by id, name or GUID, and of groups by GUID, those that were not. Nothing, when all were.
+  std::optional<QueryDescription> openQuestion(const Records& found) const {
+    const auto kind = attribute::canonical(mDescription.attribute);
+    const bool isGUID = kind == attribute::GUID;
+    const bool isOfUser = kind == attribute::UniqueID || kind == attribute::RecordName;
+    const bool isExact = mDescription.match == MatchType::EqualTo ||
+                         (isGUID && mDescription.match == MatchType::EqualToIgnoringCase);
+    const bool isForUsers = std::ranges::all_of(
+        mDescription.recordTypes, [](const auto& type) { return type == record::Users; });
+    if (found.empty() || !isExact || !(isGUID || (isOfUser && isForUsers))) return mDescription;
+    // GUIDs are spelled in either case.
+    const auto key = [isGUID](const std::string& value) {
+      return isGUID ? ascii::lower(value) : value;
+    };
+    std::unordered_set<std::string> known;
+    for (const auto& each : found) {
+      for (const auto& value : each->valuesForAttribute(kind).value_or(Strings())) {
+        known.insert(key(value));
+      }
+    }
+    auto open = mDescription;
+    std::erase_if(open.values, [&](const auto& value) { return known.contains(key(value)); });
+    if (open.values.empty()) return std::nullopt;
+    return open;
+  }
+
   const std::vector<std::shared_ptr<DirectoryNode>> mLocalNodes;
-  const std::vector<std::shared_ptr<NetworkNode>> mNetworkNodes;
+  const NetworkNodes mNetworkNodes;
+  Log& mLog;
   const QueryDescription mDescription;
 };
 
@@ -129,10 +145,11 @@ std::optional<Strings> SearchNode::subnodeNames() {
 }
 
 std::optional<Strings> SearchNode::unreachableSubnodeNames() {
-  auto answers = askAtOnce(mNetworkNodes, [](const NetworkNode&) { return true; });
+  auto answers =
+      askAtOnce(mNetworkNodes, [](NetworkNode& node) { return node.whyUnreachable().has_value(); });
   Strings names;
   for (std::size_t index = 0; index < answers.size(); ++index) {
-    if (!answers[index].get()) names.push_back(mNetworkNodes[index]->nodeName().value_or(""));
+    if (answers[index].get()) names.push_back(mNetworkNodes[index]->nodeName().value_or(""));
   }
   return names;
 }
@@ -144,8 +161,9 @@ std::shared_ptr<DirectoryRecord> SearchNode::recordByTypeAndName(std::string_vie
     if (auto found = node->recordByTypeAndName(type, name, attributes)) return found;
   }
   std::shared_ptr<DirectoryRecord> first;
-  for (auto& answer : askAtOnce(mNetworkNodes, [&](DirectoryNode& node) {
-         return node.recordByTypeAndName(type, name, attributes);
+  for (auto& answer : askAtOnce(mNetworkNodes, [&](NetworkNode& node) {
+         return askIfThere(node, WhenAway::Raise, mLog,
+                           [&] { return node.recordByTypeAndName(type, name, attributes); });
        })) {
     auto found = answer.get();
     if (!first) first = std::move(found);
@@ -154,7 +172,7 @@ std::shared_ptr<DirectoryRecord> SearchNode::recordByTypeAndName(std::string_vie
 }
 
 std::shared_ptr<DirectoryQuery> SearchNode::query(QueryDescription description) {
-  return std::make_shared<SearchQuery>(mHost, mLocalNodes, mNetworkNodes, std::move(description));
+  return std::make_shared<SearchQuery>(mLocalNodes, mNetworkNodes, mLog, std::move(description));
 }
 
 }  // namespace gatehall

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "linux/local/Context.h"
+#include "gatehall/platform/Log.h"
 #include "linux/records/NetworkNode.h"
 
 namespace gatehall {
@@ -12,17 +12,17 @@ namespace gatehall {
 inline constexpr std::string_view kSearchNodeName = "search";
 
 /// The node that covers all others: the two local ones, then the network's, which are asked side by
-/// side. Nodes that can't be reached have no records until they can; one that breaks off in the
-/// middle of an answer fails the question. Nobody but the local nodes is asked for users by
-/// the GUIDs that this machine makes of user ids.
+/// side. From any thread. The log has to outlive it.
+///
+/// A local account is the answer for its id, name and GUID, as a local group is for its GUID: no
+/// directory is asked for these. For all else a directory that can't be asked in full fails the
+/// question, unless partial results will do; PlatformException names it and says why. One that is
+/// to be ignored when it is away has no records then, and the log says so.
 class SearchNode final : public DirectoryNode {
  public:
-  SearchNode(std::shared_ptr<local::Host> host,
-             std::vector<std::shared_ptr<DirectoryNode>> localNodes,
-             std::vector<std::shared_ptr<NetworkNode>> networkNodes)
-      : mHost(std::move(host)),
-        mLocalNodes(std::move(localNodes)),
-        mNetworkNodes(std::move(networkNodes)) {}
+  SearchNode(std::vector<std::shared_ptr<DirectoryNode>> localNodes,
+             std::vector<std::shared_ptr<NetworkNode>> networkNodes, Log& log)
+      : mLocalNodes(std::move(localNodes)), mNetworkNodes(std::move(networkNodes)), mLog(log) {}
 
   std::optional<std::string> nodeName() override;
   std::optional<Strings> subnodeNames() override;
@@ -32,9 +32,9 @@ class SearchNode final : public DirectoryNode {
   std::shared_ptr<DirectoryQuery> query(QueryDescription description) override;
 
  private:
-  std::shared_ptr<local::Host> mHost;
-  std::vector<std::shared_ptr<DirectoryNode>> mLocalNodes;
-  std::vector<std::shared_ptr<NetworkNode>> mNetworkNodes;
+  const std::vector<std::shared_ptr<DirectoryNode>> mLocalNodes;
+  const std::vector<std::shared_ptr<NetworkNode>> mNetworkNodes;
+  Log& mLog;
 };
 
 }  // namespace gatehall

@@ -40,12 +40,12 @@ std::int64_t codeOf(const BindResult& answer) {
 }
 
 /// Binds as the user; what a server can't decide raises DirectoryUnreachable.
-bool bindAs(Connection& connection, const Directory& directory, const Entry& user,
-            std::string_view password, Deadline deadline, DirectoryError& error) {
+bool bindAs(Connection& connection, const Entry& user, std::string_view password, Deadline deadline,
+            DirectoryError& error) {
   const auto answer = connection.bind(std::string(user.dn), password, deadline);
   if (answer.result.isSuccess()) return true;
   if (answer.result.code == kBusy || answer.result.code == kUnavailable) {
-    throw DirectoryUnreachable(directory.nodeName() + ": " + answer.result.text);
+    throw DirectoryUnreachable(connection.server().text + ": " + answer.result.text);
   }
   return refuse(error, codeOf(answer));
 }
@@ -69,8 +69,7 @@ bool verifyPassword(Directory& directory, const Entry& user, std::string_view pa
     isAccepted = hasNoPassword(directory, user) || refuse(error, directoryError::kPasswordRefused);
   } else {
     directory.runUnbound([&](Connection& connection) {
-      isAccepted = bindAs(connection, directory, user, password,
-                          directory.servers().answerDeadline(), error);
+      isAccepted = bindAs(connection, user, password, directory.servers().answerDeadline(), error);
     });
   }
   if (isAccepted) error = {};
@@ -85,7 +84,7 @@ bool changePassword(Directory& directory, const Entry& user, std::string_view ol
   bool isChanged = false;
   directory.runUnbound([&](Connection& connection) {
     const auto& servers = directory.servers();
-    if (!bindAs(connection, directory, user, oldPassword, servers.answerDeadline(), error)) return;
+    if (!bindAs(connection, user, oldPassword, servers.answerDeadline(), error)) return;
     const auto result = connection.changePassword(std::string(user.dn), oldPassword, newPassword,
                                                   servers.answerDeadline());
     constexpr int kProtocolError = 2;  // of a server that doesn't know the operation

@@ -100,38 +100,47 @@ Directory::Directory(Settings settings, HostOptions options, std::shared_ptr<Fau
       mSchemas(mServers.settings()),
       mCache(clock) {}
 
-std::optional<bool> Directory::remembered() {
+std::string Directory::whyAway(std::string_view fault) const {
+  return mNodeName + ": can't be asked: " + std::string(fault);
+}
+
+std::optional<Directory::Attempt> Directory::remembered() {
   const std::lock_guard lock(mMutex);
-  const auto age = std::abs(mClock.now().time_since_epoch().count() - mTriedAt);
-  return age < kRememberedSeconds ? mIsReachable : std::nullopt;
+  if (!mTried) return std::nullopt;
+  const auto age = std::abs(mClock.now().time_since_epoch().count() - mTried->time);
+  return age < kRememberedSeconds ? mTried : std::nullopt;
 }
 
 void Directory::refuseIfUnreachable() {
-  if (remembered() == false) {
-    throw DirectoryUnreachable(mNodeName + " did not answer a moment ago");
+  const auto tried = remembered();
+  if (tried && !tried->fault.empty()) {
+    throw DirectoryUnreachable(whyAway("a moment ago, " + tried->fault));
   }
 }
 
-void Directory::remember(bool isReachable, std::string_view why) {
-  bool isNews = false;
+void Directory::remember(std::string_view fault) {
+  const bool isAway = !fault.empty();
+  bool wasAway = false;
   {
     const std::lock_guard lock(mMutex);
-    isNews = mIsReachable.value_or(true) != isReachable;
-    mIsReachable = isReachable;
-    mTriedAt = mClock.now().time_since_epoch().count();
+    wasAway = mTried && !mTried->fault.empty();
+    mTried = {std::string(fault), mClock.now().time_since_epoch().count()};
   }
-  if (!isNews) return;
-  mLog.diagnostic(isReachable ? mNodeName + " can be reached again"
-                              : mNodeName + " can't be reached: " + std::string(why));
+  if (isAway == wasAway) return;
+  mLog.diagnostic(isAway ? mNodeName + " can't be reached: " + std::string(fault)
+                         : mNodeName + " can be reached again");
 }
 
-bool Directory::isReachable() {
-  if (const auto known = remembered()) return *known;
+std::optional<std::string> Directory::whyUnreachable() {
   try {
-    guard([this] { mServers.probe(); });
-    return true;
-  } catch (const PlatformException&) {
-    return false;
+    if (remembered()) {
+      refuseIfUnreachable();
+    } else {
+      guard([this] { mServers.probe(); });
+    }
+    return std::nullopt;
+  } catch (const PlatformException& failure) {
+    return failure.what();
   }
 }
 
@@ -187,7 +196,7 @@ void Directory::judge(const Search& search, const Result& result, bool hasEntrie
   if (result.code == kNoSuchObject && search.scope == Search::Scope::Base) return;
   if (result.code == kReferral && settings().followsReferrals) return;
   const auto text = "searching " + search.base + ": " + result.text;
-  if (hasEntries) throw PlatformException(mNodeName + ": " + text);
+  if (hasEntries) throw PlatformException(whyAway(text));
   throw DirectoryUnreachable(text);
 }
 
@@ -267,7 +276,9 @@ void Directory::follow(Strings open, const std::vector<Search>& searches, const 
         const auto connection = mServers.connectTo(referral->server, limits.total);
         ask(*connection, there, limits, collector, further);
       } catch (const DirectoryUnreachable& failure) {
-        throw PlatformException(failure.what());  // a part of the answer is missing
+        throw PlatformException(whyAway(failure.what()));  // a part of the answer is missing
+      } catch (const ConnectionLost& lost) {
+        throw PlatformException(whyAway(lost.what()));
       }
     }
     open = std::move(further);

@@ -37,8 +37,9 @@ class Directory {
   Cache& cache() { return mCache; }
   Date now() { return mClock.now(); }
 
-  /// Whether it can be reached, tried no more often than every few seconds. Raises nothing.
-  bool isReachable();
+  /// Why it can't be asked, tried no more often than every few seconds; empty when it can. Raises
+  /// nothing.
+  std::optional<std::string> whyUnreachable();
 
   /// Tries it, whatever is remembered. Raises as search does.
   NetworkNode::Reached reach();
@@ -82,6 +83,7 @@ class Directory {
   std::string effectiveShell(std::string_view shell);
 
   /// Runs work on the directory's servers (Servers::run), and remembers when they don't answer.
+  /// What they raise comes with the directory's name.
   template <class Work>
   void run(Work work) {
     guard([&] { mServers.run(work); });
@@ -103,20 +105,27 @@ class Directory {
     try {
       work();
     } catch (const DirectoryUnreachable& failure) {
-      remember(false, failure.what());
-      throw;
-    } catch (const ConnectionLost& failure) {
-      remember(false, failure.what());
-      throw;
+      remember(failure.what());
+      throw DirectoryUnreachable(whyAway(failure.what()));
+    } catch (const ConnectionLost& lost) {
+      remember(lost.what());
+      throw ConnectionLost(whyAway(lost.what()), lost.timedOut(), lost.hasBegun());
     }
-    remember(true, {});
+    remember({});
   }
 
   class Collector;
 
+  /// What became of the last attempt, if that is not long ago.
+  struct Attempt {
+    std::string fault;  ///< "": it was answered
+    double time = 0;
+  };
+
+  std::string whyAway(std::string_view fault) const;
   void refuseIfUnreachable();
-  void remember(bool isReachable, std::string_view why);
-  std::optional<bool> remembered();
+  void remember(std::string_view fault);
+  std::optional<Attempt> remembered();
   void judge(const Search& search, const Result& result, bool hasEntries);
   void ask(Connection& connection, std::span<const Search> searches, const Limits& limits,
            Collector& collector, Strings& referrals);
@@ -133,8 +142,7 @@ class Directory {
   Cache mCache;
 
   std::mutex mMutex;
-  std::optional<bool> mIsReachable;
-  double mTriedAt = 0;
+  std::optional<Attempt> mTried;
   std::optional<LoginShells> mShells;
   std::optional<bool> mComparesNames;
 };

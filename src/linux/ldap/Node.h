@@ -12,7 +12,7 @@ class Node final : public NetworkNode {
  public:
   explicit Node(std::shared_ptr<Directory> directory) : mDirectory(std::move(directory)) {}
 
-  bool isReachable() override { return mDirectory->isReachable(); }
+  std::optional<std::string> whyUnreachable() override { return mDirectory->whyUnreachable(); }
   Reached reach() override { return mDirectory->reach(); }
   void forgetFetched() override { mDirectory->cache().drop(); }
 

@@ -13,6 +13,8 @@ constexpr std::int64_t kSecondsOfDay = 86400;
 constexpr std::int64_t kMinutesOfDay = 1440;
 constexpr std::int64_t kNoMaximum = 99999;
 
+constexpr int kNoSuchObject = 32;  // RFC 4511, appendix A
+
 /// pwdAccountLockedTime of an account that only an administrator can unlock.
 constexpr std::string_view kLockedForGood = "000001010000Z";
 
@@ -99,13 +101,17 @@ class PolicyEntry {
         Search{dn, Search::Scope::Base, "(objectClass=*)", std::move(attributes), false}};
     directory.run([&](Connection& connection) {
       mValues.clear();
-      connection.search(searches, directory.servers().limits(),
-                        [this](auto, auto, std::span<const Attribute> found) {
-                          for (const auto& each : found) {
-                            if (!each.values.empty())
-                              mValues.emplace(each.name, each.values.front());
-                          }
-                        });
+      const auto results = connection.search(searches, directory.servers().limits(),
+                                             [this](auto, auto, std::span<const Attribute> found) {
+                                               for (const auto& each : found) {
+                                                 if (!each.values.empty())
+                                                   mValues.emplace(each.name, each.values.front());
+                                               }
+                                             });
+      const auto& result = results.front();
+      if (!result.isSuccess() && result.code != kNoSuchObject) {
+        throw DirectoryUnreachable("searching " + searches.front().base + ": " + result.text);
+      }
     });
   }
 

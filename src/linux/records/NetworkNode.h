@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 #include "gatehall/base/PlatformException.h"
@@ -8,18 +9,24 @@
 
 namespace gatehall {
 
-/// A directory that gave no answer at all: it could not be connected to, or nothing came within its
-/// time. One that breaks off in the middle of an answer raises a plain PlatformException.
+/// A directory that gave no answer at all: it could not be connected to, refused, or nothing came
+/// within its time. One that breaks off in the middle of an answer raises a plain
+/// PlatformException.
 class DirectoryUnreachable : public PlatformException {
  public:
   using PlatformException::PlatformException;
 };
 
-/// A node of a network directory, behind the local ones on the search path.
+/// A node of a network directory, behind the local ones on the search path. What it and its records
+/// raise names the directory and the reason.
 class NetworkNode : public DirectoryNode {
  public:
-  /// Whether the directory can be reached now. From any thread; raises nothing.
-  virtual bool isReachable() = 0;
+  /// Why the directory can't be asked now, as a text that names it; empty when it can. From any
+  /// thread; raises nothing.
+  virtual std::optional<std::string> whyUnreachable() = 0;
+
+  /// Whether its entries count as absent while it can't be asked. From any thread; raises nothing.
+  virtual bool isIgnoredWhenAway() const { return false; }
 
   /// The server that is asked now, and how long it takes to answer a question that means nothing.
   struct Reached {

@@ -154,7 +154,7 @@ TEST_F(PasswdLinesTest, LeaveUserRecordsTheLastWord) {
 
 TEST_F(PasswdLinesTest, MakeEachOfManyQuestionsForTheAccessListTheAnswerThatTheFilesGive) {
   LinuxDirectory directory(mMachine.options, mMachine.log, mMachine.clock);
-  LinuxMembership membership(directory);
+  LinuxMembership membership(directory, mMachine.log);
   const auto mayEnter = [&](std::uint32_t userID) {
     bool isMember = false;
     const int status =

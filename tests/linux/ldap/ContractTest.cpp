@@ -38,10 +38,10 @@ Slapd& sceneServer() {
 /// A session in which the network's node stands in the place of the local one.
 class NetworkSession final : public DirectorySession {
  public:
-  NetworkSession(std::shared_ptr<local::Host> host, std::shared_ptr<DirectoryNode> node)
+  NetworkSession(std::shared_ptr<DirectoryNode> node, Log& log)
       : mNode(std::move(node)),
-        mSearch(std::make_shared<SearchNode>(std::move(host), std::vector{mNode},
-                                             std::vector<std::shared_ptr<NetworkNode>>())) {}
+        mSearch(std::make_shared<SearchNode>(std::vector{mNode},
+                                             std::vector<std::shared_ptr<NetworkNode>>(), log)) {}
 
   std::shared_ptr<DirectoryNode> nodeByType(NodeType type) override {
     return type == NodeType::Local ? mNode : mSearch;
@@ -57,7 +57,7 @@ class NetworkSession final : public DirectorySession {
 
 class NetworkPlatform final : public Platform, public DirectoryService {
  public:
-  NetworkPlatform() : mMembership(*this) {
+  NetworkPlatform() : mMembership(*this, mMachine.log) {
     mMachine.write("/etc/gatehall/directory.toml",
                    "[[directory]]\nname = \"scene\"\nservers = [\"" + sceneServer().uri() +
                        "\"]\nbase = \"dc=example,dc=org\"\nprofile = \"rfc2307bis\"\n"
@@ -65,8 +65,7 @@ class NetworkPlatform final : public Platform, public DirectoryService {
                        LdapMachine::kNoHurry);
     const auto node = mMachine.directory().defaultSession()->nodeByName("ldap/scene");
     if (!node) throw std::runtime_error("no node");
-    mSession = std::make_shared<NetworkSession>(
-        std::make_shared<local::Host>(mMachine.options, mMachine.log, mMachine.clock), node);
+    mSession = std::make_shared<NetworkSession>(node, mMachine.log);
   }
 
   /// From now on the directory is the whole machine's, in which the network's node has its own

@@ -10,7 +10,7 @@ namespace {
 /// A host that has a directory and a membership service and nothing else.
 class MachinePlatform final : public NoServices {
  public:
-  MachinePlatform() : mMembership(machine.directory()) {
+  MachinePlatform() : mMembership(machine.directory(), machine.log) {
     machine.write("/etc/passwd",
                   "root:x:0:0:root:/root:/bin/bash\n"
                   "ann:x:1000:50:Ann Lee,,,:/home/ann:/bin/bash\n"

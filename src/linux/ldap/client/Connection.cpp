@@ -60,11 +60,21 @@ void startTls(const Dialogue& dialogue, const Settings& settings, const std::str
   dialogue.transport().waitsUntil.reset();
 }
 
+/// Maps the library, which takes what a process may run out of.
+void mapLibrary(const URI& server) {
+  try {
+    Library::get();
+  } catch (const PlatformException& failure) {
+    throw DirectoryUnreachable(server.text + ": " + failure.what());
+  }
+}
+
 }  // namespace
 
 std::unique_ptr<Connection> Connection::open(const Settings& settings, const URI& server,
                                              const std::string& root, Deadline deadline) {
   auto socket = connectTo(server, root, deadline);
+  mapLibrary(server);
   auto session = openSession(std::move(socket), server.text.c_str());
   if (!session.ldap) throw DirectoryUnreachable(server.text + ": no session");
   auto dialogue = std::make_unique<Dialogue>(server, std::move(session));
