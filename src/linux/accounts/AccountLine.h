@@ -24,6 +24,16 @@ inline std::string_view name(std::string_view line) {
   return line.substr(0, length);
 }
 
+/// The name without white space, control characters and a byte order mark around it.
+inline std::string_view bareName(std::string_view name) {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  const auto isBlank = [](char c) { return (c >= 0 && c <= ' ') || c == '\x7F'; };
+  if (name.starts_with(kMark)) name.remove_prefix(kMark.size());
+  while (!name.empty() && isBlank(name.front())) name.remove_prefix(1);
+  while (!name.empty() && isBlank(name.back())) name.remove_suffix(1);
+  return name;
+}
+
 inline bool hasName(std::string_view line, std::string_view name) {
   return line.size() > name.size() && line[name.size()] == ':' && line.starts_with(name);
 }

@@ -49,6 +49,28 @@ std::vector<std::uint32_t> PasswdLines::Snapshot::placesOf(
   return places;
 }
 
+void PasswdLines::Snapshot::finish() {
+  std::ranges::sort(mPlaces, {},
+                    [](const Place& place) { return std::pair(place.userID, place.index); });
+}
+
+bool PasswdLines::Snapshot::hasUserID(std::uint32_t userID) const {
+  return std::ranges::binary_search(mPlaces, userID, {}, &Place::userID);
+}
+
+std::string_view PasswdLines::Snapshot::lineNamed(std::string_view name) const {
+  std::call_once(mNamesAreRead, [this] {
+    mNames.reserve(mLines.size());
+    for (std::uint32_t index = 0; index < mLines.size(); ++index) {
+      const auto written = accountLine::name(textOf(mLines[index]));
+      mNames.try_emplace(written, index);
+      mNames.try_emplace(accountLine::bareName(written), index);
+    }
+  });
+  const auto found = mNames.find(name);
+  return found == mNames.end() ? std::string_view() : textOf(mLines[found->second]);
+}
+
 std::optional<std::uint32_t> PasswdLines::Snapshot::userIDOf(const UUIDBytes& guid,
                                                              MachineGUIDs& guids) const {
   std::call_once(mGUIDsAreMade, [&] {
@@ -86,6 +108,20 @@ std::shared_ptr<const PasswdLines::Snapshot> PasswdLines::current() {
   return mKept;
 }
 
+std::shared_ptr<const PasswdLines::Snapshot> PasswdLines::whole() {
+  if (auto kept = current()) return kept;
+  const auto state = FileState::of(mOptions.root + std::string(accountFiles::kPasswd));
+  const auto size = state ? std::clamp<off_t>(state->size(), 0, kLargestKept) : 0;
+  auto lines = std::make_shared<Snapshot>(static_cast<std::size_t>(size));
+  accountFiles::scanRequired(mOptions, mFaults, accountFiles::kPasswd,
+                             [&](std::string_view line, std::uint64_t number) {
+                               lines->add(line, number);
+                               return true;
+                             });
+  lines->finish();
+  return lines;
+}
+
 std::shared_ptr<const PasswdLines::Snapshot> PasswdLines::read(const FileState& state) {
   mKept = nullptr;
   auto lines = std::make_shared<Snapshot>(static_cast<std::size_t>(state.size()));
@@ -94,9 +130,7 @@ std::shared_ptr<const PasswdLines::Snapshot> PasswdLines::read(const FileState& 
                                          lines->add(line, number);
                                          return true;
                                        });
-  std::ranges::sort(lines->mPlaces, {}, [](const Snapshot::Place& place) {
-    return std::pair(place.userID, place.index);
-  });
+  lines->finish();
   // They are of that state only if the file is still in it.
   if (error != 0 || FileState::of(mOptions.root + std::string(accountFiles::kPasswd)) != state) {
     return nullptr;

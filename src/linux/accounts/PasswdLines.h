@@ -40,9 +40,16 @@ class PasswdLines {
     void visit(const std::unordered_set<std::uint32_t>& userIDs, Visit visit) const {
       for (const auto place : placesOf(userIDs)) {
         const auto& line = mLines[place];
-        if (!visit(std::string_view(mText).substr(line.begin, line.length), line.number)) return;
+        if (!visit(textOf(line), line.number)) return;
       }
     }
+
+    /// Whether a line has the user id.
+    bool hasUserID(std::uint32_t userID) const;
+
+    /// The first line of that name, be it one that can't be read, white space and a byte order
+    /// mark around a name aside. Empty when there is none.
+    std::string_view lineNamed(std::string_view name) const;
 
     /// The user id that the GUID is made of, when a line has it.
     std::optional<std::uint32_t> userIDOf(const UUIDBytes& guid, MachineGUIDs& guids) const;
@@ -61,12 +68,18 @@ class PasswdLines {
     };
 
     void add(std::string_view line, std::uint64_t number);
+    void finish();
+    std::string_view textOf(const Line& line) const {
+      return std::string_view(mText).substr(line.begin, line.length);
+    }
     std::vector<std::uint32_t> placesOf(const std::unordered_set<std::uint32_t>& userIDs) const;
 
     std::string mText;
     std::vector<Line> mLines;
     std::vector<Place> mPlaces;              ///< by user id, then as in the file
     std::vector<std::uint32_t> mWithoutIDs;  ///< the lines whose id can't be read
+    mutable std::once_flag mNamesAreRead;
+    mutable std::unordered_map<std::string_view, std::uint32_t> mNames;  ///< places of lines
     mutable std::once_flag mGUIDsAreMade;
     mutable std::unordered_map<UUIDBytes, std::uint32_t, GUIDHash> mUserIDs;
   };
@@ -77,6 +90,10 @@ class PasswdLines {
   /// The file as it is now. nullptr for the first who ask, who find a few accounts as fast in the
   /// file itself, and when the file can't be kept. Raises PlatformException on a read error.
   std::shared_ptr<const Snapshot> current();
+
+  /// The same for whoever needs all lines: read for this question alone where they aren't kept. No
+  /// lines when there is no file. Raises PlatformException also when it can't be opened.
+  std::shared_ptr<const Snapshot> whole();
 
  private:
   std::shared_ptr<const Snapshot> read(const FileState& state);

@@ -51,8 +51,9 @@ std::vector<std::shared_ptr<NetworkNode>> configuredNodes(const std::shared_ptr<
   std::vector<std::shared_ptr<NetworkNode>> nodes;
   for (auto& settings : ldap::Settings::readAll(host->options, host->faults)) {
     nodes.push_back(std::make_shared<ldap::Node>(std::make_shared<ldap::Directory>(
-        std::move(settings), host->options, std::shared_ptr<FaultLog>(host, &host->faults), log,
-        host->clock)));
+        std::move(settings), host->options,
+        std::shared_ptr<LocalAccounts>(host, &host->ownAccounts),
+        std::shared_ptr<FaultLog>(host, &host->faults), log, host->clock)));
   }
   return nodes;
 }

@@ -10,6 +10,7 @@
 #include "linux/files/FaultLog.h"
 #include "linux/ldap/client/Referral.h"
 #include "linux/ldap/client/SearchFilter.h"
+#include "linux/records/AccountID.h"
 #include "linux/records/NetworkNode.h"
 
 namespace gatehall::ldap {
@@ -37,8 +38,12 @@ bool isSameAttribute(std::string_view left, std::string_view right) {
 /// Gathers entries, each once.
 class Directory::Collector {
  public:
-  Collector(const Directory& directory, FaultLog& faults, bool mayRepeat)
-      : mDirectory(directory), mFaults(faults), mMayRepeat(mayRepeat) {}
+  Collector(const Directory& directory, LocalAccounts& localAccounts, FaultLog& faults,
+            bool mayRepeat)
+      : mDirectory(directory),
+        mLocalAccounts(localAccounts),
+        mFaults(faults),
+        mMayRepeat(mayRepeat) {}
 
   Connection::Sink sink() {
     return [this](std::size_t, std::string_view dn, std::span<const Attribute> attributes) {
@@ -67,7 +72,7 @@ class Directory::Collector {
     mHasBegun = true;
     std::string fault;
     auto entry = readEntry(mDirectory.schemas(), dn, attributes, fault);
-    if (!entry) {
+    if (!entry || (entry->type == Type::User && !mayBeHere(*entry, fault))) {
       if (!fault.empty()) {
         mFaults.report(mDirectory.nodeName(),
                        "the entry " + printable(dn) + " is left out: " + fault);
@@ -81,7 +86,36 @@ class Directory::Collector {
     mEntries.push_back(std::move(entry));
   }
 
+  /// Whether the user may be an account on this machine.
+  bool mayBeHere(Entry& user, std::string& fault) {
+    NetworkAccount account{
+        mDirectory.nodeName(), {}, accountID(user.first(Slot::UserID)), user.first(Slot::GUID)};
+    if (account.userID && !mDirectory.settings().userIDs.holds(*account.userID)) {
+      fault = "its user id " + std::to_string(*account.userID) + " is out of range";
+      return false;
+    }
+    if (!mLocals) mLocals = mLocalAccounts.current();
+    mNames.clear();
+    for (const auto& name : user.of(Slot::Name)) mNames.push_back(name.text);
+    account.names = mNames;
+    std::string why;
+    switch (mLocals->likenessTo(account, why)) {
+      case LocalAccounts::Likeness::Twin:
+        fault = "it " + why;
+        return false;
+      case LocalAccounts::Likeness::Copy:
+        user.hasLocalCopy = true;
+        return true;
+      case LocalAccounts::Likeness::None:
+        return true;
+    }
+    return false;
+  }
+
   const Directory& mDirectory;
+  LocalAccounts& mLocalAccounts;
+  std::shared_ptr<const LocalAccounts::Snapshot> mLocals;  ///< once there is a user to look at
+  std::vector<std::string_view> mNames;                    ///< room for those of an entry
   FaultLog& mFaults;
   bool mMayRepeat;
   bool mHasBegun = false;
@@ -89,16 +123,29 @@ class Directory::Collector {
   std::unordered_set<std::string_view> mSeen;  ///< GUIDs of the entries
 };
 
-Directory::Directory(Settings settings, HostOptions options, std::shared_ptr<FaultLog> faults,
+Directory::Directory(Settings settings, HostOptions options,
+                     std::shared_ptr<LocalAccounts> localAccounts, std::shared_ptr<FaultLog> faults,
                      Log& log, Clock& clock)
     : mNodeName("ldap/" + settings.name),
       mOptions(std::move(options)),
+      mLocalAccounts(std::move(localAccounts)),
       mFaults(std::move(faults)),
       mLog(log),
       mClock(clock),
       mServers(std::move(settings), mOptions),
       mSchemas(mServers.settings()),
-      mCache(clock) {}
+      mCache(clock),
+      mCachedUnder(mLocalAccounts->state()) {}
+
+Cache& Directory::cache() {
+  auto state = mLocalAccounts->state();
+  const std::lock_guard lock(mMutex);
+  if (state != mCachedUnder) {
+    mCachedUnder = std::move(state);
+    mCache.drop();
+  }
+  return mCache;
+}
 
 std::string Directory::whyAway(std::string_view fault) const {
   return mNodeName + ": can't be asked: " + std::string(fault);
@@ -223,7 +270,7 @@ void Directory::ask(Connection& connection, std::span<const Search> searches, co
 
 Entries Directory::search(std::vector<Search> searches) {
   if (searches.empty()) return {};
-  Collector collector(*this, *mFaults, searches.size() > 1);
+  Collector collector(*this, *mLocalAccounts, *mFaults, searches.size() > 1);
   Strings referrals;
   const auto limits = mServers.limits();
   bool hasBrokenOff = false;  // in the middle, whatever came of trying again

@@ -15,26 +15,29 @@
 #include "linux/ldap/Cache.h"
 #include "linux/ldap/client/Entry.h"
 #include "linux/ldap/client/Servers.h"
+#include "linux/records/LocalAccounts.h"
 #include "linux/records/LoginShells.h"
 #include "linux/records/NetworkNode.h"
 
 namespace gatehall::ldap {
 
-/// What the node of a network directory and its records share. From any thread. The log and the
-/// clock have to outlive it.
+/// What the node of a network directory and its records share. No entry comes out of it that has
+/// what is a local account's, or a user id out of the range that the settings give. From any
+/// thread. The log and the clock have to outlive it.
 class Directory {
  public:
   using Type = Schema::Type;
 
-  Directory(Settings settings, HostOptions options, std::shared_ptr<FaultLog> faults, Log& log,
-            Clock& clock);
+  Directory(Settings settings, HostOptions options, std::shared_ptr<LocalAccounts> localAccounts,
+            std::shared_ptr<FaultLog> faults, Log& log, Clock& clock);
 
   /// "ldap/NAME".
   const std::string& nodeName() const { return mNodeName; }
   const Settings& settings() const { return mServers.settings(); }
   const Schemas& schemas() const { return mSchemas; }
   Servers& servers() { return mServers; }
-  Cache& cache() { return mCache; }
+  /// Forgets what was fetched under other local accounts.
+  Cache& cache();
   Date now() { return mClock.now(); }
 
   /// Why it can't be asked, tried no more often than every few seconds; empty when it can. Raises
@@ -58,7 +61,8 @@ class Directory {
   bool hasOneBase() const { return mSchemas.users.base() == mSchemas.groups.base(); }
 
   /// Runs the searches; every entry once, whatever the number of searches that find it. Raises
-  /// DirectoryUnreachable when nothing is answered, PlatformException when an answer breaks off.
+  /// DirectoryUnreachable when nothing is answered, PlatformException when an answer breaks off and
+  /// when the local accounts can't be read.
   Entries search(std::vector<Search> searches);
 
   /// The values of one entry's attribute, as they are sent, and the attribute's name with its
@@ -134,6 +138,7 @@ class Directory {
 
   const std::string mNodeName;
   const HostOptions mOptions;
+  const std::shared_ptr<LocalAccounts> mLocalAccounts;
   const std::shared_ptr<FaultLog> mFaults;
   Log& mLog;
   Clock& mClock;
@@ -145,6 +150,7 @@ class Directory {
   std::optional<Attempt> mTried;
   std::optional<LoginShells> mShells;
   std::optional<bool> mComparesNames;
+  LocalAccounts::State mCachedUnder;
 };
 
 }  // namespace gatehall::ldap

@@ -46,6 +46,7 @@ class Query final : public DirectoryQuery {
     const std::size_t limit = mDescription.maximumResults;
     Records records;
     for (const auto& entry : candidates.entries) {
+      if (entry->hasLocalCopy) continue;
       auto found = std::make_shared<Record>(mDirectory, entry);
       if (!candidates.areExact) {
         const auto values = found->valuesForAttribute(mDescription.attribute);
@@ -67,7 +68,8 @@ std::shared_ptr<DirectoryRecord> Node::recordByTypeAndName(std::string_view type
                                                            std::string_view name, const Strings&) {
   if (type != record::Users && type != record::Groups) return nullptr;
   const auto wanted = type == record::Users ? Schema::Type::User : Schema::Type::Group;
-  const auto found = findByValues(*mDirectory, std::array{wanted}, Slot::Name, {std::string(name)});
+  auto found = findByValues(*mDirectory, std::array{wanted}, Slot::Name, {std::string(name)});
+  std::erase_if(found, [](const auto& entry) { return entry->hasLocalCopy; });
   if (found.empty()) return nullptr;
   const auto login = std::ranges::find_if(
       found, [&](const auto& entry) { return entry->first(Slot::Name) == name; });

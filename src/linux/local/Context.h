@@ -15,6 +15,7 @@
 #include "linux/files/FaultLog.h"
 #include "linux/files/HostOptions.h"
 #include "linux/hours/SessionLimits.h"
+#include "linux/local/OwnAccounts.h"
 #include "linux/local/Settings.h"
 #include "linux/records/LoginShells.h"
 
@@ -31,6 +32,7 @@ struct Host {
         faults(log),
         guids(options, faults),
         passwdLines(options, faults, clock),
+        ownAccounts(options, faults, guids, passwdLines),
         sessionLimits(options, faults) {}
 
   const HostOptions options;
@@ -38,6 +40,7 @@ struct Host {
   FaultLog faults;
   MachineGUIDs guids;
   PasswdLines passwdLines;
+  OwnAccounts ownAccounts;
   SessionLimits sessionLimits;
 };
 

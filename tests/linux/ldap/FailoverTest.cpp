@@ -285,7 +285,7 @@ TEST(LdapDirectories, AreAskedSideBySide) {
 TEST(LdapDirectories, AnswerInTheirOrderWhereverOneIsMuteAndAPartWillDo) {
   const ScriptedServer mute;
   const ScriptedServer otherMute;
-  const Slapd server({.ldif = ldifOf(LdifUser{"dana", 5000}) + ldifOf(LdifUser{"ann", 1000})});
+  const Slapd server({.ldif = ldifOf(LdifUser{"dana", 5000}) + ldifOf(LdifUser{"erin", 5001})});
   LdapMachine machine;
   const auto soon = std::string("tls = \"off\"\n") + kSoonForAnAnswer;
   machine.configure(LdapMachine::table("mute", LdapMachine::quoted(mute.uri()), soon) +
@@ -294,14 +294,15 @@ TEST(LdapDirectories, AnswerInTheirOrderWhereverOneIsMuteAndAPartWillDo) {
                     LdapMachine::table("still", LdapMachine::quoted(otherMute.uri()), soon));
   const auto found =
       machine.search()
-          ->query({{"Users"}, "RecordName", MatchType::EqualTo, {"ann", "dana"}, {}, 0})
+          ->query({{"Users"}, "RecordName", MatchType::EqualTo, {"ann", "dana", "erin"}, {}, 0})
           ->results(true);
   Strings places;
   for (const auto& each : *found) {
     places.push_back(values(each, "RecordName").front() + " " +
                      values(each, "MetaNodeLocation").front());
   }
-  EXPECT_THAT(places, ElementsAre("ann local", "dana ldap/one", "dana ldap/two"));
+  EXPECT_THAT(places, ElementsAre("ann local", "dana ldap/one", "erin ldap/one", "dana ldap/two",
+                                  "erin ldap/two"));
   EXPECT_EQ(machine.search()->unreachableSubnodeNames(), (Strings{"ldap/mute", "ldap/still"}));
   EXPECT_THROW(machine.search()->recordByTypeAndName("Users", "dana", {}), PlatformException);
 }

@@ -84,6 +84,7 @@ class EntryReader {
     }
     if (mEntry.first(Slot::Name).empty()) return refuse("it has no name");
     if (mEntry.of(Slot::GUID).size() != 1) return refuse("it has no GUID");
+    if (mEntry.of(Slot::UserID).size() > 1) return refuse("it has several user ids");
     mEntry.dn = dn;
     keepTexts();
     return true;
@@ -198,8 +199,8 @@ void sort(Entries& entries) {
   std::ranges::transform(keyed, entries.begin(), [](Keyed& each) { return std::move(each.entry); });
 }
 
-std::shared_ptr<const Entry> readEntry(const Schemas& schemas, std::string_view dn,
-                                       std::span<const Attribute> attributes, std::string& fault) {
+std::shared_ptr<Entry> readEntry(const Schemas& schemas, std::string_view dn,
+                                 std::span<const Attribute> attributes, std::string& fault) {
   fault.clear();
   if (dn.empty() && attributes.empty()) {
     fault = "it can't be decoded";

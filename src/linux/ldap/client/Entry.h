@@ -32,6 +32,8 @@ struct Entry {
   std::unique_ptr<const char[]> all;  ///< the texts
   /// Where the rest of the members begins, of a server that hands out only so many at once.
   std::optional<std::uint32_t> membersContinueAt;
+  /// A local account is the copy of this one and stands for it: a member by its name, no record.
+  bool hasLocalCopy = false;
 
   std::span<const Value> of(Slot slot) const;
   Strings texts(Slot slot) const;
@@ -58,9 +60,9 @@ struct Schemas {
 
 /// Reads what a server sent. nullptr for an entry that is neither user nor group (the fault is
 /// empty then) and for one that can't be relied on: without a name or a GUID, with values of
-/// unbearable length or that are no UTF-8, with an id that is none.
-std::shared_ptr<const Entry> readEntry(const Schemas& schemas, std::string_view dn,
-                                       std::span<const Attribute> attributes, std::string& fault);
+/// unbearable length or that are no UTF-8, with an id that is none or with several user ids.
+std::shared_ptr<Entry> readEntry(const Schemas& schemas, std::string_view dn,
+                                 std::span<const Attribute> attributes, std::string& fault);
 
 /// The bytes of a GUID's text as the schema's filter has to spell them; empty for what is no GUID.
 std::optional<std::string> guidForFilter(const Schema& schema, std::string_view guid);

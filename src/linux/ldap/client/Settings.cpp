@@ -59,6 +59,7 @@ class DirectoryReader {
     readSeconds("total-time-limit", settings.totalTimeLimit);
     readPageSize(settings.pageSize);
     readFlag("follow-referrals", settings.followsReferrals);
+    readUserIDs(settings.userIDs);
     for (const auto& [key, value] : mTable) {
       if (!mKnown.contains(std::string(key.str()))) {
         reportUnknownKey(mFaults, key, "directory");
@@ -81,6 +82,11 @@ class DirectoryReader {
 
   void report(const toml::node& where, std::string_view key, std::string_view fault) {
     mIsFaulty = true;
+    doubt(where, key, fault);
+  }
+
+  /// Reports what doesn't make the directory unusable.
+  void doubt(const toml::node& where, std::string_view key, std::string_view fault) {
     mFaults.report(DirectoryFile::kPath, where.source().begin.line,
                    "directory." + std::string(key) + " " + std::string(fault));
   }
@@ -137,6 +143,25 @@ class DirectoryReader {
       return report(*node, "page-size", "is not a number from 1 to 100000");
     }
     size = static_cast<std::int32_t>(value->get());
+  }
+
+  /// A bound that can't be meant leaves the default, which keeps system accounts out.
+  void readUserID(std::string_view key, std::uint32_t& userID) {
+    const auto* node = find(key);
+    if (node == nullptr) return;
+    const auto* value = node->as_integer();
+    if (value == nullptr || value->get() < 1 || value->get() >= UINT32_MAX) {
+      return doubt(*node, key, "is not a user id from 1 to 4294967294");
+    }
+    userID = static_cast<std::uint32_t>(value->get());
+  }
+
+  void readUserIDs(UserIDRange& range) {
+    readUserID("min-id", range.first);
+    readUserID("max-id", range.last);
+    if (range.first <= range.last) return;
+    range = {};
+    doubt(mTable, "min-id", "is above max-id");
   }
 
   template <class Choice, std::size_t count>

@@ -10,6 +10,7 @@
 #include "linux/files/FaultLog.h"
 #include "linux/files/HostOptions.h"
 #include "linux/ldap/client/URI.h"
+#include "linux/records/AccountID.h"
 
 namespace gatehall::ldap {
 
@@ -38,6 +39,7 @@ struct Settings {
   std::chrono::milliseconds totalTimeLimit{30000};  ///< for all answers to one question
   std::optional<std::int32_t> pageSize;  ///< entries; absent: as many as the server sends fast
   bool followsReferrals = false;
+  UserIDRange userIDs;  ///< of accounts; others' are left out
 
   /// The directories in the file's order. One that is set up wrongly is left out, and the log names
   /// file, line and key.

@@ -1,0 +1,139 @@
+#include "linux/local/OwnAccounts.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "gatehall/base/PlatformException.h"
+#include "gatehall/platform/AttributeKinds.h"
+#include "linux/accounts/AccountFiles.h"
+#include "linux/accounts/UserRecord.h"
+#include "linux/records/AccountID.h"
+#include "portable/NameBasedUUID.h"
+
+namespace gatehall::local {
+
+namespace {
+
+constexpr std::string_view kRecords = "/etc/userdb";
+constexpr std::size_t kUserIDField = 2;
+
+/// "NAME" of each file NAME.user, whatever is in it; an id is another name of a record.
+std::unordered_set<std::string> recordFiles(const HostOptions& options) {
+  std::unordered_set<std::string> stems;
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(
+      opendir((options.root + std::string(kRecords)).c_str()), closedir);
+  if (!folder) {
+    if (errno == ENOENT || errno == ENOTDIR) return stems;
+    throw PlatformException(std::string(kRecords) + ": " + strerrordesc_np(errno));
+  }
+  for (;;) {
+    errno = 0;
+    const auto* entry = readdir(folder.get());
+    if (entry == nullptr) break;
+    constexpr std::string_view kSuffix = ".user";
+    const std::string_view file = entry->d_name;
+    if (file.ends_with(kSuffix)) stems.emplace(file.substr(0, file.size() - kSuffix.size()));
+  }
+  if (errno != 0) throw PlatformException(std::string(kRecords) + ": " + strerrordesc_np(errno));
+  return stems;
+}
+
+class OwnAccountsSnapshot final : public LocalAccounts::Snapshot {
+ public:
+  OwnAccountsSnapshot(const HostOptions& options, FaultLog& faults, MachineGUIDs& guids,
+                      std::shared_ptr<const PasswdLines::Snapshot> lines)
+      : mGUIDs(guids), mLines(std::move(lines)), mNames(recordFiles(options)) {
+    for (const auto& name : mNames) {
+      if (const auto id = accountID(name)) mUserIDs.insert(*id);
+    }
+    if (mNames.empty()) return;
+    mRecords = UserRecords(options, faults);
+    for (const auto& record : mRecords.all()) {
+      mNames.insert(record->userName);
+      mNames.insert(record->aliases.begin(), record->aliases.end());
+      if (record->userID) mUserIDs.insert(*record->userID);
+      if (record->uuid) mUUIDs.insert(*record->uuid);
+    }
+  }
+
+  LocalAccounts::Likeness likenessTo(const NetworkAccount& account,
+                                     std::string& why) const override {
+    using Likeness = LocalAccounts::Likeness;
+    const auto guid = parseUUID(account.guid);
+    const auto copy = copyOf(account, guid);
+    bool isLike = copy != nullptr;
+    const auto isTwin = [&](bool isLocal, bool isCopys, const std::string& what) {
+      isLike = isLike || isLocal;
+      if (!isLocal || isCopys) return false;
+      why = "has " + what + " of a local account";
+      return true;
+    };
+    for (const auto name : account.names) {
+      const bool isCopys = copy && (name == copy->userName ||
+                                    std::ranges::find(copy->aliases, name) != copy->aliases.end());
+      if (isTwin(hasName(name), isCopys, "the name " + printable(name))) return Likeness::Twin;
+    }
+    if (account.userID) {
+      const auto id = *account.userID;
+      const bool isCopys = copy && userIDOf(*copy) == id;
+      if (isTwin(hasUserID(id), isCopys, "the user id " + std::to_string(id))) {
+        return Likeness::Twin;
+      }
+    }
+    const bool isCopysGUID = copy && copy->uuid && copy->uuid == guid;
+    if (guid && isTwin(hasGUID(*guid), isCopysGUID, "the GUID")) return Likeness::Twin;
+    return isLike ? Likeness::Copy : Likeness::None;
+  }
+
+ private:
+  /// The local account that is a copy of that one; nullptr when there is none.
+  std::shared_ptr<const UserRecord> copyOf(const NetworkAccount& account,
+                                           const std::optional<UUIDBytes>& guid) const {
+    auto record = account.names.empty() ? nullptr : mRecords.named(account.names.front());
+    if (!record) return nullptr;
+    const auto original = record->attributes.find(attribute::OriginalNodeName);
+    const bool isOfNode =
+        original != record->attributes.end() &&
+        std::ranges::find(original->second, account.nodeName) != original->second.end();
+    return isOfNode || (record->uuid && record->uuid == guid) ? record : nullptr;
+  }
+
+  std::optional<std::uint32_t> userIDOf(const UserRecord& record) const {
+    const auto line = mLines->lineNamed(record.userName);
+    return line.empty() ? record.userID : accountID(accountLine::field(line, kUserIDField));
+  }
+
+  bool hasName(std::string_view name) const {
+    return !mLines->lineNamed(name).empty() || mNames.contains(std::string(name));
+  }
+  bool hasUserID(std::uint32_t userID) const {
+    return mLines->hasUserID(userID) || mUserIDs.contains(userID);
+  }
+  bool hasGUID(const UUIDBytes& guid) const {
+    return mUUIDs.contains(guid) || (isNameBased(guid) && mLines->userIDOf(guid, mGUIDs));
+  }
+
+  MachineGUIDs& mGUIDs;
+  const std::shared_ptr<const PasswdLines::Snapshot> mLines;
+  UserRecords mRecords;
+  std::unordered_set<std::string> mNames;  ///< of the records
+  std::unordered_set<std::uint32_t> mUserIDs;
+  std::unordered_set<UUIDBytes, GUIDHash> mUUIDs;
+};
+
+}  // namespace
+
+std::shared_ptr<const LocalAccounts::Snapshot> OwnAccounts::current() {
+  return std::make_shared<OwnAccountsSnapshot>(mOptions, mFaults, mGUIDs, mPasswdLines.whole());
+}
+
+LocalAccounts::State OwnAccounts::state() const {
+  return {FileState::of(mOptions.root + std::string(accountFiles::kPasswd)),
+          FileState::of(mOptions.root + std::string(kRecords))};
+}
+
+}  // namespace gatehall::local
