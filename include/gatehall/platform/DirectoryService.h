@@ -140,10 +140,11 @@ class GATEHALL_EXPORT DirectoryRecord {
   virtual bool setValue(std::string_view value, std::string_view kind) = 0;
 
   /// True when the password is the account's. A refusal fills the error as far as the directory has
-  /// something to say. Never counts as a failed login attempt of the host's. May raise.
+  /// something to say; one with a domain has a code other than 0, which would read as accepted.
+  /// Never counts as a failed login attempt of the host's. May raise.
   virtual bool verifyPassword(std::string_view password, DirectoryError& error) = 0;
 
-  /// Changes the account's password; a refusal fills the error. May raise.
+  /// Changes the account's password; a refusal fills the error as that of verifyPassword. May raise.
   virtual bool changePassword(std::string_view oldPassword, std::string_view newPassword,
                               DirectoryError& error) = 0;
 

@@ -19,24 +19,20 @@ constexpr std::int64_t kSecondsOfDay = 86400;
 }  // namespace
 
 bool Password::verify(std::string_view password, DirectoryError& error) {
-  error.domain = kDirectoryErrorDomain;
+  const auto refuse = [&error](std::int64_t code) {
+    error = {std::string(kDirectoryErrorDomain), code};
+    return false;
+  };
   const auto stored = this->stored();
-  if (stored.isDisabled) {
-    error.code = directoryError::kAccountDisabled;
-    return false;
-  }
-  if (stored.isUnreadable) {
-    error.code = directoryError::kHashUnreadable;
-    return false;
-  }
+  if (stored.isDisabled) return refuse(directoryError::kAccountDisabled);
+  if (stored.isUnreadable) return refuse(directoryError::kHashUnreadable);
   for (const auto hash : stored.hashes) {
     const bool isAccepted = hash.empty() ? password.empty() : passwordMatchesHash(password, hash);
     if (!isAccepted) continue;
     error = {};
     return true;
   }
-  error.code = directoryError::kPasswordRefused;
-  return false;
+  return refuse(directoryError::kPasswordRefused);
 }
 
 std::string_view Password::mark() { return stored().mayBeGiven() ? "********" : "*"; }

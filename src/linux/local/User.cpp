@@ -253,19 +253,19 @@ bool User::verifyPassword(std::string_view password, DirectoryError& error) {
 
 bool User::changePassword(std::string_view oldPassword, std::string_view newPassword,
                           DirectoryError& error) {
+  const auto refuse = [&error](std::int64_t code) {
+    error = {std::string(kDirectoryErrorDomain), code};
+    return false;
+  };
   std::string name;
   {
     const std::lock_guard lock(mMutex);
-    if (mAccount.standsAlone) {
-      // PAM's "passwd" knows the accounts of /etc/passwd.
-      error = {std::string(kDirectoryErrorDomain), directoryError::kPasswordServiceUnavailable};
-      return false;
-    }
+    // PAM's "passwd" knows the accounts of /etc/passwd.
+    if (mAccount.standsAlone) return refuse(directoryError::kPasswordServiceUnavailable);
     name = mAccount.entry.name;
   }
   // PAM asks a process of root's for no old password.
   if (getuid() == 0 && !verifyPassword(oldPassword, error)) return false;
-  error.domain = kDirectoryErrorDomain;
   switch (changePasswordThroughPam(mHost->options, name, oldPassword, newPassword)) {
     case PasswordChange::Done: {
       error = {};
@@ -274,16 +274,13 @@ bool User::changePassword(std::string_view oldPassword, std::string_view newPass
       return true;
     }
     case PasswordChange::OldPasswordRefused:
-      error.code = directoryError::kPasswordRefused;
-      return false;
+      return refuse(directoryError::kPasswordRefused);
     case PasswordChange::NewPasswordRefused:
-      error.code = directoryError::kNewPasswordRefused;
-      return false;
+      return refuse(directoryError::kNewPasswordRefused);
     case PasswordChange::Unavailable:
       break;
   }
-  error.code = directoryError::kPasswordServiceUnavailable;
-  return false;
+  return refuse(directoryError::kPasswordServiceUnavailable);
 }
 
 bool User::isMember(DirectoryRecord&) { return false; }

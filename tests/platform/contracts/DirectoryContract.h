@@ -296,8 +296,20 @@ TEST_P(DirectoryContract, VerifiesPasswords) {
     DirectoryError error;
     EXPECT_TRUE(record->verifyPassword(account.password, error)) << account.name;
     EXPECT_FALSE(record->verifyPassword("xyzzy", error)) << account.name;
+    EXPECT_FALSE(error.domain && error.code == 0) << account.name << ": reads as accepted";
     EXPECT_EQ(record->verifyPassword("", error), std::string_view(account.password).empty())
         << account.name;
+  }
+}
+
+TEST_P(DirectoryContract, RefusesThePasswordsOfWhatHasNoneWithACode) {
+  for (const auto& group : kGroups) {
+    DirectoryError error;
+    EXPECT_FALSE(find(record::Groups, group.name)->verifyPassword("xyzzy", error)) << group.name;
+    EXPECT_FALSE(error.domain && error.code == 0) << group.name;
+    error = {};
+    EXPECT_FALSE(find(record::Groups, group.name)->changePassword("xyzzy", "zyxxy", error));
+    EXPECT_FALSE(error.domain && error.code == 0) << group.name;
   }
 }
 
