@@ -9,6 +9,7 @@
 #include <string>
 
 #include "portable/LazyLibrary.h"
+#include "portable/formats/BinaryPropertyList.h"
 #include "portable/formats/PropertyListLimits.h"
 #include "portable/text/Utf8.h"
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "portable/formats/BinaryPropertyList.h"
 #include "portable/formats/PropertyList.h"
 
 namespace gatehall {
@@ -92,95 +93,40 @@ class XMLNesting {
   int mDepth = 0;
 };
 
-/// The objects of a binary list, as far as they refer to each other. The format: a table of the
-/// objects' offsets, found through the trailer; a marker byte in front of each object whose upper
-/// half is its kind and whose lower half its count, 15 when an integer object with the count
-/// follows.
+/// The objects of a binary list, as far as they refer to each other.
 class BinaryNesting {
  public:
-  explicit BinaryNesting(std::string_view bytes) : mBytes(bytes) {
-    constexpr std::size_t trailerLength = 32;
-    if (bytes.size() < kBinaryPropertyListMagic.size() + trailerLength) damaged(0);
-    const auto trailer = bytes.size() - trailerLength;
-    mOffsetSize = number(trailer + 6, 1);
-    mReferenceSize = number(trailer + 7, 1);
-    mObjects = number(trailer + 8, 8);
-    mRoot = number(trailer + 16, 8);
-    mTable = number(trailer + 24, 8);
-    const auto isSize = [](std::uint64_t size) { return size >= 1 && size <= 8; };
-    if (!isSize(mOffsetSize) || !isSize(mReferenceSize) || mTable > trailer ||
-        mObjects > (trailer - mTable) / mOffsetSize) {
-      damaged(trailer);
-    }
-  }
+  explicit BinaryNesting(std::string_view bytes) : mList(bytes) {}
 
-  void check() { unfold(mRoot, 1); }
+  void check() { unfold(mList.root(), 1); }
 
  private:
-  [[noreturn]] static void damaged(std::uint64_t at) {
-    throw MalformedPropertyList("byte " + std::to_string(at) + ": no binary property list");
-  }
-
-  std::uint64_t number(std::uint64_t at, std::uint64_t size) const {
-    if (at > mBytes.size() || mBytes.size() - at < size) damaged(at);
-    std::uint64_t value = 0;
-    for (const char byte : mBytes.substr(at, size)) {
-      value = value << 8U | static_cast<unsigned char>(byte);
-    }
-    return value;
-  }
-
-  struct Object {
-    unsigned kind;
-    std::uint64_t count;
-    std::uint64_t content;
-  };
-
-  Object object(std::uint64_t index) const {
-    if (index >= mObjects) damaged(mTable);
-    const auto offset = number(mTable + index * mOffsetSize, mOffsetSize);
-    const auto marker = static_cast<unsigned>(number(offset, 1));
-    Object found{marker >> 4U, marker & 0xFU, offset + 1};
-    const bool counted = found.kind == 4 || found.kind == 5 || found.kind == 6 || found.kind > 9;
-    if (counted && found.count == 0xF) {
-      const auto integer = number(found.content, 1);
-      const auto size = std::uint64_t{1} << (integer & 0xFU);
-      if (integer >> 4U != 1 || size > 8) damaged(found.content);
-      found.count = number(found.content + 1, size);
-      found.content += 1 + size;
-    }
-    // However long an element is, there are never more than there are bytes.
-    if (counted && found.count > mBytes.size()) damaged(offset);
-    return found;
-  }
+  using Object = BinaryPropertyList::Object;
 
   /// Visits the object and all that it holds, an object that is held twice also twice.
   void unfold(std::uint64_t index, int depth) {
-    const auto [kind, count, content] = object(index);
-    const bool isText = kind >= 4 && kind <= 6;
-    spend(kValueCost + (isText ? 2 * count : 0));
-    const bool isDictionary = kind == 0xD;
-    if (!isDictionary && kind != 0xA && kind != 0xC) return;
+    const auto object = mList.object(index);
+    const bool isText = object.kind >= 4 && object.kind <= 6;
+    spend(kValueCost + (isText ? 2 * object.count : 0));
+    const bool isDictionary = object.kind == Object::kDictionary;
+    if (!isDictionary && object.kind != Object::kArray && object.kind != Object::kSet) return;
     // An object that holds itself comes here as well.
     if (depth > kDeepest) tooDeep("object " + std::to_string(index) + ": ");
-    const auto references = isDictionary ? 2 * count : count;
+    const auto references = isDictionary ? 2 * object.count : object.count;
     for (std::uint64_t reference = 0; reference < references; ++reference) {
-      const auto held = number(content + reference * mReferenceSize, mReferenceSize);
-      if (isDictionary && reference < count) checkKey(held);
+      const auto held = mList.reference(object, reference);
+      if (isDictionary && reference < object.count) checkKey(held);
       unfold(held, depth + 1);
     }
   }
 
   /// libplist ends the process over a key that goes on behind a NUL character.
   void checkKey(std::uint64_t index) const {
-    const auto [kind, count, content] = object(index);
-    const std::uint64_t unit = kind == 6 ? 2 : 1;
-    if (kind != 5 && kind != 6) return;
-    for (std::uint64_t at = 0; at < count; ++at) {
-      if (number(content + at * unit, unit) == 0) {
-        throw MalformedPropertyList("object " + std::to_string(index) +
-                                    ": a key with a NUL character");
-      }
+    const auto object = mList.object(index);
+    if (object.kind != Object::kASCII && object.kind != Object::kUTF16) return;
+    if (mList.text(object).find(u'\0') != std::u16string::npos) {
+      throw MalformedPropertyList("object " + std::to_string(index) +
+                                  ": a key with a NUL character");
     }
   }
 
@@ -189,12 +135,7 @@ class BinaryNesting {
     if (mUnfolded > kLargestUnfolded) throw MalformedPropertyList("more than 64 MiB when unfolded");
   }
 
-  std::string_view mBytes;
-  std::uint64_t mOffsetSize = 0;
-  std::uint64_t mReferenceSize = 0;
-  std::uint64_t mObjects = 0;
-  std::uint64_t mRoot = 0;
-  std::uint64_t mTable = 0;
+  BinaryPropertyList mList;
   std::uint64_t mUnfolded = 0;
 };
 

@@ -10,7 +10,4 @@ namespace gatehall {
 /// with a NUL character, and when it is too damaged to tell.
 void checkPropertyListLimits(std::string_view bytes);
 
-/// The first bytes of a binary property list.
-inline constexpr std::string_view kBinaryPropertyListMagic = "bplist00";
-
 }  // namespace gatehall
