@@ -52,6 +52,7 @@ class Machine {
     auto name = (std::filesystem::temp_directory_path() / "gatehall-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary directory");
     options.root = name;
+    umask(022);  // folders as an administrator's are
     write("/etc/machine-id", "0123456789abcdef0123456789abcdef\n");
     write("/etc/shells", "# those that log in\n/bin/sh\n/bin/bash\n");
     write("/etc/passwd", "");
