@@ -32,8 +32,10 @@ class GATEHALL_EXPORT PropertyListReader {
  public:
   virtual ~PropertyListReader() = default;
 
-  /// The file's top-level value; absent when the file is missing, unreadable, malformed, or not to
-  /// be trusted (others than its owner and root can write it). May raise PlatformException.
+  /// The file's top-level value; absent when there is no such file. One that is there and can't be
+  /// used (unreadable, malformed, empty, not to be trusted because others than its owner and root
+  /// can write it) or says what it can't mean raises PlatformException, whose text names the file
+  /// and the reason: it may be the policy by which somebody is refused.
   virtual std::optional<Value> readPropertyList(std::string_view path) = 0;
 };
 

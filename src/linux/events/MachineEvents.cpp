@@ -13,7 +13,7 @@ constexpr const char* kLocale = "org.freedesktop.locale1";
 constexpr const char* kEtc = "/etc";
 
 /// Whatever changes in them, besides /etc, may be about who is shown.
-constexpr const char* kSettings[] = {"/etc/gatehall", "/etc/userdb",
+constexpr const char* kSettings[] = {"/etc/gatehall", "/etc/gatehall/managed", "/etc/userdb",
                                      "/Library/Managed Preferences"};
 
 }  // namespace

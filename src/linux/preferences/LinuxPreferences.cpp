@@ -6,8 +6,9 @@
 #include "gatehall/base/PlatformException.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/files/OwnedFile.h"
-#include "linux/preferences/LinuxPropertyLists.h"
+#include "linux/preferences/PolicyFileContent.h"
 #include "linux/records/AccountLookup.h"
+#include "portable/formats/PropertyList.h"
 
 namespace gatehall {
 
@@ -20,21 +21,35 @@ bool isFileName(std::string_view domain) {
          std::none_of(domain.begin(), domain.end(), [](char c) { return c == '/' || c == '\0'; });
 }
 
-/// The file's entries; none, with a line in the log, when it holds something else.
-Dictionary readEntries(const std::string& path, std::initializer_list<std::uint32_t> owners,
-                       Log& log) {
-  const auto list = readOwnedPropertyList(path, owners, log);
-  if (!list) return {};
-  const auto* entries = list->dictionary();
-  if (entries == nullptr) log.error("Ignoring " + path + ": it holds no dictionary.");
-  return entries == nullptr ? Dictionary() : *entries;
+/// The entries of a user's own file; none, with a line in the log, when it can't be used. Its owner
+/// could have written anything into it.
+Dictionary readUserEntries(const std::string& path, std::initializer_list<std::uint32_t> owners,
+                           Log& log) {
+  const auto ignore = [&](const std::string& why) {
+    log.error("Ignoring " + path + ": " + why + ".");
+    return Dictionary();
+  };
+  std::string fault;
+  const auto bytes = readOwnedFile(path, owners, kLargestPropertyList, fault);
+  if (!bytes) return fault.empty() ? Dictionary() : ignore(fault);
+  try {
+    const auto list = parsePropertyList(*bytes);
+    const auto* entries = list.dictionary();
+    return entries != nullptr ? *entries : ignore("it holds no dictionary");
+  } catch (const MalformedPropertyList& error) {
+    return ignore(error.what());
+  }
 }
 
 }  // namespace
 
 LinuxPreferences::LinuxPreferences(HostOptions options, DirectoryService& directory,
                                    Process& process, Log& log)
-    : mOptions(std::move(options)), mDirectory(directory), mProcess(process), mLog(log) {}
+    : mOptions(std::move(options)),
+      mDirectory(directory),
+      mProcess(process),
+      mLog(log),
+      mFaults(log) {}
 
 std::optional<Value> LinuxPreferences::copyApplicationValue(std::string_view key,
                                                             std::string_view domain) {
@@ -77,13 +92,13 @@ std::shared_ptr<const LinuxPreferences::Domain> LinuxPreferences::domainNamed(
 LinuxPreferences::Domain LinuxPreferences::read(std::string_view name) {
   if (!isFileName(name)) return {};
   const auto file = std::string(name) + ".plist";
-  const auto root = systemOwner(mOptions);
   Domain domain;
-  domain.system = readEntries(mOptions.root + "/etc/gatehall/" + file, {root}, mLog);
+  domain.system =
+      readPolicySettings(mOptions, "/etc/gatehall/" + file, mFaults).value_or(Dictionary());
   const auto user = mProcess.effectiveUserID();
   if (const auto home = homeDirectory(user)) {
-    domain.user =
-        readEntries(mOptions.root + *home + "/.config/gatehall/" + file, {user, root}, mLog);
+    domain.user = readUserEntries(mOptions.root + *home + "/.config/gatehall/" + file,
+                                  {user, systemOwner(mOptions)}, mLog);
   }
   return domain;
 }

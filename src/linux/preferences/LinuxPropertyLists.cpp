@@ -1,33 +1,25 @@
 #include "linux/preferences/LinuxPropertyLists.h"
 
+#include <array>
+#include <string>
 #include <utility>
 
-#include "linux/files/OwnedFile.h"
-#include "portable/formats/PropertyList.h"
+#include "linux/preferences/PolicyFileContent.h"
 
 namespace gatehall {
 
-std::optional<Value> readOwnedPropertyList(const std::string& path,
-                                           std::initializer_list<std::uint32_t> owners, Log& log) {
-  const auto ignore = [&](const std::string& why) {
-    log.error("Ignoring " + path + ": " + why + ".");
-    return std::nullopt;
-  };
-  std::string fault;
-  const auto bytes = readOwnedFile(path, owners, kLargestPropertyList, fault);
-  if (!bytes) return fault.empty() ? std::nullopt : ignore(fault);
-  try {
-    return parsePropertyList(*bytes);
-  } catch (const MalformedPropertyList& error) {
-    return ignore(error.what());
-  }
-}
-
 LinuxPropertyLists::LinuxPropertyLists(HostOptions options, Log& log)
-    : mOptions(std::move(options)), mLog(log) {}
+    : mOptions(std::move(options)), mFaults(log) {}
 
 std::optional<Value> LinuxPropertyLists::readPropertyList(std::string_view path) {
-  return readOwnedPropertyList(mOptions.root + std::string(path), {systemOwner(mOptions)}, mLog);
+  std::string managed("/etc/gatehall/managed/");
+  managed.append(path.substr(path.rfind('/') + 1));
+  for (const auto place : std::array<std::string_view, 2>{managed, path}) {
+    if (auto settings = readPolicySettings(mOptions, place, mFaults)) {
+      return Value(std::move(*settings));
+    }
+  }
+  return std::nullopt;
 }
 
 }  // namespace gatehall

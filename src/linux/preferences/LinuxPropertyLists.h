@@ -1,23 +1,19 @@
 #pragma once
 
-#include <cstdint>
-#include <initializer_list>
 #include <optional>
-#include <string>
+#include <string_view>
 
 #include "gatehall/platform/Log.h"
 #include "gatehall/platform/PreferenceStore.h"
+#include "linux/files/FaultLog.h"
 #include "linux/files/HostOptions.h"
 
 namespace gatehall {
 
-/// A file's property list when the file passes readOwnedFile's checks; absent, with one line in the
-/// log, when it holds none.
-std::optional<Value> readOwnedPropertyList(const std::string& path,
-                                           std::initializer_list<std::uint32_t> owners, Log& log);
-
-/// Property lists that the machine's administrator put down: files of root that nobody else can
-/// write.
+/// Property lists by which the machine's administrator decides. A file is looked for in
+/// /etc/gatehall/managed first, under its name, then where its path says; the first that is there
+/// is the answer, and raises PlatformException when it can't be used or says what it can't mean
+/// (readPolicySettings).
 class LinuxPropertyLists final : public PropertyListReader {
  public:
   LinuxPropertyLists(HostOptions options, Log& log);
@@ -26,7 +22,7 @@ class LinuxPropertyLists final : public PropertyListReader {
 
  private:
   HostOptions mOptions;
-  Log& mLog;
+  FaultLog mFaults;
 };
 
 }  // namespace gatehall

@@ -10,8 +10,8 @@
 
 #include "gatehall/linux/LinuxPlatform.h"
 #include "linux/preferences/LinuxPreferences.h"
-#include "linux/preferences/LinuxPropertyLists.h"
 #include "tests/linux/Machine.h"
+#include "tests/linux/UnusableFiles.h"
 #include "tests/linux/preferences/PropertyListText.h"
 #include "tests/platform/contracts/PreferenceContract.h"
 
@@ -115,27 +115,21 @@ TEST_F(LinuxPreferencesTest, KeepsNothingThatWasReadBeforeItWasToReadAnew) {
   EXPECT_EQ(read("a"), "new");
 }
 
-TEST_F(LinuxPreferencesTest, IgnoresFilesThatOthersCanWriteAndSaysSoOnce) {
-  write(kSystemFile, Dictionary{{"a", 1}});
+TEST_F(LinuxPreferencesTest, IgnoresAUsersFileThatOthersCanWriteAndSaysSoOnce) {
   write(kUserFile, Dictionary{{"a", 2}});
-  setMode(kSystemFile, 0664);
   setMode(kUserFile, 0646);
   EXPECT_FALSE(read("a"));
   EXPECT_FALSE(read("a"));
   EXPECT_THAT(machine.log.lines(),
-              ElementsAre(ignored(kSystemFile, "others than its owner can write it"),
-                          ignored(kUserFile, "others than its owner can write it")));
+              ElementsAre(ignored(kUserFile, "others than its owner can write it")));
 }
 
-TEST_F(LinuxPreferencesTest, IgnoresFilesOfOthers) {
+TEST_F(LinuxPreferencesTest, IgnoresAUsersFileOfOthers) {
   if (geteuid() != 0) GTEST_SKIP() << "Only root can give files to others.";
-  write(kSystemFile, Dictionary{{"a", 1}});
   write(kUserFile, Dictionary{{"a", 2}});
-  ASSERT_EQ(chown(machine.path(kSystemFile).c_str(), 1001, 50), 0);
   ASSERT_EQ(chown(machine.path(kUserFile).c_str(), 1001, 50), 0);
   EXPECT_FALSE(read("a"));
-  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kSystemFile, "it belongs to user 1001"),
-                                               ignored(kUserFile, "it belongs to user 1001")));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kUserFile, "it belongs to user 1001")));
 }
 
 TEST_F(LinuxPreferencesTest, ReadsTheUsersFileOfTheUserOrRoot) {
@@ -150,45 +144,100 @@ TEST_F(LinuxPreferencesTest, ReadsTheUsersFileOfTheUserOrRoot) {
   EXPECT_THAT(machine.log.lines(), IsEmpty());
 }
 
-TEST_F(LinuxPreferencesTest, FollowsNoLinkInAFilesPlace) {
+TEST_F(LinuxPreferencesTest, FollowsNoLinkInAUsersFilesPlace) {
   machine.write("/etc/elsewhere.plist", PropertyListText::of(Dictionary{{"a", 1}}));
-  machine.write("/etc/gatehall/other", "");
-  std::filesystem::create_symlink(machine.path("/etc/elsewhere.plist"), machine.path(kSystemFile));
+  machine.write("/home/ann/.config/gatehall/other", "");
+  std::filesystem::create_symlink(machine.path("/etc/elsewhere.plist"), machine.path(kUserFile));
   EXPECT_FALSE(read("a"));
-  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kSystemFile, "it is a symbolic link")));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kUserFile, "it is a symbolic link")));
 }
 
-TEST_F(LinuxPreferencesTest, WaitsForNoFIFOAndReadsNoFolder) {
-  machine.write("/etc/gatehall/other", "");
-  ASSERT_EQ(mkfifo(machine.path(kSystemFile).c_str(), 0600), 0);
+TEST_F(LinuxPreferencesTest, WaitsForNoFIFOOfAUsers) {
+  machine.write("/home/ann/.config/gatehall/other", "");
+  ASSERT_EQ(mkfifo(machine.path(kUserFile).c_str(), 0600), 0);
+  EXPECT_FALSE(read("a"));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kUserFile, "it is no regular file")));
+}
+
+TEST_F(LinuxPreferencesTest, ReadsNoFolderInAUsersFilesPlace) {
   std::filesystem::create_directories(machine.path(kUserFile));
   EXPECT_FALSE(read("a"));
-  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kSystemFile, "it is no regular file"),
-                                               ignored(kUserFile, "it is no regular file")));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kUserFile, "it is no regular file")));
 }
 
-TEST_F(LinuxPreferencesTest, SaysWhatIsWrongInAFileAndWhere) {
-  machine.write(kSystemFile, "<plist>\n<!-- never ends");
-  write(kUserFile, Array{"no", "dictionary"});
+TEST_F(LinuxPreferencesTest, SaysWhatIsWrongInAUsersFileAndWhere) {
+  machine.write(kUserFile, "<plist>\n<!-- never ends");
   EXPECT_FALSE(read("a"));
-  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kSystemFile, "line 2: no --> up to the end"),
+  write(kUserFile, Array{"no", "dictionary"});
+  preferences.synchronizePreferences(kDomain);
+  EXPECT_FALSE(read("a"));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kUserFile, "line 2: no --> up to the end"),
                                                ignored(kUserFile, "it holds no dictionary")));
 }
 
-TEST_F(LinuxPreferencesTest, ReadsNoFileLongerThanTheLimit) {
-  machine.write(kSystemFile, "");
-  ASSERT_EQ(truncate(machine.path(kSystemFile).c_str(), 1L << 40), 0);
+TEST_F(LinuxPreferencesTest, ReadsNoUsersFileLongerThanTheLimit) {
+  machine.write(kUserFile, "");
+  ASSERT_EQ(truncate(machine.path(kUserFile).c_str(), 1L << 40), 0);
   EXPECT_FALSE(read("a"));
-  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kSystemFile, "it is too long")));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(ignored(kUserFile, "it is too long")));
 }
+
+TEST_F(LinuxPreferencesTest, TakesWhatAUserWroteAsItStands) {
+  write(kUserFile,
+        Dictionary{{"DenyList", Array{"erin"}}, {"DenyLists", 1}, {"Hide500Users", "x"}});
+  EXPECT_EQ(read("DenyList"), Array{"erin"});
+  EXPECT_THAT(machine.log.lines(), IsEmpty());
+}
+
+TEST_F(LinuxPreferencesTest, RaisesForTheSystemsFileUntilItIsMendedOrGone) {
+  write(kUserFile, Dictionary{{"Hide500Users", true}});
+  write(kSystemFile, Dictionary{{"DenyList", Array{"erin"}}});
+  bool exists = false;
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_THROW(read("DenyList"), PlatformException);
+    EXPECT_THROW(read("Hide500Users"), PlatformException) << "whichever key is asked for";
+    EXPECT_THROW(preferences.applicationBoolean("Hide500Users", kDomain, exists),
+                 PlatformException);
+    preferences.synchronizePreferences(kDomain);
+  }
+  write(kSystemFile, Dictionary{{"DenyList", Array{"*"}}});
+  EXPECT_EQ(read("DenyList"), Array{"*"});
+  machine.remove(kSystemFile);
+  preferences.synchronizePreferences(kDomain);
+  EXPECT_EQ(read("DenyList"), std::nullopt);
+  EXPECT_EQ(read("Hide500Users"), true);
+}
+
+class UnusableSystemPreferences : public testing::TestWithParam<UnusableFile> {};
+
+TEST_P(UnusableSystemPreferences, RaiseWithTheReason) {
+  Machine machine;
+  AnnsProcess process;
+  LinuxPreferences preferences{machine.options, machine.directory(), process, machine.log};
+  machine.write(kSystemFile, PropertyListText::of(Dictionary{{"DenyList", Array{"*"}}}));
+  const auto obstacle = GetParam().make(machine, kSystemFile);
+  if (!obstacle.empty()) GTEST_SKIP() << obstacle;
+  for (int time = 0; time < 2; ++time) {
+    try {
+      preferences.copyApplicationValue("DenyList", kDomain);
+      FAIL() << "nothing was raised";
+    } catch (const PlatformException& error) {
+      EXPECT_EQ(error.what(), std::string(kSystemFile) + ": " + GetParam().reasonFor(kSystemFile));
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryWay, UnusableSystemPreferences,
+                         testing::ValuesIn(UnusableFile::all()),
+                         [](const auto& each) { return each.param.name; });
 
 TEST_F(LinuxPreferencesTest, ReadsBinaryPropertyLists) {
   const std::string header = "bplist00";
-  std::string bytes = header + "\xD1\x01\x02" + "\x51" + "a" + "\x09";
-  bytes += std::string("\x08\x0B\x0D", 3) + std::string(6, '\0') + "\x01\x01";
-  bytes += std::string(7, '\0') + "\x03" + std::string(8, '\0') + std::string(7, '\0') + "\x0E";
+  std::string bytes = header + "\xD1\x01\x02" + "\x5C" + "Hide500Users" + "\x09";
+  bytes += std::string("\x08\x0B\x18", 3) + std::string(6, '\0') + "\x01\x01";
+  bytes += std::string(7, '\0') + "\x03" + std::string(8, '\0') + std::string(7, '\0') + "\x19";
   machine.write(kSystemFile, bytes);
-  EXPECT_EQ(read("a"), true);
+  EXPECT_EQ(read("Hide500Users"), true);
   EXPECT_THAT(machine.log.lines(), IsEmpty());
 }
 
@@ -215,18 +264,6 @@ TEST_F(LinuxPreferencesTest, ReadsTheSystemsFileForAUserWithoutAnAccount) {
   process.userID = 4242;
   write(kSystemFile, Dictionary{{"a", 1}});
   EXPECT_EQ(read("a"), 1);
-}
-
-TEST(LinuxPropertyLists, IgnoresAManagedFileThatOthersCanWrite) {
-  constexpr const char* path = "/Library/Managed Preferences/com.orvane.Tavlo.plist";
-  Machine machine;
-  LinuxPropertyLists lists(machine.options, machine.log);
-  machine.write(path, PropertyListText::of(Dictionary{{"a", 1}}));
-  EXPECT_EQ(lists.readPropertyList(path), (Dictionary{{"a", 1}}));
-  ASSERT_EQ(chmod(machine.path(path).c_str(), 0666), 0);
-  EXPECT_FALSE(lists.readPropertyList(path));
-  EXPECT_THAT(machine.log.lines(), ElementsAre("Ignoring " + machine.path(path) +
-                                               ": others than its owner can write it."));
 }
 
 }  // namespace

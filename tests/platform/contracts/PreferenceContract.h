@@ -104,8 +104,8 @@ TEST_P(PreferenceContract, ReadsAPropertyListFileAsItIsNow) {
   EXPECT_FALSE(files.readPropertyList(kManaged));
   mHost->storeManagedFile(kDomain, Dictionary{{"DenyList", Array{"*"}}});
   EXPECT_EQ(files.readPropertyList(kManaged), Dictionary({{"DenyList", Array{"*"}}}));
-  mHost->storeManagedFile(kDomain, Array{"not", "a dictionary"});
-  EXPECT_EQ(files.readPropertyList(kManaged), (Array{"not", "a dictionary"}));
+  mHost->storeManagedFile(kDomain, Dictionary{{"DenyList", Array{}}});
+  EXPECT_EQ(files.readPropertyList(kManaged), Dictionary({{"DenyList", Array{}}}));
   mHost->removeManagedFile(kDomain);
   EXPECT_FALSE(files.readPropertyList(kManaged));
 }
