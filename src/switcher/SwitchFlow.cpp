@@ -55,6 +55,14 @@ void switchToUserID(std::int32_t userID, bool isLastUser) {
   }
 }
 
+/// Whether the walk through these words comes to a user.
+bool nameAUser(std::span<const std::string_view> words) {
+  const auto word = std::ranges::find_if(words, [](auto each) {
+    return each.starts_with(kSuspend) || each.starts_with(kSwitchToUserID);
+  });
+  return word != words.end() && word->starts_with(kSwitchToUserID) && word + 1 != words.end();
+}
+
 }  // namespace
 
 void runSwitch(std::span<const std::string_view> words) {
@@ -67,8 +75,7 @@ void runSwitch(std::span<const std::string_view> words) {
     }
     if (!word->starts_with(kSwitchToUserID)) continue;
     if (++word == words.end()) return;
-    const bool isLastUser = std::none_of(
-        word + 1, words.end(), [](auto later) { return later.starts_with(kSwitchToUserID); });
+    const bool isLastUser = !nameAUser({word + 1, words.end()});
     switchToUserID(static_cast<std::int32_t>(integerPrefix(*word)), isLastUser);
   }
 }
