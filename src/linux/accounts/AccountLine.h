@@ -63,6 +63,10 @@ inline std::size_t split(std::string_view line, std::span<std::string_view> fiel
   }
 }
 
+/// The name without white space, control characters and marks that nobody sees (a byte order mark,
+/// zero-width characters), wherever they stand in it: what whoever wrote it took it for.
+std::string plainName(std::string_view name);
+
 /// Reads an id into number; else false, with the reason in fault.
 bool readID(std::string_view text, std::string_view what, std::uint32_t& number,
             std::string& fault);

@@ -200,7 +200,8 @@ void Group::collectMembers(Context& context, std::span<Group* const> groups) {
                                std::string fault;
                                const auto entry = parsePasswdLine(line, fault);
                                if (!entry) {
-                                 host.faults.report(accountFiles::kPasswd, number, fault);
+                                 if (!line.empty())
+                                   host.faults.report(accountFiles::kPasswd, number, fault);
                                  return true;
                                }
                                const auto record =

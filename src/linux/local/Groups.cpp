@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <map>
+#include <cerrno>
+#include <cstring>
 
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/accounts/AccountFiles.h"
@@ -10,6 +11,7 @@
 #include "linux/files/FaultLog.h"
 #include "linux/local/AdminGroup.h"
 #include "linux/local/Selection.h"
+#include "linux/local/UnreadableLines.h"
 #include "linux/records/AccountID.h"
 
 namespace gatehall::local {
@@ -24,6 +26,13 @@ class GroupSelection : public Selection {
 
   using Selection::isImpossible;
   using Selection::takes;
+
+  /// The id or GUID by which the line is asked for; empty when it can't be told.
+  std::string numberOf(std::string_view line) const {
+    if (mWay == Way::ID) return idText(line, mIDField);
+    const auto id = accountID(accountLine::field(line, kGroupIDField));
+    return id ? uuidText(mMachineGUIDs.ofGroup(*id)) : idText(line, kGroupIDField);
+  }
 
   bool takes(std::string_view line) const {
     switch (mWay) {
@@ -44,6 +53,9 @@ class GroupSelection : public Selection {
   /// be collected.
   bool mayWantAdmin() const { return !isByExactName() || mValues.matches(AdminGroup::kName); }
 
+  /// Root is an administrator without any file.
+  bool asksForAdminOnly() const { return mValues.size() == 1 && isByExactName() && mayWantAdmin(); }
+
  private:
   static constexpr std::size_t kGroupIDField = 2;
   static constexpr std::array<IDField, 1> kIDFields{{{attribute::PrimaryGroupID, kGroupIDField}}};
@@ -56,6 +68,12 @@ class GroupSelection : public Selection {
   MachineGUIDs& mMachineGUIDs;
 };
 
+bool isReadable(std::string_view line, std::string& fault) {
+  return parseGroupLine(line, fault).has_value();
+}
+
+constexpr LineFormat kFormat{accountFiles::kGroup, 4, isReadable};
+
 }  // namespace
 
 std::vector<std::shared_ptr<Group>> findGroups(const std::shared_ptr<Context>& context,
@@ -67,40 +85,39 @@ std::vector<std::shared_ptr<Group>> findGroups(const std::shared_ptr<Context>& c
   Found<Group> found(selection, description.maximumResults);
   std::optional<AdminGroup> admin;
   if (selection.mayWantAdmin()) admin.emplace(context->settings());
-  std::map<std::string, std::string, std::less<>> unreadable;
-  accountFiles::scanRequired(host.options, host.faults, accountFiles::kGroup,
-                             [&](std::string_view line, std::uint64_t number) {
-                               const bool isWanted = selection.takes(line);
-                               const auto name = accountLine::name(line);
-                               const bool isOfAdmin = admin && admin->isMadeOf(name);
-                               if (!isWanted && !isOfAdmin) return true;
-                               std::string fault;
-                               const auto entry = parseGroupLine(line, fault);
-                               if (!entry) {
-                                 host.faults.report(accountFiles::kGroup, number, fault);
-                                 if (isWanted && selection.isByExactName())
-                                   unreadable.emplace(name, fault);
-                                 return true;
-                               }
-                               if (isOfAdmin) admin->add(*entry, line);
-                               if (!isWanted || name == AdminGroup::kName) return true;
-                               if (found.isFull() || !found.isNew(name)) return true;
-                               found.add(std::make_shared<Group>(
-                                   context, Group::Identity{std::string(name), entry->groupID},
-                                   std::vector<std::string>{std::string(line)}));
-                               return admin || !(found.isFull() || found.hasAllNames());
-                             });
+  DoubtfulLines doubtful(kFormat);
+  const auto take = [&](std::string_view line, std::uint64_t number) {
+    const bool isWanted = selection.takes(line);
+    const auto name = accountLine::name(line);
+    const bool isOfAdmin = admin && admin->isMadeOf(name);
+    if (!isWanted && !isOfAdmin) return true;
+    std::string fault;
+    const auto entry = parseGroupLine(line, fault);
+    if (!entry) {
+      host.faults.report(accountFiles::kGroup, number, fault);
+      if (isWanted && selection.isByNumber()) doubtful.add(number, selection.numberOf(line), fault);
+      return true;
+    }
+    if (isOfAdmin) admin->add(*entry, line);
+    if (!isWanted || name == AdminGroup::kName) return true;
+    if (found.isFull() || !found.isNew(name)) return true;
+    found.add(std::make_shared<Group>(context, Group::Identity{std::string(name), entry->groupID},
+                                      std::vector<std::string>{std::string(line)}));
+    return admin || !(found.isFull() || found.hasAllNames());
+  };
+  const int error = accountFiles::scan(host.options, host.faults, accountFiles::kGroup, take);
+  if (error != 0 && !(error == ENOENT && selection.asksForAdminOnly())) {
+    throw PlatformException(std::string(accountFiles::kGroup) + ": " + strerrordesc_np(error));
+  }
   if (admin && !found.isFull()) {
     auto group = admin->make(context);
     if (selection.isByValue() || selection.takes(*group)) found.add(std::move(group));
   }
-  for (const auto& [name, fault] : unreadable) {
-    // Who is asked whether a group exists must not hear that it doesn't: an access list that can't
-    // be read would let everybody in.
-    if (!found.isNamed(name) && name != AdminGroup::kName) {
-      throw PlatformException(std::string(accountFiles::kGroup) + ": group " + printable(name) +
-                              ": " + fault);
-    }
+  const bool isNameMissing = selection.isByExactName() && !found.hasAllNames();
+  if (!found.isFull() && (isNameMissing || !doubtful.isEmpty())) {
+    const auto missing = selection.missing(found.records());
+    if (isNameMissing && !missing.empty()) requireNotHidden(host, kFormat, missing);
+    doubtful.require(missing);
   }
   if (asksFor(description, attribute::GroupMembership) ||
       asksFor(description, attribute::GroupMembers)) {

@@ -13,8 +13,10 @@ namespace gatehall::local {
 /// The groups that the query asks for: those of /etc/group in the file's order, then "admin". A
 /// group of that name in the file lends it its group id. Each account file is read at most once,
 /// and /etc/passwd only where members are asked for. Two lines of one name are one group to a
-/// query by name, the first as for getgrnam(3). Raises PlatformException when a file can't be read,
-/// and when all that stands under a name that was asked for can't be.
+/// query by name, the first as for getgrnam(3). Raises PlatformException when a file isn't there or
+/// can't be read, but for the question who is an administrator, which needs none; and when a group
+/// that was asked for by its name, id or GUID isn't found but may stand in a line that can't be
+/// read.
 std::vector<std::shared_ptr<Group>> findGroups(const std::shared_ptr<Context>& context,
                                                const QueryDescription& description);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/Ascii.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/accounts/AccountLine.h"
 #include "linux/records/AccountID.h"
@@ -73,6 +74,26 @@ bool Selection::takes(DirectoryRecord& record) const {
 bool Selection::takesID(std::string_view line) const {
   const auto id = accountID(accountLine::field(line, mIDField));
   return !id || (mIDs.size() == 1 ? *mIDs.begin() == *id : mIDs.contains(*id));
+}
+
+std::string Selection::idText(std::string_view line, std::size_t field) {
+  const auto text = accountLine::field(line, field);
+  const auto id = accountID(text);
+  if (id) return std::to_string(*id);
+  return std::string(ascii::isNumber(text) ? text : std::string_view());
+}
+
+std::set<std::string> Selection::single() const {
+  std::set<std::string> values;
+  if (isByExactName()) values.insert(mValues.distinct().begin(), mValues.distinct().end());
+  if (mWay == Way::ID) {
+    for (const auto id : mIDs) values.insert(std::to_string(id));
+  }
+  if (mWay == Way::GUID) {
+    for (const auto& guid : mGUIDs) values.insert(uuidText(guid));
+  }
+  values.erase("");
+  return values;
 }
 
 bool Selection::isImpossible() const {

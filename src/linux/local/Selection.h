@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -36,6 +37,23 @@ class Selection {
   /// Every record has to be asked for its value.
   bool isByValue() const { return mWay == Way::Value; }
 
+  /// Whether it asks for records of some ids, or of GUIDs that are made of ids.
+  bool isByNumber() const { return mWay == Way::ID || mWay == Way::GUID; }
+
+  /// The names, ids or GUIDs of this machine that are asked for and that none of the records has.
+  /// Empty when the query doesn't ask for single ones.
+  template <class Record>
+  std::set<std::string> missing(std::span<const std::shared_ptr<Record>> records) const {
+    auto values = single();
+    for (const auto& record : records) {
+      if (values.empty()) break;
+      for (const auto& value : record->valuesForAttribute(mKind).value_or(Strings())) {
+        values.erase(value);
+      }
+    }
+    return values;
+  }
+
   bool isByExactName() const { return mWay == Way::Name && mValues.isExact(); }
 
   /// So many records have all the names that are asked for.
@@ -56,6 +74,10 @@ class Selection {
 
   bool takesID(std::string_view line) const;
   bool isImpossible() const;
+  /// The line's id as a record would spell it, even one beyond all ids; empty when it is no number.
+  static std::string idText(std::string_view line, std::size_t field);
+  /// The values for which a record is expected; none when the query asks for more than single ones.
+  std::set<std::string> single() const;
 
   std::string mKind;
   MatchValues mValues;
@@ -81,7 +103,6 @@ class Found {
   bool isNew(std::string_view name) {
     return !mSelection.isByExactName() || mNames.emplace(name).second;
   }
-  bool isNamed(std::string_view name) const { return mNames.contains(std::string(name)); }
 
   void add(std::shared_ptr<Record> record) { mRecords.push_back(std::move(record)); }
 

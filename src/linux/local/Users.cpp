@@ -7,6 +7,7 @@
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/accounts/AccountFiles.h"
 #include "linux/local/Selection.h"
+#include "linux/local/UnreadableLines.h"
 #include "linux/records/AccountID.h"
 
 namespace gatehall::local {
@@ -30,6 +31,13 @@ class UserSelection : public Selection {
   }
 
   using Selection::takes;
+
+  /// The id or GUID by which the line is asked for; empty when it can't be told.
+  std::string numberOf(std::string_view line) const {
+    if (mWay == Way::ID) return idText(line, mIDField);
+    const auto id = accountID(accountLine::field(line, kUserIDField));
+    return id ? uuidText(mMachineGUIDs.ofUser(*id)) : idText(line, kUserIDField);
+  }
 
   bool takes(std::string_view line) {
     switch (mWay) {
@@ -97,6 +105,12 @@ class UserSelection : public Selection {
   bool mHashesAll = false;  ///< for GUIDs that were not made lately
 };
 
+bool isReadable(std::string_view line, std::string& fault) {
+  return parsePasswdLine(line, fault).has_value();
+}
+
+constexpr LineFormat kFormat{accountFiles::kPasswd, 7, isReadable};
+
 }  // namespace
 
 std::vector<std::shared_ptr<User>> findUsers(const std::shared_ptr<Context>& context,
@@ -107,6 +121,7 @@ std::vector<std::shared_ptr<User>> findUsers(const std::shared_ptr<Context>& con
   if (selection.isImpossible()) return {};
 
   Found<User> found(selection, description.maximumResults);
+  DoubtfulLines doubtful(kFormat);
   std::unordered_set<std::string_view> recordsUsed;
   const auto take = [&](std::string_view line, std::uint64_t number) {
     if (!records.isEmpty()) {
@@ -117,7 +132,8 @@ std::vector<std::shared_ptr<User>> findUsers(const std::shared_ptr<Context>& con
     std::string fault;
     const auto entry = parsePasswdLine(line, fault);
     if (!entry) {
-      host.faults.report(accountFiles::kPasswd, number, fault);
+      if (!line.empty()) host.faults.report(accountFiles::kPasswd, number, fault);
+      if (selection.isByNumber()) doubtful.add(number, selection.numberOf(line), fault);
       return true;
     }
     if (!found.isNew(entry->name)) return true;
@@ -139,6 +155,12 @@ std::vector<std::shared_ptr<User>> findUsers(const std::shared_ptr<Context>& con
     if (found.isFull() || recordsUsed.contains(record->userName) || !record->userID) continue;
     auto user = std::make_shared<User>(context, record);
     if (selection.isByValue() || selection.takes(*user)) found.add(std::move(user));
+  }
+  const bool isNameMissing = selection.isByExactName() && !found.hasAllNames();
+  if (!found.isFull() && (isNameMissing || !doubtful.isEmpty())) {
+    const auto missing = selection.missing(found.records());
+    if (isNameMissing && !missing.empty()) requireNotHidden(host, kFormat, missing);
+    doubtful.require(missing);
   }
 
   if (asksFor(description, attribute::Password) ||

@@ -1,12 +1,21 @@
 #include "linux/records/LoginShells.h"
 
+#include <cerrno>
+#include <cstring>
+
+#include "gatehall/base/PlatformException.h"
 #include "linux/files/LineFile.h"
 
 namespace gatehall {
 
 LoginShells::LoginShells(const HostOptions& options) {
   LineFile file(options.root + "/etc/shells", 4096);
-  if (file.openError() != 0) mShells = {"/bin/sh", "/bin/csh"};
+  if (file.openError() == ENOENT) {
+    mShells = {"/bin/sh", "/bin/csh"};
+  } else if (file.openError() != 0) {
+    // An account whose shell the file doesn't name is refused.
+    throw PlatformException(std::string("/etc/shells: ") + strerrordesc_np(file.openError()));
+  }
   std::string_view line;
   while (file.next(line)) {
     line = line.substr(0, line.find('#'));

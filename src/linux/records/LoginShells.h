@@ -12,7 +12,7 @@ namespace gatehall {
 /// getusershell(3) assumes.
 class LoginShells {
  public:
-  /// Reads the file. May raise PlatformException.
+  /// Reads the file. Raises PlatformException when it is there and can't be read.
   explicit LoginShells(const HostOptions& options);
 
   /// The account's shell as the directory hands it out: an empty one is /bin/sh, and one that

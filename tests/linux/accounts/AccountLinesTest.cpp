@@ -13,6 +13,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using namespace std::string_literals;
 using namespace std::string_view_literals;
 
 }  // namespace
@@ -193,12 +194,30 @@ TEST(AccountFiles, MayNameManyMembersInOneLine) {
   EXPECT_TRUE(machine.group("last"));
 }
 
-TEST(AccountFiles, ThatDoNotExistHoldNoAccounts) {
+TEST(AccountFiles, ThatDoNotExistRaiseButForWhoIsAnAdministrator) {
   Machine machine;
-  machine.remove("/etc/passwd");
   machine.remove("/etc/group");
-  EXPECT_THAT(machine.allUsers(), IsEmpty());
-  EXPECT_THAT(machine.allGroups(), ElementsAre("admin"));
+  EXPECT_THROW(machine.allGroups(), PlatformException);
+  EXPECT_THROW(machine.group("gatehall-access"), PlatformException);
+  EXPECT_TRUE(machine.group("admin")) << "root is, without any file";
+  machine.remove("/etc/passwd");
+  EXPECT_THROW(machine.allUsers(), PlatformException);
+  EXPECT_THROW(machine.user("ann"), PlatformException);
+}
+
+TEST(AccountNames, ArePlainWithoutWhatIsBlankOrUnseen) {
+  using accountLine::plainName;
+  EXPECT_EQ(plainName("Größe-1"), "Größe-1");
+  for (const auto& unseen :
+       {" "s, "\t"s, "\r"s, "\v"s, "\x1F"s, "\x7F"s, "\0"s, "\xEF\xBB\xBF"s, "\xC2\xA0"s,
+        "\xC2\x85"s, "\xC2\xAD"s, "\xE2\x80\x8B"s, "\xE2\x80\x8F"s, "\xE2\x80\xAE"s,
+        "\xE2\x81\xA0"s, "\xE3\x80\x80"s, " \t\xEF\xBB\xBF"s}) {
+    EXPECT_EQ(plainName(unseen + "ann"), "ann");
+    EXPECT_EQ(plainName("ann" + unseen), "ann");
+    EXPECT_EQ(plainName("a" + unseen + "nn"), "ann");
+  }
+  EXPECT_EQ(plainName("\xE2\x80"), "\xE2\x80") << "no whole character";
+  EXPECT_EQ(plainName(""), "");
 }
 
 TEST(AccountFiles, ThatAreNoFilesRaiseAndDoNotHang) {

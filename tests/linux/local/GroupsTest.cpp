@@ -8,6 +8,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using namespace std::string_literals;
 
 class LocalGroups : public testing::Test {
  protected:
@@ -195,6 +196,68 @@ TEST_F(LocalGroups, AreNotDeniedToExistWhenTheirLineCanNotBeRead) {
   EXPECT_THAT(named("twice"), ElementsAre("twice")) << "as for getgrnam(3)";
   EXPECT_THAT(named("admin"), ElementsAre("admin"));
   EXPECT_THAT(named("none"), IsEmpty());
+}
+
+TEST_F(LocalGroups, AreNotDeniedToExistWhenTheirNameHasSomethingUnseenAroundIt) {
+  const auto asked = [&](const std::string& lines) -> std::string {
+    machine.write("/etc/group", "root:x:0:\n" + lines + "\nstaff:x:50:ann\n");
+    try {
+      EXPECT_TRUE(machine.group("staff")) << "what can be read is found";
+      return machine.group("gatehall-access") ? "found" : "absent";
+    } catch (const PlatformException& error) {
+      return error.what();
+    }
+  };
+  const std::string unseen =
+      "/etc/group:2: the line of gatehall-access: there is something unseen in it";
+  EXPECT_EQ(asked("gatehall-access:x:990:ann"), "found");
+  EXPECT_EQ(asked("gatehall-access:x:990:ann\r"), "found");
+  for (const auto& noise :
+       {" "s, "\t"s, "\r"s, "\xEF\xBB\xBF"s, "\xE2\x80\x8B"s, "\xC2\xA0"s, "\x01"s}) {
+    EXPECT_EQ(asked(noise + "gatehall-access:x:990:ann"), unseen);
+    EXPECT_EQ(asked("gatehall-access" + noise + ":x:990:ann"), unseen);
+  }
+  EXPECT_EQ(asked("gatehall\0-access:x:990:ann"s),
+            "/etc/group:2: the line of gatehall-access: the line holds a NUL byte");
+  EXPECT_EQ(asked(" gatehall-access:x:990:ann\ngatehall-access:x:991:bob"), "found");
+  for (const auto& line : {"gatehall-access-2:x:990:ann"s, "#gatehall-access:x:990:ann"s,
+                           " # gatehall-access:x:990:ann"s, "+gatehall-access"s, "+"s, " \t"s,
+                           "\xEF\xBB\xBF# groups"s, "Gatehall-Access:x:990:ann"s}) {
+    EXPECT_EQ(asked(line), "absent") << line;
+  }
+}
+
+TEST_F(LocalGroups, AreNotDeniedToExistWhileALineCanNotBeToldFromTheirs) {
+  for (const auto& line :
+       {":x:990:ann"s, "gatehall access"s, " :x:990:ann"s, "atehall-access"s,
+        "other:x:50:annJgatehall-access:x:990:ann"s, "other:x:50:ann\rgatehall-access:x:990:ann"s,
+        "other:x:50:ann\0gatehall-access:x:990:ann"s}) {
+    machine.write("/etc/group", "sudo:x:27:ann\n" + line + "\nstaff:x:50:ann\n");
+    EXPECT_THROW(machine.group("gatehall-access"), PlatformException) << line;
+    EXPECT_TRUE(machine.group("staff")) << line;
+    EXPECT_TRUE(machine.group("admin")) << line;
+    EXPECT_TRUE(isMember("admin", "ann")) << "an administrator's groups can be read";
+  }
+}
+
+TEST_F(LocalGroups, AreNotDeniedToExistByIDOrGUIDWhenTheirLineCanNotBeRead) {
+  const auto guid = values(machine.group("staff"), "GUID");
+  const auto byID = [&](const char* id) {
+    return machine.names("Groups", "PrimaryGroupID", MatchType::EqualTo, {id});
+  };
+  const auto byGUID = [&] { return machine.names("Groups", "GUID", MatchType::EqualTo, guid); };
+  machine.write("/etc/group", "staff:x:50\nother:x:51:\n");
+  EXPECT_THROW(byID("50"), PlatformException);
+  EXPECT_THROW(byGUID(), PlatformException);
+  EXPECT_THAT(byID("51"), ElementsAre("other"));
+  EXPECT_THAT(byID("52"), IsEmpty());
+  machine.write("/etc/group", "staff:x:5O:\nother:x:51:\n");
+  EXPECT_THROW(byID("50"), PlatformException);
+  EXPECT_THROW(byGUID(), PlatformException);
+  EXPECT_THAT(byID("51"), ElementsAre("other"));
+  machine.write("/etc/group", "huge:x:4294967296:\nstaff:x:50:\n");
+  EXPECT_THAT(byGUID(), ElementsAre("staff"));
+  EXPECT_THAT(byID("52"), IsEmpty()) << "a number that is another";
 }
 
 TEST_F(LocalGroups, AreAFailureWhenALineIsTooLongToTellWhichGroupItIs) {

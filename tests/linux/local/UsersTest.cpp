@@ -8,6 +8,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using namespace std::string_literals;
 
 constexpr std::string_view kPasswd =
     "root:x:0:0:root:/root:/bin/bash\n"
@@ -196,6 +197,43 @@ TEST_F(LocalUsers, AreReadAgainWhenSynchronized) {
 TEST_F(LocalUsers, CanNotBeWrittenTo) {
   EXPECT_FALSE(machine.user("ann")->setValue("Someone", "FullName"));
   EXPECT_THAT(values(machine.user("ann"), "FullName"), ElementsAre("Ann Owner"));
+}
+
+TEST_F(LocalUsers, AreNotDeniedToExistWhenTheirLineCanNotBeRead) {
+  const auto by = [&](const char* kind, const std::string& value) {
+    return machine.names("Users", kind, MatchType::EqualTo, {value});
+  };
+  machine.write("/etc/passwd", "ann:x:1000:1000::/home/ann:/bin/sh\n");
+  const auto guid = values(machine.user("ann"), "GUID").front();
+  for (const auto& line :
+       {"ann:x:1000:1000::/home/ann"s, "ann:x:1000:none::/home/ann:/bin/sh"s,
+        "ann:x:10O0:1000::/home/ann:/bin/sh"s, "a\0nn:x:1000:1000::/home/ann:/bin/sh"s}) {
+    machine.write("/etc/passwd", line + "\nbob:x:1001:1001::/home/bob:/bin/sh\n");
+    EXPECT_THROW(machine.user("ann"), PlatformException) << line;
+    EXPECT_THROW(by("UniqueID", "1000"), PlatformException) << line;
+    EXPECT_THROW(by("GUID", guid), PlatformException) << line;
+    EXPECT_THAT(by("UniqueID", "1001"), ElementsAre("bob")) << line;
+    EXPECT_TRUE(machine.user("bob")) << line;
+    EXPECT_FALSE(machine.user("carol")) << line;
+    EXPECT_THAT(machine.allUsers(), ElementsAre("bob")) << line;
+    machine.write("/etc/passwd", line + "\nann:x:1000:1000::/home/ann:/bin/sh\n");
+    EXPECT_TRUE(machine.user("ann")) << "another line answers: " << line;
+    EXPECT_THAT(by("UniqueID", "1000"), ElementsAre("ann")) << line;
+  }
+  machine.write("/etc/passwd",
+                "\xEF\xBB\xBF"
+                "ann:x:1000:1000::/home/ann:/bin/sh\n");
+  EXPECT_THROW(machine.user("ann"), PlatformException) << "a mark in front";
+  machine.write("/etc/passwd", "long:x:1:1:" + std::string(70000, 'a') + ":/:/bin/sh\n");
+  EXPECT_THROW(machine.user("ann"), PlatformException) << "whose line it is can't be told";
+  EXPECT_THROW(by("UniqueID", "1000"), PlatformException);
+}
+
+TEST_F(LocalUsers, HaveNoShellWhenTheListOfShellsIsThereAndCanNotBeRead) {
+  machine.remove("/etc/shells");
+  EXPECT_THAT(values(machine.user("ann"), "UserShell"), ElementsAre("/usr/bin/false"));
+  ASSERT_EQ(mkfifo(machine.path("/etc/shells").c_str(), 0644), 0);
+  EXPECT_THROW(values(machine.user("ann"), "UserShell"), PlatformException);
 }
 
 }  // namespace gatehall
