@@ -53,7 +53,7 @@ ROOMS = {
         "platform world world/file world/json",
     ),
     # This machine.
-    "linux/process": Room("the process itself: its rights, limits and start", "platform"),
+    "linux/process": Room("the process itself: its rights, limits and start", "base platform"),
     "linux/files": Room(
         "reading the machine's files: which may be trusted, and how faults in them are told", "base platform"
     ),
@@ -69,11 +69,12 @@ ROOMS = {
     "linux/hours": Room("login hours of parental controls", "base linux/bus linux/files platform"),
     "linux/accounts": Room(
         "the account files, line by line, and what else describes an account",
-        "base linux/files linux/process linux/records platform portable",
+        "base linux/files linux/records platform portable",
     ),
     "linux/local": Room(
         "the node of the machine's own users and groups, administrators among them",
-        "base linux/accounts linux/files linux/hours linux/records platform portable portable/text",
+        "base linux/accounts linux/files linux/hours linux/process linux/records platform portable "
+        "portable/text",
     ),
     "linux/ldap/client": Room(
         "LDAP servers: settings, how one is chosen, connections, entries",
@@ -101,8 +102,8 @@ ROOMS = {
     ),
     "linux": Room(
         "the machine as a whole, and its smallest services",
-        "base linux/directory linux/events linux/files linux/hours linux/loop linux/preferences "
-        "linux/process linux/sessions linux/switch platform portable portable/formats portable/text",
+        "base linux/directory linux/events linux/files linux/hours linux/ldap/client linux/local linux/loop "
+        "linux/preferences linux/process linux/sessions linux/switch platform portable portable/formats portable/text",
     ),
     # gatehallctl.
     "ctl/print": Room("tables, JSON, terminals", "base instrumented users"),

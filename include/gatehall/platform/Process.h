@@ -14,9 +14,10 @@ class GATEHALL_EXPORT Process {
   /// The effective user id (geteuid(2)). From any thread.
   virtual std::uint32_t effectiveUserID() = 0;
 
-  /// Gives up for good what rights the process has beyond its caller's, such as that to read
-  /// passwords. Whoever acts for the caller calls it once nothing more needs them; what does then
-  /// is refused. A process without such rights has nothing to give up. From the main thread.
+  /// Gives up for good what the process can have done beyond its caller's rights, by itself or by a
+  /// process of its own that answers for it, such as reading passwords. Whoever acts for the caller
+  /// calls it once nothing more needs them; what does then is refused. A process without such
+  /// rights has nothing to give up. From the main thread.
   virtual void giveUpRights() {}
 };
 

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,7 +10,6 @@
 #include "linux/files/FaultLog.h"
 #include "linux/files/HostOptions.h"
 #include "linux/files/LineFile.h"
-#include "linux/process/ExtraGroup.h"
 
 /// Passes over the account files.
 namespace gatehall::accountFiles {
@@ -31,12 +29,8 @@ inline constexpr std::size_t kLongestGroupLine = std::size_t{16} << 20U;
 /// users is missing, can't be told.
 template <class Visit>
 int scan(const HostOptions& options, FaultLog& faults, std::string_view path, Visit visit) {
-  // What a set-group-id program has its group for.
-  std::optional<extraGroup::TakenUp> shadowGroup;
-  if (path == kShadow) shadowGroup.emplace();
   LineFile file(options.root + std::string(path),
                 path == kGroup ? kLongestGroupLine : kLongestAccountLine);
-  shadowGroup.reset();
   std::string_view line;
   while (file.next(line)) {
     if (file.isOverlong()) {

@@ -9,6 +9,8 @@
 #include "gatehall/linux/records/DirectoryErrorCodes.h"
 #include "linux/accounts/AccountFiles.h"
 #include "linux/local/PasswordHash.h"
+#include "linux/local/PasswordMonitor.h"
+#include "linux/process/Monitor.h"
 
 namespace gatehall::local {
 
@@ -19,6 +21,13 @@ constexpr std::int64_t kSecondsOfDay = 86400;
 }  // namespace
 
 bool Password::verify(std::string_view password, DirectoryError& error) {
+  if (auto* monitor = Monitor::ofProcess()) {
+    if (!password.empty() || !kind().isEmpty) {
+      return verifyThroughMonitor(*monitor, mHost, mAccount, password, error);
+    }
+    error = {};
+    return true;
+  }
   const auto refuse = [&error](std::int64_t code) {
     error = {std::string(kDirectoryErrorDomain), code};
     return false;
@@ -35,17 +44,31 @@ bool Password::verify(std::string_view password, DirectoryError& error) {
   return refuse(directoryError::kPasswordRefused);
 }
 
-std::string_view Password::mark() { return stored().mayBeGiven() ? "********" : "*"; }
+PasswordKind Password::kind() {
+  if (auto* monitor = Monitor::ofProcess()) {
+    if (!mTold) mTold = kindThroughMonitor(*monitor, mHost, mAccount);
+    return *mTold;
+  }
+  const auto stored = this->stored();
+  const bool hasNone = std::ranges::find(stored.hashes, "") != stored.hashes.end();
+  return {stored.isInPasswd, !stored.hashes.empty() || stored.isUnreadable, stored.isDisabled,
+          stored.isUnreadable, hasNone && !stored.isDisabled && !stored.isUnreadable};
+}
+
+std::string_view Password::mark() { return kind().mayBeGiven ? "********" : "*"; }
 
 Strings Password::authorities() {
-  const auto stored = this->stored();
+  const auto kind = this->kind();
   Strings authorities;
-  if (stored.mayBeGiven()) authorities.emplace_back(stored.isInPasswd ? ";basic;" : ";ShadowHash;");
-  if (stored.isDisabled) authorities.emplace_back(";DisabledUser;");
+  if (kind.mayBeGiven) authorities.emplace_back(kind.isInPasswd ? ";basic;" : ";ShadowHash;");
+  if (kind.isDisabled) authorities.emplace_back(";DisabledUser;");
   return authorities;
 }
 
 std::optional<Dictionary> Password::policy() {
+  if (Monitor::ofProcess() != nullptr) {
+    throw PlatformException("The policy of a password is not told to this process.");
+  }
   fetchShadow();
   if (!mShadow) return std::nullopt;
   constexpr std::int64_t kNoMaximum = 99999;
@@ -70,6 +93,7 @@ std::optional<Dictionary> Password::policy() {
 void Password::forget() {
   keepShadow(Fetched::No, {});
   mPrivilegedHashes.clear();
+  mTold.reset();
 }
 
 // pam_unix's reading of the two files: "x" stands for the shadow file, an empty field for no
@@ -125,6 +149,7 @@ void Password::fetchShadow() {
 }
 
 void Password::fetch(Host& host, std::span<Password* const> passwords) {
+  if (Monitor::ofProcess() != nullptr) return;  // which is asked when it is needed
   std::unordered_multimap<std::string_view, Password*> missing;
   missing.reserve(passwords.size());
   for (auto* each : passwords) {

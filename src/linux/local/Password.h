@@ -14,9 +14,19 @@
 
 namespace gatehall::local {
 
+/// What the files say of a password, without its hash.
+struct PasswordKind {
+  bool isInPasswd = false;  ///< where its hash stands
+  bool mayBeGiven = false;
+  bool isDisabled = false;
+  bool isUnreadable = false;  ///< it stands where this process may not read, and may be given
+  bool isEmpty = false;       ///< the account has none and is not disabled
+};
+
 /// An account's password: where its hash stands, whether it can be given, and whether one is the
-/// account's. What is kept in a file of its own is read when it is first needed. For one thread at
-/// a time; the host and the account have to outlive it.
+/// account's. A process with a monitor has that read and compared there; any other reads what is
+/// kept in a file of its own when it is first needed. For one thread at a time; the host and the
+/// account have to outlive it.
 class Password {
  public:
   Password(Host& host, const Account& account) : mHost(host), mAccount(account) {}
@@ -25,11 +35,14 @@ class Password {
   /// PlatformException.
   bool verify(std::string_view password, DirectoryError& error);
 
+  /// May raise PlatformException, as what follows from it.
+  PasswordKind kind();
+
   /// The attributes Password and AuthenticationAuthority, as far as they follow from the files.
   std::string_view mark();
   Strings authorities();
 
-  /// As DirectoryRecord::passwordPolicy.
+  /// As DirectoryRecord::passwordPolicy. A monitor isn't asked for it: raises PlatformException.
   std::optional<Dictionary> policy();
 
   /// Drops what was read.
@@ -47,8 +60,6 @@ class Password {
     bool isUnreadable = false;
     bool isDisabled = false;
     std::vector<std::string_view> hashes;  ///< without the marks of a lock
-
-    bool mayBeGiven() const { return !hashes.empty() || isUnreadable; }
   };
 
   Stored stored();
@@ -59,7 +70,8 @@ class Password {
 
   Host& mHost;
   const Account& mAccount;
-  Fetched mFetched = Fetched::No;  ///< of the shadow line, or of the privileged hashes
+  std::optional<PasswordKind> mTold;  ///< by the monitor
+  Fetched mFetched = Fetched::No;     ///< of the shadow line, or of the privileged hashes
   std::unique_ptr<SecretText> mShadowLine;
   std::optional<ShadowEntry> mShadow;  ///< of the line
   std::vector<std::unique_ptr<SecretText>> mPrivilegedHashes;

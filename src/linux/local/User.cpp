@@ -133,6 +133,11 @@ std::uint32_t User::userID() const {
   return mAccount.entry.userID;
 }
 
+PasswordKind User::passwordKind() {
+  const std::lock_guard lock(mMutex);
+  return mPassword.kind();
+}
+
 std::string User::recordType() { return std::string(record::Users); }
 
 std::optional<Strings> User::valuesForAttribute(std::string_view kind) {

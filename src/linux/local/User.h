@@ -35,6 +35,9 @@ class User final : public DirectoryRecord {
   std::string loginName() const;
   std::uint32_t userID() const;
 
+  /// As Password::kind.
+  PasswordKind passwordKind();
+
   // For new users, which no other thread knows yet.
 
   /// Fetches the shadow entries that the users don't have yet, in one pass over the file.

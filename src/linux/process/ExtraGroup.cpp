@@ -7,10 +7,6 @@ namespace gatehall::extraGroup {
 
 namespace {
 
-constexpr auto kUnchanged = static_cast<gid_t>(-1);
-
-bool isPutAside = false;
-
 struct Groups {
   gid_t real = 0;
   gid_t effective = 0;
@@ -19,33 +15,24 @@ struct Groups {
   Groups() {
     if (getresgid(&real, &effective, &saved) != 0) std::abort();
   }
-};
 
-void setGroups(gid_t real, gid_t effective, gid_t saved) {
-  if (setresgid(real, effective, saved) != 0) std::abort();
-}
+  bool areOne() const { return real == effective && real == saved; }
+};
 
 }  // namespace
 
-void putAside() {
+bool isThere() { return !Groups().areOne(); }
+
+void use() {
   const Groups groups;
-  isPutAside = groups.saved != groups.real;
-  if (isPutAside) setGroups(kUnchanged, groups.real, groups.saved);
+  if (setresgid(groups.real, groups.saved, groups.saved) != 0) std::abort();
 }
 
 void giveUp() {
-  if (!isPutAside) return;
-  const Groups groups;
-  setGroups(groups.real, groups.real, groups.real);
-  isPutAside = false;
-}
-
-TakenUp::TakenUp() : mTakenUp(isPutAside) {
-  if (mTakenUp) setGroups(kUnchanged, Groups().saved, kUnchanged);
-}
-
-TakenUp::~TakenUp() {
-  if (mTakenUp) setGroups(kUnchanged, Groups().real, kUnchanged);
+  const auto caller = Groups().real;
+  if (setresgid(caller, caller, caller) != 0) std::abort();
+  const Groups left;
+  if (!left.areOne() || left.real != caller) std::abort();
 }
 
 }  // namespace gatehall::extraGroup

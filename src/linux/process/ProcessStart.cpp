@@ -6,8 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "linux/process/ExtraGroup.h"
-
 namespace gatehall {
 
 namespace {
@@ -43,7 +41,6 @@ void distrustCaller() {
   openStandardDescriptors();
   resetSignals();
   umask(S_IWGRP | S_IRWXO);
-  extraGroup::putAside();
   alarm(kLongestRunSeconds);
 }
 

@@ -1,5 +1,6 @@
 #include "linux/ldap/client/BindPassword.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string.h>
@@ -7,9 +8,11 @@
 #include <system_error>
 #include <unistd.h>
 
+#include "linux/files/FaultLog.h"
 #include "linux/files/FileDescriptor.h"
 #include "linux/files/OwnedFile.h"
-#include "linux/process/ExtraGroup.h"
+#include "linux/ldap/client/Settings.h"
+#include "linux/process/Monitor.h"
 #include "linux/records/NetworkNode.h"
 
 namespace gatehall::ldap {
@@ -30,21 +33,16 @@ std::string distrust(const HostOptions& options, const struct stat& status) {
   return {};
 }
 
-}  // namespace
+[[noreturn]] void fail(const std::string& file, const std::string& why) {
+  throw DirectoryUnreachable("the password file " + file + " can't be used: " + why);
+}
 
-std::unique_ptr<SecretText> readPasswordFile(const HostOptions& options, const std::string& file) {
-  const auto fail = [&](const std::string& why) -> std::unique_ptr<SecretText> {
-    throw DirectoryUnreachable("the password file " + file + " can't be used: " + why);
-  };
+std::unique_ptr<SecretText> readFile(const HostOptions& options, const std::string& file) {
   struct stat status {};
   int error = 0;
-  FileDescriptor opened;
-  {
-    const extraGroup::TakenUp shadowGroup;
-    opened = openRegularFile(options.root + file, Symlinks::Refuse, status, error);
-  }
-  if (error != 0) return fail(std::generic_category().message(error));
-  if (const auto why = distrust(options, status); !why.empty()) return fail(why);
+  const auto opened = openRegularFile(options.root + file, Symlinks::Refuse, status, error);
+  if (error != 0) fail(file, std::generic_category().message(error));
+  if (const auto why = distrust(options, status); !why.empty()) fail(file, why);
 
   std::array<char, 1024> room{};
   std::size_t size = 0;
@@ -59,9 +57,67 @@ std::unique_ptr<SecretText> readPasswordFile(const HostOptions& options, const s
   if (line.ends_with('\r')) line.remove_suffix(1);
   auto password = std::make_unique<SecretText>(line);
   explicit_bzero(room.data(), room.size());
-  if (size == room.size()) return fail("it is too long");
-  if (password->view().empty()) return fail("its first line is empty");
+  if (size == room.size()) fail(file, "it is too long");
+  if (password->view().empty()) fail(file, "its first line is empty");
   return password;
+}
+
+std::unique_ptr<SecretText> readThroughMonitor(Monitor& monitor, const std::string& file) {
+  MonitorMessage question;
+  question.question = MonitorQuestion::BindPassword;
+  if (!question.setText(file)) fail(file, "its path is too long");
+  MonitorMessage answer;
+  try {
+    answer = monitor.ask(question);
+  } catch (const PlatformException& failure) {
+    fail(file, failure.what());
+  }
+  const auto text = answer.textValue();
+  if (answer.question != question.question || answer.answer != MonitorAnswer::Told || !text) {
+    fail(file, printable(text.value_or("no reason"), 200));
+  }
+  auto password = std::make_unique<SecretText>(*text);
+  explicit_bzero(&answer, sizeof answer);
+  if (password->view().empty()) fail(file, "its first line is empty");
+  return password;
+}
+
+bool isNamed(const HostOptions& options, FaultLog& faults, std::string_view file) {
+  const auto directories = Settings::readAll(options, faults);
+  return std::ranges::find(directories, file, &Settings::bindPasswordFile) != directories.end();
+}
+
+/// The program reads the settings, too, and reports what is wrong with them.
+class NoLog final : public Log {
+ public:
+  void error(std::string_view) override {}
+  void diagnostic(std::string_view) override {}
+};
+
+}  // namespace
+
+std::unique_ptr<SecretText> readPasswordFile(const HostOptions& options, const std::string& file) {
+  auto* monitor = Monitor::ofProcess();
+  return monitor == nullptr ? readFile(options, file) : readThroughMonitor(*monitor, file);
+}
+
+void answerAboutBindPassword(const MonitorMessage& question, MonitorMessage& answer) {
+  answer.question = question.question;
+  answer.answer = MonitorAnswer::Untold;
+  const HostOptions options;
+  NoLog log;
+  FaultLog faults(log);
+  const std::string file(question.textValue().value_or(""));
+  try {
+    if (!isNamed(options, faults, file)) {
+      answer.setText("no directory names it");
+      return;
+    }
+    const auto password = readFile(options, file);
+    if (answer.setText(password->view())) answer.answer = MonitorAnswer::Told;
+  } catch (const PlatformException& failure) {
+    answer.setText(printable(failure.what(), 200));
+  }
 }
 
 }  // namespace gatehall::ldap

@@ -1,0 +1,18 @@
+#include "linux/MonitorAnswers.h"
+
+#include "linux/ldap/client/BindPassword.h"
+#include "linux/local/PasswordMonitor.h"
+
+namespace gatehall {
+
+void answerInMonitor(const MonitorMessage& question, MonitorMessage& answer) {
+  switch (question.question) {
+    case MonitorQuestion::PasswordKind:
+    case MonitorQuestion::AcceptsEmptyPassword:
+      return local::answerAboutPassword(question, answer);
+    case MonitorQuestion::BindPassword:
+      return ldap::answerAboutBindPassword(question, answer);
+  }
+}
+
+}  // namespace gatehall
