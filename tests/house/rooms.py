@@ -91,7 +91,7 @@ ROOMS = {
     "linux/sessions": Room("sessions and seats, from logind", "base linux/records platform portable"),
     "linux/switch": Room(
         "asking display managers and logind for a switch",
-        "base linux/bus linux/files linux/sessions platform",
+        "base linux/accounts linux/bus linux/files linux/local linux/sessions platform",
     ),
     "linux/preferences": Room(
         "preferences and managed files", "base linux/files linux/records platform portable/formats"

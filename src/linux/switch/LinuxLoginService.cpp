@@ -6,7 +6,10 @@
 #include <utility>
 
 #include "gatehall/base/PlatformException.h"
+#include "linux/accounts/OwnAccount.h"
 #include "linux/bus/SystemBus.h"
+#include "linux/files/FaultLog.h"
+#include "linux/local/Context.h"
 #include "linux/switch/DisplayManagerCalls.h"
 #include "linux/switch/Login1.h"
 #include "linux/switch/SwitchDecision.h"
@@ -47,16 +50,42 @@ bool unlock(SystemBus& bus, Log& log, const std::string& session) {
   return true;
 }
 
+/// Raises PlatformException unless the owner is the target. The user id alone could be another
+/// account's.
+void requireOwner(const std::optional<Login1::Owner>& owner, const std::string& session,
+                  const Target& target) {
+  if (owner && owner->userID == target.userID && owner->userName == target.name) return;
+  const auto whose = owner ? "it is of " + printable(owner->userName) : "it says no owner";
+  throw PlatformException("The session " + printable(session) + " is not brought to the front: " +
+                          whose + ", not of " + printable(target.name) + ".");
+}
+
+/// Sessions know no nodes: one of a network account must not be taken for the session of a local
+/// account that shares its name or user id. Raises PlatformException then.
+void requireOnlyAccount(const HostOptions& options, Log& log, const Target& target) {
+  if (target.node == local::kLocalNodeName) return;
+  FaultLog faults(log);
+  if (!isOwnAccount(options, faults, target.name, *target.userID)) return;
+  throw PlatformException("No session of " + printable(target.name) + ", " +
+                          std::to_string(*target.userID) +
+                          ", is brought to the front: a local account has the name or the id.");
+}
+
 /// Brings a running session of the user to the front, which asks nobody for a password. False when
 /// there is none, or that is better left to the display manager.
-bool activateRunningSession(SystemBus& bus, Log& log, std::uint32_t userID) {
+bool activateRunningSession(SystemBus& bus, const HostOptions& options, Log& log,
+                            const Target& target) {
   Login1 login1(bus);
   const auto running = orElse(log, std::optional<Login1::RunningSession>(),
-                              [&] { return login1.runningSession(userID); });
-  if (!running || (running->isLocked && !unlock(bus, log, running->name))) return false;
+                              [&] { return login1.runningSession(*target.userID); });
+  if (!running) return false;
+  requireOnlyAccount(options, log, target);
+  requireOwner(running->owner, running->name, target);
+  if (running->isLocked && !unlock(bus, log, running->name)) return false;
   if (running->isActive) return true;
   return orElse(log, false, [&] {
     login1.lockActiveSession();
+    requireOwner(login1.owner(*running), running->name, target);
     login1.activate(running->name);
     return true;
   });
@@ -93,7 +122,7 @@ std::int32_t LinuxLoginService::switchToUser(const Dictionary& attributes) {
   return perform([this, &target](SystemBus& bus) {
     if (target.name.empty()) throw PlatformException("Unable to switch to a user without a name.");
     if (switchDecision::mayActivate(target) && target.userID &&
-        activateRunningSession(bus, mLog, *target.userID)) {
+        activateRunningSession(bus, mOptions, mLog, target)) {
       return;
     }
     const auto step = switchDecision::userSwitch(displayManagerCalls::find(bus), target);

@@ -1,5 +1,6 @@
 #include "linux/switch/Login1.h"
 
+#include <limits>
 #include <string_view>
 #include <utility>
 
@@ -35,6 +36,17 @@ bool isSet(const Dictionary& properties, std::string_view name) {
 bool isOnSeat(const Array& entry, std::uint32_t userID) {
   return entry.size() == 5 && entry[1].integerValue() == std::int64_t{userID} &&
          textAt(entry, 3) == graphicalSession::kSeat && !textAt(entry, 0).empty();
+}
+
+std::optional<Login1::Owner> ownerIn(const Dictionary& properties) {
+  const auto user = properties.find("User");
+  const auto* structure = user == properties.end() ? nullptr : user->second.array();
+  const bool isThere = structure != nullptr && !structure->empty();
+  const auto number = isThere ? structure->front().integerValue() : std::nullopt;
+  const auto name = textOf(properties, "Name");
+  constexpr auto kEnd = std::numeric_limits<std::uint32_t>::max();
+  if (!number || *number < 0 || *number >= kEnd || name.empty()) return std::nullopt;
+  return Login1::Owner{static_cast<std::uint32_t>(*number), std::string(name)};
 }
 
 }  // namespace
@@ -74,12 +86,17 @@ std::optional<Login1::RunningSession> Login1::runningSession(std::uint32_t userI
       continue;
     }
     const auto state = textOf(*session, "State");
-    RunningSession found{std::string(textAt(*entry, 0)), isSet(*session, "LockedHint"),
-                         state == "active"};
+    RunningSession found{std::string(textAt(*entry, 0)), std::string(textAt(*entry, 4)),
+                         ownerIn(*session), isSet(*session, "LockedHint"), state == "active"};
     if (found.isActive) return found;
     if (!running && graphicalSession::isLoggedIn(state)) running = std::move(found);
   }
   return running;
+}
+
+std::optional<Login1::Owner> Login1::owner(const RunningSession& session) {
+  const auto found = properties(session.path);
+  return found ? ownerIn(*found) : std::nullopt;
 }
 
 void Login1::lockActiveSession() {

@@ -14,8 +14,16 @@ class Login1 {
  public:
   explicit Login1(SystemBus& bus) : mBus(bus) {}
 
+  /// Whose a session is, as it says itself.
+  struct Owner {
+    std::uint32_t userID = 0;
+    std::string userName;
+  };
+
   struct RunningSession {
     std::string name;
+    std::string path;
+    std::optional<Owner> owner;  ///< absent when it doesn't say
     bool isLocked = false;
     bool isActive = false;
   };
@@ -23,6 +31,9 @@ class Login1 {
   /// A session on the seat, graphical and logged in, that belongs to the user: the active one
   /// before others. Absent when there is none.
   std::optional<RunningSession> runningSession(std::uint32_t userID);
+
+  /// Whose the session is now. Absent when it went away, or doesn't say.
+  std::optional<Owner> owner(const RunningSession& session);
 
   /// Locks the seat's active session if it is a user's (a login screen can't be locked).
   void lockActiveSession();

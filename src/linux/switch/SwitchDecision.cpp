@@ -35,6 +35,9 @@ Target target(const Dictionary& attributes) {
     target.name = *name->string();
   }
   target.userID = userID(first(attributes, attribute::UniqueID));
+  if (const auto* node = first(attributes, attribute::MetaNodeLocation); node && node->string()) {
+    target.node = *node->string();
+  }
   const auto* guest = first(attributes, attribute::Guest);
   target.isGuest = guest != nullptr && guest->booleanValue().value_or(false);
   const auto password = attributes.find(kUserPasswordKey);

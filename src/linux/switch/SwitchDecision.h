@@ -29,6 +29,7 @@ enum class Step {
 struct Target {
   std::string name;
   std::optional<std::uint32_t> userID;
+  std::string node{};  ///< that the account is of; empty: not known
   bool isGuest = false;
   bool hasEmptyPassword = false;
 };

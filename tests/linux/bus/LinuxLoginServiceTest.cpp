@@ -48,7 +48,8 @@ constexpr const char* kTransient =
 
 Dictionary user(const char* name, const char* userID) {
   return {{std::string(attribute::RecordName), Strings{name}},
-          {std::string(attribute::UniqueID), Strings{userID}}};
+          {std::string(attribute::UniqueID), Strings{userID}},
+          {std::string(attribute::MetaNodeLocation), Strings{"local"}}};
 }
 
 Dictionary withoutPassword(Dictionary attributes) {
@@ -165,6 +166,31 @@ TEST_F(LinuxLoginServiceTest, ActivatesOnlyGraphicalUserSessionsOnTheSeatThatAre
          "gone=11,1001,bob,seat0"});
   EXPECT_EQ(service().switchToUser(bob), 0);
   EXPECT_EQ(callsWithoutTrouble(), "/org/freedesktop/DisplayManager/Seat0 SwitchToUser 'bob' ''\n");
+}
+
+TEST_F(LinuxLoginServiceTest, BringsNoSessionOfAnotherNameToTheFrontAndSwitchesNothing) {
+  for (const auto* other : {"session=c3,1001,rob,seat0,x11,user,online",
+                            "session=c3,1001,rob,seat0,x11,user,online,locked"}) {
+    start({"lightdm", "logind", other});
+    EXPECT_EQ(service().switchToUser(bob), 1);
+    EXPECT_EQ(bus.calls(), "");
+  }
+  EXPECT_THAT(log.errors, testing::Each("The session c3 is not brought to the front: it is of rob, "
+                                        "not of bob."));
+}
+
+/// root is a local account everywhere, by its name and by its id.
+TEST_F(LinuxLoginServiceTest, BringsNoLocalSessionToTheFrontForATwinInTheNetwork) {
+  auto twin = withoutPassword(user("root", "1001"));
+  twin.insert_or_assign(std::string(attribute::MetaNodeLocation), Strings{"ldap/school"});
+  auto nowhere = withoutPassword(user("zero", "0"));
+  nowhere.erase(std::string(attribute::MetaNodeLocation));
+  start({"lightdm", "logind", "session=c3,1001,root,seat0,x11,user,online",
+         "session=c4,0,zero,seat0,x11,user,online"});
+  EXPECT_EQ(service().switchToUser(twin), 1);
+  EXPECT_EQ(service().switchToUser(nowhere), 1);
+  EXPECT_EQ(bus.calls(), "");
+  EXPECT_THAT(log.errors, testing::Each(HasSubstr("a local account has the name or the id")));
 }
 
 TEST_F(LinuxLoginServiceTest, ActivatesNothingForAPasswordThatIsNotEmptyOrIsNoText) {

@@ -11,9 +11,11 @@ Dictionary with(std::string_view kind, const Value& value) { return {{std::strin
 
 TEST(SwitchDecision, ReadsTheTargetFromItsAttributes) {
   const auto read = target({{std::string(attribute::RecordName), Strings{"ann", "anna"}},
-                            {std::string(attribute::UniqueID), Strings{"1000"}}});
+                            {std::string(attribute::UniqueID), Strings{"1000"}},
+                            {std::string(attribute::MetaNodeLocation), Strings{"local"}}});
   EXPECT_EQ(read.name, "ann");
   EXPECT_EQ(read.userID, 1000U);
+  EXPECT_EQ(read.node, "local");
   EXPECT_FALSE(read.isGuest);
   EXPECT_FALSE(read.hasEmptyPassword);
 }
