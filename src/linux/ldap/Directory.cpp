@@ -39,11 +39,12 @@ bool isSameAttribute(std::string_view left, std::string_view right) {
 class Directory::Collector {
  public:
   Collector(const Directory& directory, LocalAccounts& localAccounts, FaultLog& faults,
-            bool mayRepeat)
+            bool mayRepeat, Unreadable unreadable)
       : mDirectory(directory),
         mLocalAccounts(localAccounts),
         mFaults(faults),
-        mMayRepeat(mayRepeat) {}
+        mMayRepeat(mayRepeat),
+        mUnreadable(unreadable) {}
 
   Connection::Sink sink() {
     return [this](std::size_t, std::string_view dn, std::span<const Attribute> attributes) {
@@ -72,11 +73,12 @@ class Directory::Collector {
     mHasBegun = true;
     std::string fault;
     auto entry = readEntry(mDirectory.schemas(), dn, attributes, fault);
-    if (!entry || (entry->type == Type::User && !mayBeHere(*entry, fault))) {
-      if (!fault.empty()) {
-        mFaults.report(mDirectory.nodeName(),
-                       "the entry " + printable(dn) + " is left out: " + fault);
-      }
+    if (!entry) {
+      if (!fault.empty()) passOver(dn, fault);
+      return;
+    }
+    if (entry->type == Type::User && !mayBeHere(*entry, fault)) {
+      leaveOut(dn, fault);
       return;
     }
     if (mEntries.size() >= kMostEntries) {
@@ -112,12 +114,24 @@ class Directory::Collector {
     return false;
   }
 
+  /// An entry that can't be read.
+  void passOver(std::string_view dn, const std::string& fault) {
+    if (mUnreadable == Unreadable::IsLeftOut) return leaveOut(dn, fault);
+    throw PlatformException(mDirectory.nodeName() + ": the entry " + printable(dn) +
+                            " can't be read: " + fault);
+  }
+
+  void leaveOut(std::string_view dn, const std::string& fault) {
+    mFaults.report(mDirectory.nodeName(), "the entry " + printable(dn) + " is left out: " + fault);
+  }
+
   const Directory& mDirectory;
   LocalAccounts& mLocalAccounts;
   std::shared_ptr<const LocalAccounts::Snapshot> mLocals;  ///< once there is a user to look at
   std::vector<std::string_view> mNames;                    ///< room for those of an entry
   FaultLog& mFaults;
   bool mMayRepeat;
+  const Unreadable mUnreadable;
   bool mHasBegun = false;
   Entries mEntries;
   std::unordered_set<std::string_view> mSeen;  ///< GUIDs of the entries
@@ -260,6 +274,9 @@ void Directory::ask(Connection& connection, std::span<const Search> searches, co
     }
     judge(searches[index], result, collector.hasBegun());
     if (settings().followsReferrals) {
+      if (result.referrals.size() > Result::kMostReferrals) {
+        throw PlatformException(whyAway("more referrals than can be"));
+      }
       referrals.insert(referrals.end(), result.referrals.begin(), result.referrals.end());
     }
   }
@@ -268,9 +285,9 @@ void Directory::ask(Connection& connection, std::span<const Search> searches, co
   ask(connection, again, limits, collector, referrals);
 }
 
-Entries Directory::search(std::vector<Search> searches) {
+Entries Directory::search(std::vector<Search> searches, Unreadable entry) {
   if (searches.empty()) return {};
-  Collector collector(*this, *mLocalAccounts, *mFaults, searches.size() > 1);
+  Collector collector(*this, *mLocalAccounts, *mFaults, searches.size() > 1, entry);
   Strings referrals;
   const auto limits = mServers.limits();
   bool hasBrokenOff = false;  // in the middle, whatever came of trying again
@@ -306,8 +323,7 @@ void Directory::follow(Strings open, const std::vector<Search>& searches, const 
       if (!asked.insert(text).second) continue;
       const auto referral = Referral::parse(text);
       if (!referral) {
-        mFaults->report(mNodeName, "a referral that can't be read: " + printable(text));
-        continue;
+        throw PlatformException(whyAway("a referral that can't be read: " + printable(text)));
       }
       std::vector<Search> there;
       for (const auto& search : searches) {
@@ -331,7 +347,7 @@ void Directory::follow(Strings open, const std::vector<Search>& searches, const 
     open = std::move(further);
   }
   if (std::ranges::any_of(open, [&](const std::string& text) { return !asked.contains(text); })) {
-    mFaults->report(mNodeName, "referrals lead too far");
+    throw PlatformException(whyAway("referrals lead too far"));
   }
 }
 
@@ -342,6 +358,8 @@ Directory::RawValues Directory::readAttribute(std::string_view dn, const std::st
   const auto keep = [&](std::size_t, std::string_view, std::span<const Attribute> attributes) {
     for (const auto& each : attributes) {
       if (!isSameAttribute(each.name, attribute)) continue;
+      // Beside a part of the values, servers send the attribute itself without any.
+      if (each.values.empty() && !found.attribute.empty()) continue;
       found.attribute = each.name;
       found.values.assign(each.values.begin(), each.values.end());
     }

@@ -60,10 +60,13 @@ class Directory {
   /// Whether one search finds both users and groups.
   bool hasOneBase() const { return mSchemas.users.base() == mSchemas.groups.base(); }
 
+  /// What becomes of a question when an entry can't be read: it may be the one that was asked for.
+  enum class Unreadable { FailsIt, IsLeftOut };
+
   /// Runs the searches; every entry once, whatever the number of searches that find it. Raises
   /// DirectoryUnreachable when nothing is answered, PlatformException when an answer breaks off and
   /// when the local accounts can't be read.
-  Entries search(std::vector<Search> searches);
+  Entries search(std::vector<Search> searches, Unreadable entry = Unreadable::FailsIt);
 
   /// The values of one entry's attribute, as they are sent, and the attribute's name with its
   /// options. Raises as search does.

@@ -21,6 +21,9 @@ using Type = Schema::Type;
 
 constexpr std::array kTypes{Type::User, Type::Group};
 
+/// For what is asked of many at once: one that can't be read is nobody whom it could be about.
+constexpr auto kLeftOut = Directory::Unreadable::IsLeftOut;
+
 /// The value as entries hold it; empty for what none can have.
 std::optional<std::string> asStored(Slot slot, std::string_view value) {
   if (value.empty()) return std::nullopt;
@@ -140,7 +143,7 @@ Entries findByPattern(Directory& directory, Type type, Slot slot,
     if (value.empty() && !isContained) continue;
     terms.push_back(pattern(attribute, value, isContained));
   }
-  return directory.search(directory.searchesForAny({&type, 1}, terms, true));
+  return directory.search(directory.searchesForAny({&type, 1}, terms, true), kLeftOut);
 }
 
 /// Names by their canonical spelling.
@@ -214,7 +217,7 @@ Entries findAll(Directory& directory, std::span<const Type> types) {
   for (const auto type : types) {
     auto known = directory.cache().findAll(type);
     if (!known) {
-      known = directory.search(directory.searchesFor({&type, 1}, {}, true));
+      known = directory.search(directory.searchesFor({&type, 1}, {}, true), kLeftOut);
       std::erase_if(*known, [type](const auto& entry) { return entry->type != type; });
       sort(*known);
       directory.cache().keepAll(type, *known);

@@ -12,7 +12,6 @@
 #include "linux/ldap/Find.h"
 #include "linux/ldap/client/DistinguishedName.h"
 #include "linux/ldap/client/SearchFilter.h"
-#include "linux/records/AccountID.h"
 
 namespace gatehall::ldap {
 
@@ -43,12 +42,15 @@ void readFurtherMembers(Directory& directory, const Entry& group, Strings& names
     range.append(";range=").append(from).append("-*");
     const auto more = directory.readAttribute(group.dn, range);
     names.insert(names.end(), more.values.begin(), more.values.end());
-    const auto dash = more.attribute.rfind('-');
-    const auto last = dash == std::string::npos
-                          ? std::nullopt
-                          : accountID(std::string_view(more.attribute).substr(dash + 1));
-    if (!last || *last < *next || more.values.empty()) return;
-    next = *last + 1;
+    const auto options = std::string_view(more.attribute);
+    const auto given =
+        readRange(options.substr(std::min(options.find(';'), options.size() - 1) + 1));
+    const bool isNext = given && given->first == *next;
+    if (!isNext || (given->last && more.values.empty())) {
+      throw PlatformException(directory.nodeName() + ": the members of " + printable(group.dn) +
+                              " break off");
+    }
+    next = given->last ? std::optional(*given->last + 1) : std::nullopt;
   }
 }
 

@@ -165,6 +165,20 @@ TEST_F(LdapFaults, AServerThatStopsBetweenTwoPagesFailsTheQuestion) {
   expectLocalAccounts();
 }
 
+TEST_F(LdapFaults, APageThatDoesNotSayWhetherThereIsAnotherFailsTheQuestion) {
+  std::atomic<int> pages = 0;
+  serve([&](Peer& peer) {
+    peer.serve([&](const Request& request) {
+      const bool isFirst = pages++ % 2 == 0;
+      return peer.write(ber::message(request.id, danasEntry()) +
+                        ber::message(request.id, ber::result(ber::kSearchDone, 0),
+                                     isFirst ? ber::page("next") : ""));
+    });
+  });
+  EXPECT_THROW(machine.allNetworkUsers(), PlatformException);
+  EXPECT_EQ(pages, 4) << "asked once more";
+}
+
 TEST_F(LdapFaults, PagesWithoutAnEndAreCutOff) {
   std::atomic<int> pages = 0;
   serve(
@@ -245,8 +259,9 @@ TEST_F(LdapFaults, AServerThatRefusesToSearchFailsTheQuestion) {
   }
 }
 
-TEST_F(LdapFaults, AnEntryThatCannotBeReliedOnIsLeftOutAndTheLogNamesIt) {
+TEST_F(LdapFaults, AnEntryThatCannotBeReadFailsTheQuestionThatItMayAnswer) {
   const std::vector<std::pair<std::string, std::string>> odd{
+      {entryWith("objectClass", {}), "it has no object class"},
       {entryWith("uid", {}), "it has no name"},
       {entryWith("uid", {""}), "it has no name"},
       {entryWith("entryUUID", {}), "it has no GUID"},
@@ -263,7 +278,10 @@ TEST_F(LdapFaults, AnEntryThatCannotBeReliedOnIsLeftOutAndTheLogNamesIt) {
     LdapMachine other;
     other.configure(
         LdapMachine::table("test", LdapMachine::quoted(mServer->uri()), "tls = \"off\"\n"));
-    EXPECT_THAT(other.anywhere({"dana"}), ElementsAre("dana")) << fault;
+    EXPECT_THAT([&] { other.anywhere({"dana"}); }, testing::ThrowsMessage<PlatformException>(AllOf(
+                                                       testing::StartsWith("ldap/test: the entry "),
+                                                       HasSubstr(" can't be read: " + fault))));
+    EXPECT_THAT(other.allNetworkUsers(), ElementsAre("dana")) << "of all, it is left out";
     EXPECT_THAT(other.log.lines(), ElementsAre(AllOf(HasSubstr("ldap/test: the entry "),
                                                      HasSubstr(" is left out: " + fault))));
   }

@@ -32,6 +32,13 @@ class LdapMemberRanges : public LdapFaults {
     serve(script, more);
   }
 
+  void expectBroken() {
+    const auto all = machine.networkGroup("all");
+    EXPECT_THAT([&] { all->valuesForAttribute("GroupMembership"); },
+                testing::ThrowsMessage<PlatformException>(
+                    "ldap/test: the members of cn=all,dc=example,dc=org break off"));
+  }
+
   static std::string group(const std::string& range, std::vector<std::string> members) {
     return ber::entry("cn=all,dc=example,dc=org",
                       {{"objectClass", {"posixGroup"}},
@@ -53,7 +60,7 @@ TEST_F(LdapMemberRanges, WithoutAnEndAreCutOff) {
   EXPECT_THROW(group->valuesForAttribute("GroupMembership"), PlatformException);
 }
 
-TEST_F(LdapMemberRanges, EndWhereTheServerGoesBack) {
+TEST_F(LdapMemberRanges, FailTheQuestionWhereTheServerGoesBack) {
   serve([this](Peer& peer) {
     peer.serve([&](const Request& request) {
       const bool isByName = request.content.find("entryDN") != std::string::npos;
@@ -61,14 +68,77 @@ TEST_F(LdapMemberRanges, EndWhereTheServerGoesBack) {
       return peer.write(found(request, {isByName ? danasEntry() : group("0-0", {kMember})}));
     });
   });
-  EXPECT_THAT(values(machine.networkGroup("all"), "GroupMembership"), ElementsAre("dana"));
+  expectBroken();
   EXPECT_EQ(mRanges, 1);
 }
 
-TEST_F(LdapMemberRanges, EndWhereNothingIsHandedOut) {
+TEST_F(LdapMemberRanges, FailTheQuestionWhereNothingIsHandedOut) {
   serveRanges([] { return std::vector<std::string>(); });
-  EXPECT_THAT(values(machine.networkGroup("all"), "GroupMembership"), ElementsAre("dana"));
+  expectBroken();
   EXPECT_EQ(mRanges, 1);
+}
+
+TEST_F(LdapMemberRanges, FailTheQuestionWhereTheRestIsNotAnswered) {
+  const std::vector<std::vector<ber::Attribute>> odd{{},
+                                                     {{"member", {kMember}}},
+                                                     {{"member;range=2-*", {kMember}}},
+                                                     {{"member;range=1-x", {kMember}}},
+                                                     {{"member;range=1", {kMember}}},
+                                                     {{"member;range=", {kMember}}}};
+  for (const auto& rest : odd) {
+    mRanges = 0;
+    serve([&](Peer& peer) {
+      peer.serve([&](const Request& request) {
+        if (request.content.find(kRange) == std::string::npos) {
+          return peer.write(found(request, {group("0-0", {kMember})}));
+        }
+        ++mRanges;
+        return peer.write(found(request, {ber::entry("cn=all,dc=example,dc=org", rest)}));
+      });
+    });
+    LdapMachine other;
+    other.configure(
+        LdapMachine::table("test", LdapMachine::quoted(mServer->uri()), "tls = \"off\"\n"));
+    const auto all = other.networkGroup("all");
+    EXPECT_THROW(all->valuesForAttribute("GroupMembership"), PlatformException);
+    EXPECT_EQ(mRanges, 1);
+    mServer.reset();
+  }
+}
+
+TEST_F(LdapMemberRanges, ThatDoNotBeginAtTheBeginningMakeAGroupUnreadable) {
+  for (const auto* range : {"1-1", "1-*", "x-1", "0", "", "0-99999999999"}) {
+    answer({group(range, {kMember})});
+    LdapMachine other;
+    other.configure(
+        LdapMachine::table("test", LdapMachine::quoted(mServer->uri()), "tls = \"off\"\n"));
+    EXPECT_THROW(other.networkGroup("all"), PlatformException) << range;
+    mServer.reset();
+  }
+}
+
+TEST_F(LdapMemberRanges, StandBesideAnEmptyAttributeOfTheSameName) {
+  for (const bool isEmptyFirst : {true, false}) {
+    serve([&](Peer& peer) {
+      peer.serve([&](const Request& request) {
+        const bool isByName = request.content.find("entryDN") != std::string::npos;
+        if (isByName) return peer.write(found(request, {danasEntry()}));
+        const bool isRest = request.content.find("member;range=1-*") != std::string::npos;
+        std::vector<ber::Attribute> attributes{
+            {"objectClass", {"posixGroup"}},
+            {"cn", {"all"}},
+            {"entryUUID", {"5f000000-0000-4000-8000-0000000000a1"}},
+            {isRest ? "member;range=1-*" : "member;range=0-0", {isRest ? kMember : "uid=x"}}};
+        attributes.insert(isEmptyFirst ? attributes.end() - 1 : attributes.end(), {"member", {}});
+        return peer.write(found(request, {ber::entry("cn=all,dc=example,dc=org", attributes)}));
+      });
+    });
+    LdapMachine other;
+    other.configure(
+        LdapMachine::table("test", LdapMachine::quoted(mServer->uri()), "tls = \"off\"\n"));
+    EXPECT_THAT(values(other.networkGroup("all"), "GroupMembership"), ElementsAre("dana"));
+    mServer.reset();
+  }
 }
 
 }  // namespace gatehall

@@ -41,6 +41,8 @@ struct Result {
   int code = 0;            ///< RFC 4511, appendix A
   std::string text;        ///< the code in words, and what the server adds, for a log
   std::string diagnostic;  ///< what the server adds, as it stands
+  /// No more than one beyond so many are kept.
+  static constexpr std::size_t kMostReferrals = 64;
   std::vector<std::string> referrals;
 
   bool isSuccess() const { return code == 0; }

@@ -6,7 +6,6 @@ namespace gatehall::ldap {
 
 namespace {
 
-constexpr std::size_t kLongestReferralList = 64;
 constexpr std::size_t kLongestDiagnostic = 1024;
 
 const Library& library() { return Library::get(); }
@@ -74,7 +73,8 @@ Result Dialogue::finish(int status, int operation, Deadline deadline) const {
 
 void Dialogue::addReferrals(Result& result, char** referrals) {
   for (; referrals != nullptr && *referrals != nullptr; ++referrals) {
-    if (result.referrals.size() < kLongestReferralList) result.referrals.emplace_back(*referrals);
+    if (result.referrals.size() <= Result::kMostReferrals)
+      result.referrals.emplace_back(*referrals);
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <ranges>
 
 #include "base/Ascii.h"
@@ -18,6 +17,7 @@ namespace {
 
 constexpr std::size_t kLongestValue = 65536;
 constexpr std::size_t kLongestName = 8192;
+constexpr std::string_view kRangeOption = "range=";
 
 /// Active Directory keeps the first three fields of a GUID in the order of little-endian machines.
 UUIDBytes swapped(UUIDBytes bytes) {
@@ -46,21 +46,6 @@ std::span<const std::string_view> valuesOf(std::span<const Attribute> attributes
     if (ascii::isSame(each.name, name)) return each.values;
   }
   return {};
-}
-
-/// Reads an attribute's options ("member;range=0-1499"); false for those that make it another
-/// attribute, in some language for one.
-bool readOptions(std::string_view options, std::optional<std::uint32_t>& continueAt) {
-  constexpr std::string_view kRange = "range=";
-  if (options.empty()) return true;
-  if (!options.starts_with(kRange)) return false;
-  const auto end = options.substr(std::min(options.find('-'), options.size()));
-  std::uint32_t last = 0;
-  if (end.size() < 2 || end == "-*") return true;
-  const auto [stop, error] = std::from_chars(end.data() + 1, end.data() + end.size(), last);
-  if (error != std::errc() || last == UINT32_MAX) return false;
-  continueAt = last + 1;
-  return true;
 }
 
 /// Whether the name is the attribute's, in any case; the options that follow it.
@@ -101,9 +86,14 @@ class EntryReader {
     if (name.empty()) return true;
     for (const auto& attribute : attributes) {
       const auto options = optionsOf(attribute.name, name);
-      std::optional<std::uint32_t> continueAt;
-      if (!options || !readOptions(*options, continueAt)) continue;
-      if (slot == Slot::Members) mEntry.membersContinueAt = continueAt;
+      if (!options) continue;
+      if (isRange(*options)) {
+        const auto range = readRange(*options);
+        if (!range || range->first != 0) return refuse("its " + name + " has no beginning");
+        if (slot == Slot::Members && range->last) mEntry.membersContinueAt = *range->last + 1;
+      } else if (!options->empty()) {
+        continue;  // another attribute, in some language for one
+      }
       for (const auto value : attribute.values) {
         if (!add(slot, name, value)) return false;
       }
@@ -154,6 +144,20 @@ class EntryReader {
 };
 
 }  // namespace
+
+bool isRange(std::string_view options) { return options.starts_with(kRangeOption); }
+
+std::optional<ValueRange> readRange(std::string_view options) {
+  if (!isRange(options)) return std::nullopt;
+  options.remove_prefix(kRangeOption.size());
+  const auto dash = std::min(options.find('-'), options.size());
+  const auto first = accountID(options.substr(0, dash));
+  const auto end = options.substr(std::min(dash + 1, options.size()));
+  if (first && end == "*") return ValueRange{*first, std::nullopt};
+  const auto last = accountID(end);
+  if (!first || !last || *last < *first) return std::nullopt;
+  return ValueRange{*first, last};
+}
 
 std::span<const Entry::Value> Entry::of(Slot slot) const {
   const auto begin = std::ranges::lower_bound(values, slot, {}, &Value::slot);
@@ -207,6 +211,10 @@ std::shared_ptr<Entry> readEntry(const Schemas& schemas, std::string_view dn,
     return nullptr;
   }
   const auto classes = valuesOf(attributes, "objectClass");
+  if (classes.empty()) {
+    fault = "it has no object class";
+    return nullptr;
+  }
   auto entry = std::make_shared<Entry>();
   if (schemas.users.takes(classes)) {
     entry->type = Schema::Type::User;

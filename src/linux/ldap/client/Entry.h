@@ -64,6 +64,16 @@ struct Schemas {
 std::shared_ptr<Entry> readEntry(const Schemas& schemas, std::string_view dn,
                                  std::span<const Attribute> attributes, std::string& fault);
 
+/// Which values of an attribute a server hands out that gives only so many at once, counted from 0.
+struct ValueRange {
+  std::uint32_t first = 0;
+  std::optional<std::uint32_t> last;  ///< empty: to the end
+};
+
+/// Whether an attribute's options ("range=0-1499") say so; reads them, empty for what is no range.
+bool isRange(std::string_view options);
+std::optional<ValueRange> readRange(std::string_view options);
+
 /// The bytes of a GUID's text as the schema's filter has to spell them; empty for what is no GUID.
 std::optional<std::string> guidForFilter(const Schema& schema, std::string_view guid);
 

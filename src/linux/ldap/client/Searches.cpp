@@ -145,8 +145,9 @@ void Searches::takeEntry(std::size_t index, LDAPMessage* message) {
 
 void Searches::takeReference(std::size_t index, LDAPMessage* message) {
   char** referrals = nullptr;
-  library().parse_reference(mDialogue.ldap(), message, &referrals, nullptr, 0);
+  const int status = library().parse_reference(mDialogue.ldap(), message, &referrals, nullptr, 0);
   const Owned<char*> owner(referrals);
+  if (status != LDAP_SUCCESS) mDialogue.lose("a reference that can't be read", false);
   Dialogue::addReferrals(mResults[index], referrals);
 }
 
@@ -169,7 +170,13 @@ void Searches::takeResult(std::size_t index, LDAPMessage* message) {
 
 std::string Searches::cookieOf(const Dialogue::Answer& answer) const {
   auto* control = library().control_find(LDAP_CONTROL_PAGEDRESULTS, answer.controls.get(), nullptr);
-  if (control == nullptr) return {};
+  if (control == nullptr) {
+    // A server that knows no pages answers the first request with all there is.
+    if (answer.result.isSuccess() && !mPages->cookie().empty()) {
+      mDialogue.lose("a page without the place of the next one", false);
+    }
+    return {};
+  }
   ber_int_t estimate = 0;
   berval cookie{};
   const int status =
