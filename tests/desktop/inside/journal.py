@@ -11,15 +11,20 @@ def cursor():
     return last.removeprefix("-- cursor: ")
 
 
-def entries(since, *programs):
-    """What these programs said since the cursor, as (program, process id, text)."""
+def records(since, *programs):
+    """What these programs said since the cursor, with all fields."""
     run("journalctl", "--sync", check=False)
     # A cursor together with a filter by program skips an entry too many.
     lines = run("journalctl", "--quiet", "--output=json", f"--after-cursor={since}",
                 check=False).splitlines()
     found = (json.loads(line) for line in lines)
-    return [(entry["SYSLOG_IDENTIFIER"], entry.get("_PID"), entry["MESSAGE"]) for entry in found
-            if entry.get("SYSLOG_IDENTIFIER") in programs]
+    return [entry for entry in found if entry.get("SYSLOG_IDENTIFIER") in programs]
+
+
+def entries(since, *programs):
+    """What these programs said since the cursor, as (program, process id, text)."""
+    return [(entry["SYSLOG_IDENTIFIER"], entry.get("_PID"), entry["MESSAGE"])
+            for entry in records(since, *programs)]
 
 
 def story(since):

@@ -26,33 +26,46 @@ class Run:
         return f"<status {self.status}, {self.seconds:.2f} s, output {self.output!r}, log {self.log}>"
 
 
-def run_as(command, user, session=None, environment=None, limits=(), **options):
-    """Runs a program inside a session, or outside of any; its status, output and seconds."""
+def start_as(command, user, session=None, environment=None, limits=(), **options):
+    """Starts a program inside a session, or outside of any, as its user would with these limits."""
     account = pwd.getpwnam(user)
     groups = session_groups(session)
+    member_of = os.getgrouplist(account.pw_name, account.pw_gid)
     if environment is None:
         environment = session_environment(session) if session else {"PATH": os.environ["PATH"]}
 
     def prepare():
         for group in groups:
             Path(group).write_text(str(os.getpid()))
-        for limit, value in limits:
-            resource.setrlimit(limit, (value, value))
-        os.initgroups(account.pw_name, account.pw_gid)
+        os.setgroups(member_of)
         os.setgid(account.pw_gid)
         os.setuid(account.pw_uid)
+        # Lowered any earlier, the limit on processes forbids the program itself.
+        for limit, value in limits:
+            resource.setrlimit(limit, (value, value))
 
-    start = time.monotonic()
-    process = subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, cwd="/",
-                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                               preexec_fn=prepare, **options)
+    options = {"stderr": subprocess.STDOUT, **options}
+    return subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, cwd="/",
+                            stdout=subprocess.PIPE, preexec_fn=prepare, **options)
+
+
+def finish(process):
+    """Waits for the end of a program; what it printed, of each of the streams that are kept apart."""
     try:
-        output, _ = process.communicate(timeout=LONGEST_RUN_SECONDS)
+        return [output.decode() for output in process.communicate(timeout=LONGEST_RUN_SECONDS)
+                if output is not None]
     except subprocess.TimeoutExpired:
         process.kill()
         process.communicate()
-        raise AssertionError(f"{command} did not end within {LONGEST_RUN_SECONDS} s") from None
-    return process.returncode, output.decode(), time.monotonic() - start
+        raise AssertionError(f"{process.args} did not end within {LONGEST_RUN_SECONDS} s") from None
+
+
+def run_as(command, user, session=None, **options):
+    """Runs a program inside a session, or outside of any; its status, output and seconds."""
+    start = time.monotonic()
+    process = start_as(command, user, session, **options)
+    (output,) = finish(process)
+    return process.returncode, output, time.monotonic() - start
 
 
 def session_groups(session):
