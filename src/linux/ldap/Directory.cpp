@@ -100,6 +100,7 @@ class Directory::Collector {
     mNames.clear();
     for (const auto& name : user.of(Slot::Name)) mNames.push_back(name.text);
     account.names = mNames;
+    if (mNames.size() > 1) leaveOutNamesOfAdministrators(user);
     std::string why;
     switch (mLocals->likenessTo(account, why)) {
       case LocalAccounts::Likeness::Twin:
@@ -123,6 +124,19 @@ class Directory::Collector {
 
   void leaveOut(std::string_view dn, const std::string& fault) {
     mFaults.report(mDirectory.nodeName(), "the entry " + printable(dn) + " is left out: " + fault);
+  }
+
+  /// The login name stays.
+  void leaveOutNamesOfAdministrators(Entry& user) {
+    bool isFurther = false;
+    std::erase_if(user.values, [&](const Entry::Value& value) {
+      if (value.slot != Slot::Name || !std::exchange(isFurther, true)) return false;
+      if (!mLocals->isNameOfAdministrator(value.text)) return false;
+      mFaults.report(mDirectory.nodeName(), "the name " + printable(value.text) + " of the entry " +
+                                                printable(user.dn) +
+                                                " is left out: it is an administrator's");
+      return true;
+    });
   }
 
   const Directory& mDirectory;

@@ -19,7 +19,7 @@ void AdminGroup::add(const GroupEntry& entry, std::string_view line) {
 }
 
 std::shared_ptr<Group> AdminGroup::make(const std::shared_ptr<Context>& context) {
-  return std::make_shared<Group>(context, Group::Identity{std::string(kName), mGroupID},
+  return std::make_shared<Group>(context, Group::Identity{std::string(kName), mGroupID, true},
                                  std::move(mMemberLines), Strings{"root"});
 }
 

@@ -235,34 +235,38 @@ bool Group::hasMemberNamed(std::string_view name) {
   return isNamed;
 }
 
-bool Group::hasMemberWithGroupID(std::uint32_t groupID) const {
-  return std::ranges::find(mGroupIDs, groupID) != mGroupIDs.end();
+bool Group::hasMemberWithGroupID(const Strings& groupIDs) const {
+  return std::ranges::any_of(groupIDs, [this](const std::string& text) {
+    const auto groupID = accountID(text);
+    return groupID && std::ranges::find(mGroupIDs, *groupID) != mGroupIDs.end();
+  });
+}
+
+bool Group::hasMemberFromElsewhere(const Strings& names, const Strings& groupIDs) {
+  if (!names.empty()) {
+    const auto& login = names.front();
+    // A name in /etc/group means the local account of that name, if there is one.
+    const bool isLocals = userNamed(std::make_shared<Context>(mHost), login) != nullptr;
+    const std::lock_guard lock(mMutex);
+    if (!isLocals && hasMemberNamed(login)) return true;
+  }
+  const std::lock_guard lock(mMutex);
+  return !mIdentity.isOfAdministrators && hasMemberWithGroupID(groupIDs);
 }
 
 bool Group::isMember(DirectoryRecord& member) {
   if (member.recordType() != record::Users) return false;
   const auto groupIDs = member.valuesForAttribute(attribute::PrimaryGroupID).value_or(Strings());
   const auto nodes = member.valuesForAttribute(attribute::MetaNodeLocation).value_or(Strings());
-  auto names = member.valuesForAttribute(attribute::RecordName).value_or(Strings());
-  const bool isLocal = contains(nodes, kLocalNodeName);
-  // A name in /etc/group means the local account of that name, if there is one.
-  if (!isLocal && !names.empty()) {
-    const auto context = std::make_shared<Context>(mHost);
-    std::erase_if(names,
-                  [&](const std::string& name) { return userNamed(context, name) != nullptr; });
-  }
+  const auto names = member.valuesForAttribute(attribute::RecordName).value_or(Strings());
+  if (!contains(nodes, kLocalNodeName)) return hasMemberFromElsewhere(names, groupIDs);
 
   const std::lock_guard lock(mMutex);
   if (std::ranges::any_of(names, [&](const auto& name) { return hasMemberNamed(name); })) {
     return true;
   }
-  if (std::ranges::any_of(groupIDs, [&](const auto& text) {
-        const auto groupID = accountID(text);
-        return groupID && hasMemberWithGroupID(*groupID);
-      })) {
-    return true;
-  }
-  if (!isLocal || names.empty()) return false;
+  if (hasMemberWithGroupID(groupIDs)) return true;
+  if (names.empty()) return false;
   const auto record = mContext->userRecords().named(names.front());
   return record && std::ranges::any_of(mMemberLines, [&](const std::string& line) {
            return contains(record->memberOf, accountLine::name(line));

@@ -17,13 +17,16 @@ namespace gatehall::local {
 
 /// A group of the local node: a line of /etc/group; the group "admin", a line for each of the
 /// groups it is made of. Its members are those that the lines name, those whose user records say
-/// so, and those whose primary group it is.
+/// so, and those whose primary group it is. Of accounts from elsewhere the lines mean those with
+/// that login name, the first of the names that a record has; of the group "admin" nothing else
+/// makes them members.
 class Group final : public DirectoryRecord {
  public:
   /// What tells a group from others. Only "admin" can be without a group id.
   struct Identity {
     std::string name;
     std::optional<std::uint32_t> groupID;
+    bool isOfAdministrators = false;
   };
 
   /// The lines are such as parseGroupLine reads. The first members are in the group whatever the
@@ -59,7 +62,8 @@ class Group final : public DirectoryRecord {
   Strings memberNames();
   Strings memberGUIDs();
   bool hasMemberNamed(std::string_view name);
-  bool hasMemberWithGroupID(std::uint32_t groupID) const;
+  bool hasMemberWithGroupID(const Strings& groupIDs) const;
+  bool hasMemberFromElsewhere(const Strings& names, const Strings& groupIDs);
   void keepLines(std::vector<std::string> memberLines);
 
   static void collectMembers(Context& context, std::span<Group* const> groups);

@@ -4,13 +4,15 @@
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
-#include <unordered_map>
+#include <mutex>
 #include <unordered_set>
 
 #include "gatehall/base/PlatformException.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/accounts/AccountFiles.h"
+#include "linux/accounts/Group.h"
 #include "linux/accounts/UserRecord.h"
+#include "linux/local/Settings.h"
 #include "linux/records/AccountID.h"
 #include "portable/NameBasedUUID.h"
 
@@ -46,7 +48,11 @@ class OwnAccountsSnapshot final : public LocalAccounts::Snapshot {
  public:
   OwnAccountsSnapshot(const HostOptions& options, FaultLog& faults, MachineGUIDs& guids,
                       std::shared_ptr<const PasswdLines::Snapshot> lines)
-      : mGUIDs(guids), mLines(std::move(lines)), mNames(recordFiles(options)) {
+      : mOptions(options),
+        mFaults(faults),
+        mGUIDs(guids),
+        mLines(std::move(lines)),
+        mNames(recordFiles(options)) {
     for (const auto& name : mNames) {
       if (const auto id = accountID(name)) mUserIDs.insert(*id);
     }
@@ -89,6 +95,11 @@ class OwnAccountsSnapshot final : public LocalAccounts::Snapshot {
     return isLike ? Likeness::Copy : Likeness::None;
   }
 
+  bool isNameOfAdministrator(std::string_view name) const override {
+    std::call_once(mAdministratorsAreRead, [this] { readAdministrators(); });
+    return mAdministrators.contains(std::string(name));
+  }
+
  private:
   /// The local account that is a copy of that one; nullptr when there is none.
   std::shared_ptr<const UserRecord> copyOf(const NetworkAccount& account,
@@ -117,12 +128,33 @@ class OwnAccountsSnapshot final : public LocalAccounts::Snapshot {
     return mUUIDs.contains(guid) || (isNameBased(guid) && mLines->userIDOf(guid, mGUIDs));
   }
 
+  /// Few accounts have a further name that has to be looked for here.
+  void readAdministrators() const {
+    const auto groups = Settings::read(mOptions, mFaults).adminGroups;
+    accountFiles::scanRequired(
+        mOptions, mFaults, accountFiles::kGroup, [&](std::string_view line, std::uint64_t) {
+          if (std::ranges::find(groups, accountLine::name(line)) == groups.end()) return true;
+          std::string fault;
+          const auto group = parseGroupLine(line, fault);
+          if (!group) return true;  // whoever reads the group says so
+          eachMember(group->members, [this](std::string_view name) {
+            mAdministrators.emplace(name);
+            return true;
+          });
+          return true;
+        });
+  }
+
+  const HostOptions& mOptions;
+  FaultLog& mFaults;
   MachineGUIDs& mGUIDs;
   const std::shared_ptr<const PasswdLines::Snapshot> mLines;
   UserRecords mRecords;
   std::unordered_set<std::string> mNames;  ///< of the records
   std::unordered_set<std::uint32_t> mUserIDs;
   std::unordered_set<UUIDBytes, GUIDHash> mUUIDs;
+  mutable std::once_flag mAdministratorsAreRead;
+  mutable std::unordered_set<std::string> mAdministrators;  ///< their names in the group file
 };
 
 }  // namespace

@@ -36,6 +36,11 @@ class LocalAccounts {
 
     /// What the account is to the local ones; of a twin, why, in words that follow "it".
     virtual Likeness likenessTo(const NetworkAccount& account, std::string& why) const = 0;
+
+    /// Whether the group file makes an account with that login name an administrator. As a further
+    /// name of a network account it would do so too, and has to be left out. Raises
+    /// PlatformException when it can't be told.
+    virtual bool isNameOfAdministrator(std::string_view name) const = 0;
   };
 
   /// Tells that the files have changed.

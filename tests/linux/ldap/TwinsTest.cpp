@@ -195,6 +195,38 @@ TEST_F(LdapTwins, AreUndecidableWhereTheLocalAccountsAre) {
   EXPECT_THROW(machine.networkUser("pat"), PlatformException);
 }
 
+TEST_F(LdapTwins, OfNobodyAreAdministratorsByTheGroupFileAlone) {
+  const auto administrators = [&](const Person& person, const std::string& groups) {
+    serve(person);
+    LdapMachine asked;
+    asked.configure(LdapMachine::table("test", LdapMachine::quoted(mServer->uri())));
+    asked.write("/etc/group", groups);
+    const auto admin = asked.group("admin");
+    Strings byRecord;
+    const auto users =
+        asked.node()
+            ->query({{"Users"}, "RecordName", MatchType::EqualTo, {"lxRecordsAll"}, {}, 0})
+            ->results(false);
+    for (const auto& user : users.value()) {
+      const auto name = values(user, "RecordName").front();
+      if (name == "pat" && admin->isMember(*user)) byRecord.push_back(name);
+    }
+    Strings byList;
+    for (const auto& name : asked.anywhere(values(admin, "GroupMembership"))) {
+      if (name == "pat") byList.push_back(name);
+    }
+    EXPECT_EQ(byRecord, byList);
+    return byRecord;
+  };
+  EXPECT_THAT(administrators({}, "sudo:x:27:pat\n"), ElementsAre("pat"));
+  EXPECT_THAT(administrators({}, "sudo:x:700:\n"), IsEmpty()) << "by its primary group";
+  EXPECT_THAT(administrators({.names = {"pat", "patty"}}, "sudo:x:27:patty\n"), IsEmpty());
+  EXPECT_THAT(administrators({.names = {"pat", "patty"}}, "sudo:x:27:pat,patty\n"),
+              ElementsAre("pat"));
+  EXPECT_THAT(administrators({}, "staff:x:700:pat\n"), IsEmpty())
+      << "the directory's group of a local one's id";
+}
+
 TEST(LdapTwinsSettings, ThatCanNotBeMeantLeaveTheDefault) {
   for (const auto* more : {"min-id = 0\n", "min-id = \"5\"\n", "max-id = 4294967295\n",
                            "min-id = 70\nmax-id = 60\n", "max-id = -1\n"}) {

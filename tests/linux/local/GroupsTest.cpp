@@ -37,11 +37,13 @@ class LocalGroups : public testing::Test {
 /// An account of some other directory.
 class Stranger final : public DirectoryRecord {
  public:
+  Stranger(Strings names, std::string groupID)
+      : mNames(std::move(names)), mGroupID(std::move(groupID)) {}
   Stranger(std::string name, std::string groupID)
-      : mName(std::move(name)), mGroupID(std::move(groupID)) {}
+      : Stranger(Strings{std::move(name)}, std::move(groupID)) {}
   std::string recordType() override { return "Users"; }
   std::optional<Strings> valuesForAttribute(std::string_view kind) override {
-    if (kind == attribute::RecordName) return Strings{mName};
+    if (kind == attribute::RecordName) return mNames;
     if (kind == attribute::PrimaryGroupID) return Strings{mGroupID};
     if (kind == attribute::MetaNodeLocation) return Strings{"ldap/example"};
     return std::nullopt;
@@ -57,7 +59,7 @@ class Stranger final : public DirectoryRecord {
   bool synchronize() override { return true; }
 
  private:
-  std::string mName;
+  Strings mNames;
   std::string mGroupID;
 };
 
@@ -168,7 +170,19 @@ TEST_F(LocalGroups, CountAnAccountFromElsewhereUnlessItsNameIsALocalAccounts) {
   EXPECT_TRUE(machine.group("staff")->isMember(stranger));
   EXPECT_FALSE(machine.group("staff")->isMember(namesake));
   EXPECT_FALSE(machine.group("admin")->isMember(root));
-  EXPECT_TRUE(machine.group("admin")->isMember(byGroup));
+  EXPECT_FALSE(machine.group("admin")->isMember(byGroup)) << "its directory says so alone";
+  EXPECT_TRUE(machine.group("sudo")->isMember(byGroup)) << "as any other list has it";
+  machine.write("/etc/group", "sudo:x:27:stranger\n");
+  EXPECT_TRUE(machine.group("admin")->isMember(stranger)) << "the group file says so";
+}
+
+TEST_F(LocalGroups, CountAnAccountFromElsewhereByItsLoginNameAlone) {
+  Stranger second(Strings{"other", "stranger"}, "7");
+  Stranger first(Strings{"stranger", "other"}, "7");
+  Stranger behindLocal(Strings{"ann", "stranger"}, "7");
+  EXPECT_FALSE(machine.group("staff")->isMember(second));
+  EXPECT_TRUE(machine.group("staff")->isMember(first));
+  EXPECT_FALSE(machine.group("staff")->isMember(behindLocal));
 }
 
 TEST_F(LocalGroups, AreReadAgainWhenSynchronized) {
