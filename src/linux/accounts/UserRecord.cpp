@@ -1,17 +1,24 @@
 #include "linux/accounts/UserRecord.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
+#include <functional>
 #include <nlohmann/json.hpp>
+#include <set>
+#include <span>
 #include <string.h>
 
 #include "base/Ascii.h"
+#include "gatehall/base/PlatformException.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/accounts/AccountLine.h"
 #include "linux/files/FaultLog.h"
+#include "linux/files/NearestName.h"
 #include "linux/files/OwnedFile.h"
+#include "linux/files/PolicyFile.h"
 
 namespace gatehall {
 
@@ -38,21 +45,63 @@ bool isReserved(std::string_view kind) {
          kind == attribute::Password || kind == attribute::TavloSettings;
 }
 
+/// The fields that count here. Records have many others.
+constexpr std::array<std::string_view, 13> kFields{
+    "userName", "uid",     "gid",      "realName", "homeDirectory", "shell", "disposition",
+    "uuid",     "aliases", "memberOf", "locked",   "notAfterUSec",  kSection};
+
+/// What makes an account a mobile one.
+constexpr std::array<std::string_view, 2> kMobileKinds{attribute::OriginalNodeName,
+                                                       attribute::CopyTimestamp};
+
+/// A name that is one slip away from one that counts is that one, damaged or misspelled. Without it
+/// the record would say something else.
+void requireNoSlip(std::string_view name, std::span<const std::string_view> known) {
+  if (std::ranges::find(known, name) != known.end()) return;
+  const auto nearest = nearestName(name, known);
+  if (!nearest.isSlip()) return;
+  throw Fault{printable(name) + " is no field; did you mean " + std::string(nearest.name) + "?"};
+}
+
+/// Watches a text being parsed.
+class ParseWatch {
+ public:
+  bool operator()(int depth, Json::parse_event_t event, const Json& parsed) {
+    if (depth > kDeepest) mIsTooDeep = true;
+    // Values nested too deep are dropped while they are read, so they take no room.
+    if (mIsTooDeep) return false;
+    if (event == Json::parse_event_t::object_start) mKeys.emplace_back();
+    if (event == Json::parse_event_t::object_end) mKeys.pop_back();
+    if (event == Json::parse_event_t::key) {
+      auto key = parsed.get<std::string>();
+      if (mKeys.back().contains(key)) mTwice = key;
+      mKeys.back().insert(std::move(key));
+    }
+    return true;
+  }
+
+  /// Raises what it saw.
+  void require() const {
+    if (mIsTooDeep) throw Fault{"nested too deep"};
+    // The last of them would count, and the other may be what was meant.
+    if (mTwice) throw Fault{printable(*mTwice) + " stands there twice"};
+  }
+
+ private:
+  bool mIsTooDeep = false;
+  std::vector<std::set<std::string>> mKeys;  ///< of the objects that are open
+  std::optional<std::string> mTwice;
+};
+
 Json parse(std::string_view text) {
-  // Values nested too deep are dropped while they are read, so they take no room.
-  bool isTooDeep = false;
-  const auto watch = [&](int depth, Json::parse_event_t, Json&) {
-    if (depth <= kDeepest) return true;
-    isTooDeep = true;
-    return false;
-  };
+  ParseWatch watch;
   Json json;
   try {
-    json = Json::parse(text.begin(), text.end(), watch);
+    json = Json::parse(text.begin(), text.end(), std::ref(watch));
   } catch (const Json::parse_error& error) {
     throw Fault{std::string("not JSON at byte ") + std::to_string(error.byte)};
   }
-  if (isTooDeep) throw Fault{"nested too deep"};
+  watch.require();
   if (!json.is_object()) throw Fault{"not an object"};
   return json;
 }
@@ -134,6 +183,7 @@ std::map<std::string, Strings, std::less<>> attributesOf(const Json& json) {
     if (isReserved(kind)) {
       throw Fault{std::string(kSection) + "." + key + " can't be set here"};
     }
+    requireNoSlip(kind, kMobileKinds);
     attributes[std::string(kind)] = attributeValues(key, value);
   }
   return attributes;
@@ -157,6 +207,7 @@ std::shared_ptr<const UserRecord> parseUserRecord(std::string_view text, std::st
   fault.clear();
   try {
     const auto json = parse(text);
+    for (const auto& [key, value] : json.items()) requireNoSlip(key, kFields);
     auto record = std::make_shared<UserRecord>();
     record->userName = textOf(json, "userName");
     if (!isLoginName(record->userName)) throw Fault{"userName is not a login name"};
@@ -233,42 +284,67 @@ PrivilegedHashes PrivilegedHashes::read(const HostOptions& options, FaultLog& fa
 UserRecords::UserRecords(const HostOptions& options, FaultLog& faults) {
   const std::unique_ptr<DIR, int (*)(DIR*)> folder(
       opendir((options.root + std::string(kFolder)).c_str()), closedir);
+  const auto failFolder = [&](std::string_view fault) {
+    faults.report(kFolder, fault);
+    mFolderFault.assign(kFolder).append(": ").append(fault);
+  };
   if (!folder) {
-    if (errno != ENOENT && errno != ENOTDIR) faults.report(kFolder, strerrordesc_np(errno));
+    if (errno != ENOENT) failFolder(strerrordesc_np(errno));
     return;
   }
-  while (const auto* entry = readdir(folder.get())) {
+  for (;;) {
+    errno = 0;
+    const auto* entry = readdir(folder.get());
+    if (entry == nullptr && errno != 0) failFolder(strerrordesc_np(errno));
+    if (entry == nullptr) break;
     constexpr std::string_view kSuffix = ".user";
     const std::string_view file = entry->d_name;
     if (!file.ends_with(kSuffix)) continue;
     // UID.user is another name of the same record.
     const auto stem = file.substr(0, file.size() - kSuffix.size());
     if (ascii::isNumber(stem)) continue;
-    if (mRecords.size() == kMostFiles) {
-      faults.report(kFolder, "too many user records; the rest is not read");
+    if (mRecords.size() + mUnreadable.size() == kMostFiles) {
+      failFolder("too many user records; the rest is not read");
       break;
     }
-    const auto path = std::string(kFolder) + "/" + std::string(file);
     std::string fault;
-    const auto content =
-        readOwnedFile(options.root + path, {systemOwner(options)}, kLargestFile, fault);
-    if (!content) {
-      if (!fault.empty()) faults.report(path, "ignored: " + fault);
-      continue;
-    }
-    auto record = parseUserRecord(*content, fault);
-    if (record && record->userName != stem) {
-      fault = "userName is not the file's name";
-      record = nullptr;
-    }
-    if (record) {
+    if (auto record = read(options, stem, fault)) {
       mRecords.push_back(std::move(record));
-    } else {
-      faults.report(path, fault);
+    } else if (!fault.empty()) {
+      faults.report(pathOf(stem), fault);
+      mUnreadable.emplace(stem, pathOf(stem).append(": ").append(fault));
     }
   }
   std::sort(mRecords.begin(), mRecords.end(),
             [](const auto& left, const auto& right) { return left->userName < right->userName; });
+}
+
+std::string UserRecords::pathOf(std::string_view userName) {
+  std::string path(kFolder);
+  return path.append("/").append(userName).append(".user");
+}
+
+std::shared_ptr<const UserRecord> UserRecords::read(const HostOptions& options,
+                                                    std::string_view userName, std::string& fault) {
+  const auto path = pathOf(userName);
+  std::optional<std::string> content;
+  try {
+    content = readPolicyFile(options, path, kLargestFile);
+  } catch (const PlatformException& error) {
+    fault = std::string_view(error.what()).substr(path.size() + std::string_view(": ").size());
+    return nullptr;
+  }
+  if (!content) return nullptr;
+  auto record = parseUserRecord(*content, fault);
+  if (!record || record->userName == userName) return record;
+  fault = "userName is not the file's name";
+  return nullptr;
+}
+
+const std::string* UserRecords::faultOf(std::string_view userName) const {
+  const auto found = mUnreadable.find(userName);
+  if (found != mUnreadable.end()) return &found->second;
+  return mFolderFault.empty() ? nullptr : &mFolderFault;
 }
 
 std::shared_ptr<const UserRecord> UserRecords::named(std::string_view userName) const {

@@ -47,20 +47,39 @@ struct PrivilegedHashes {
                                std::string_view userName);
 };
 
-/// The records of /etc/userdb, read whole: a machine has few of them.
+/// The records of /etc/userdb, read whole: a machine has few of them. One that is there and can't
+/// be used (readPolicyFile, parseUserRecord) is no missing one: it may say that an account is a
+/// mobile one, or locked.
 class UserRecords {
  public:
   UserRecords() = default;
   UserRecords(const HostOptions& options, FaultLog& faults);
 
-  bool isEmpty() const { return mRecords.empty(); }
+  /// There are none, nor any that can't be read.
+  bool isEmpty() const { return mRecords.empty() && mUnreadable.empty() && mFolderFault.empty(); }
   const std::vector<std::shared_ptr<const UserRecord>>& all() const { return mRecords; }
 
   /// nullptr when there is none.
   std::shared_ptr<const UserRecord> named(std::string_view userName) const;
 
+  /// Why the account's record, or the whole folder, can't be read, "PATH: REASON"; nullptr when it
+  /// can.
+  const std::string* faultOf(std::string_view userName) const;
+
+  /// The same for all that can't be read, by login name.
+  const std::map<std::string, std::string, std::less<>>& unreadable() const { return mUnreadable; }
+
+  /// The same for the folder: empty when it can be read to its end.
+  const std::string& folderFault() const { return mFolderFault; }
+
  private:
+  static std::string pathOf(std::string_view userName);
+  static std::shared_ptr<const UserRecord> read(const HostOptions& options,
+                                                std::string_view userName, std::string& fault);
+
   std::vector<std::shared_ptr<const UserRecord>> mRecords;  ///< by name
+  std::map<std::string, std::string, std::less<>> mUnreadable;
+  std::string mFolderFault;
 };
 
 }  // namespace gatehall

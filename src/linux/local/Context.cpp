@@ -1,5 +1,9 @@
 #include "linux/local/Context.h"
 
+#include "gatehall/base/PlatformException.h"
+#include "linux/local/AdminGroup.h"
+#include "linux/local/Groups.h"
+
 namespace gatehall::local {
 
 const LoginShells& Context::shells() {
@@ -19,7 +23,25 @@ const Settings& Context::settings() {
   return *mSettings.file;
 }
 
+void Context::requireReadableRecords() {
+  const auto& records = userRecords();
+  if (!records.folderFault().empty()) throw PlatformException(records.folderFault());
+  for (const auto& [name, fault] : records.unreadable()) {
+    if (!isAdministrator(name, std::nullopt)) throw PlatformException(fault);
+  }
+}
+
+bool Context::isAdministrator(std::string_view loginName,
+                              std::optional<std::uint32_t> groupID) const {
+  const auto admin = groupNamed(std::make_shared<Context>(mHost), AdminGroup::kName);
+  return admin != nullptr && admin->holds(loginName, groupID);
+}
+
 std::shared_ptr<const UserRecord> Context::userRecordFor(const PasswdEntry& entry) {
+  if (const auto* fault = userRecords().faultOf(entry.name)) {
+    if (isAdministrator(entry.name, entry.groupID)) return nullptr;
+    throw PlatformException(*fault);
+  }
   auto record = userRecords().named(entry.name);
   if (!record || !record->userID || *record->userID == entry.userID) return record;
   mHost->faults.report("/etc/userdb/" + record->userName + ".user",

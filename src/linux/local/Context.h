@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -59,8 +60,17 @@ class Context {
   const Settings& settings();
 
   /// The record that adds to a line of /etc/passwd: the one of its name, unless that is another
-  /// account's by its user id. nullptr when there is none.
+  /// account's by its user id. nullptr when there is none, and when one that can't be read is an
+  /// administrator's: of them the group file alone says who they are. Raises PlatformException when
+  /// anybody else's can't be read.
   std::shared_ptr<const UserRecord> userRecordFor(const PasswdEntry& entry);
+
+  /// Raises PlatformException when a record that can't be read is not an administrator's.
+  void requireReadableRecords();
+
+  /// Whether the group file makes an account of that name and primary group an administrator. May
+  /// raise PlatformException.
+  bool isAdministrator(std::string_view loginName, std::optional<std::uint32_t> groupID) const;
 
  private:
   template <class File>

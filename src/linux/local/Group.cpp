@@ -9,6 +9,7 @@
 #include "linux/accounts/AccountFiles.h"
 #include "linux/accounts/Group.h"
 #include "linux/accounts/Passwd.h"
+#include "linux/local/AdminGroup.h"
 #include "linux/local/Groups.h"
 #include "linux/local/Users.h"
 #include "linux/records/AccountID.h"
@@ -194,23 +195,26 @@ void Group::collectMembers(Context& context, std::span<Group* const> groups) {
     for (const auto index : places) lists[index].setGUID(name, guid);
   };
 
+  // Who is an administrator, the group file says. Any other group may have a member by a record.
+  const bool needsRecords = std::ranges::any_of(
+      groups, [](const auto* group) { return group->mIdentity.name != AdminGroup::kName; });
+  if (needsRecords) context.requireReadableRecords();
   std::unordered_set<std::string_view> recordsUsed;
-  accountFiles::scanRequired(host.options, host.faults, accountFiles::kPasswd,
-                             [&](std::string_view line, std::uint64_t number) {
-                               std::string fault;
-                               const auto entry = parsePasswdLine(line, fault);
-                               if (!entry) {
-                                 if (!line.empty())
-                                   host.faults.report(accountFiles::kPasswd, number, fault);
-                                 return true;
-                               }
-                               const auto record =
-                                   records.isEmpty() ? nullptr : context.userRecordFor(*entry);
-                               if (const auto named = records.named(entry->name))
-                                 recordsUsed.insert(named->userName);
-                               found(entry->name, entry->userID, entry->groupID, record);
-                               return true;
-                             });
+  accountFiles::scanRequired(
+      host.options, host.faults, accountFiles::kPasswd,
+      [&](std::string_view line, std::uint64_t number) {
+        std::string fault;
+        const auto entry = parsePasswdLine(line, fault);
+        if (!entry) {
+          if (!line.empty()) host.faults.report(accountFiles::kPasswd, number, fault);
+          return true;
+        }
+        const bool hasNone = records.isEmpty() || records.faultOf(entry->name) != nullptr;
+        const auto record = hasNone ? nullptr : context.userRecordFor(*entry);
+        if (const auto named = records.named(entry->name)) recordsUsed.insert(named->userName);
+        found(entry->name, entry->userID, entry->groupID, record);
+        return true;
+      });
   for (const auto& record : records.all()) {
     if (recordsUsed.contains(record->userName) || !record->userID) continue;
     found(record->userName, *record->userID, record->groupID.value_or(*record->userID), record);
@@ -252,6 +256,11 @@ bool Group::hasMemberFromElsewhere(const Strings& names, const Strings& groupIDs
   }
   const std::lock_guard lock(mMutex);
   return !mIdentity.isOfAdministrators && hasMemberWithGroupID(groupIDs);
+}
+
+bool Group::holds(std::string_view loginName, std::optional<std::uint32_t> groupID) {
+  const std::lock_guard lock(mMutex);
+  return hasMemberNamed(loginName) || (groupID && hasMemberWithGroupID(*groupID));
 }
 
 bool Group::isMember(DirectoryRecord& member) {

@@ -37,6 +37,9 @@ class Group final : public DirectoryRecord {
   /// Fetches the members of groups that don't have them yet, in one pass over the accounts.
   static void fetchMembers(Context& context, std::span<const std::shared_ptr<Group>> groups);
 
+  /// Whether a local account of that name and primary group is in it, by its lines alone.
+  bool holds(std::string_view loginName, std::optional<std::uint32_t> groupID);
+
   std::string recordType() override;
   std::optional<Strings> valuesForAttribute(std::string_view kind) override;
   std::optional<Dictionary> recordDetails(const Strings& kinds) override;

@@ -34,14 +34,14 @@ class Query final : public DirectoryQuery {
   Query(std::shared_ptr<Host> host, QueryDescription description)
       : mHost(std::move(host)), mDescription(withGUIDsAsSpelled(std::move(description))) {}
 
-  std::optional<Records> results(bool) override {
+  std::optional<Records> results(bool allowPartial) override {
     Records records;
     const bool asksForUsers = asksFor(mDescription, record::Users);
     const bool asksForGroups = asksFor(mDescription, record::Groups);
     if (!asksForUsers && !asksForGroups) return records;
     const auto context = std::make_shared<Context>(mHost);
     if (asksForUsers) {
-      auto users = findUsers(context, mDescription);
+      auto users = findUsers(context, mDescription, allowPartial);
       records.assign(std::make_move_iterator(users.begin()), std::make_move_iterator(users.end()));
     }
     auto groupDescription = mDescription;

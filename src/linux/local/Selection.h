@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -52,6 +53,21 @@ class Selection {
       }
     }
     return values;
+  }
+
+  /// Whether it asks for a GUID that none of the records has, of this machine or not.
+  template <class Record>
+  bool lacksGUID(std::span<const std::shared_ptr<Record>> records) const {
+    if (mWay != Way::GUID) return false;
+    std::unordered_set<std::string> found;
+    for (const auto& record : records) {
+      for (auto& value : record->valuesForAttribute(mKind).value_or(Strings())) {
+        found.insert(std::move(value));
+      }
+    }
+    return std::ranges::any_of(mValues.distinct(), [&](std::string_view value) {
+      return !found.contains(std::string(value));
+    });
   }
 
   bool isByExactName() const { return mWay == Way::Name && mValues.isExact(); }

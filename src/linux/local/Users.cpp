@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <unordered_set>
 
+#include "gatehall/base/PlatformException.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/accounts/AccountFiles.h"
 #include "linux/local/Selection.h"
@@ -111,10 +113,30 @@ bool isReadable(std::string_view line, std::string& fault) {
 
 constexpr LineFormat kFormat{accountFiles::kPasswd, 7, isReadable};
 
+/// Raises PlatformException when what was asked for and not found may stand in a user record that
+/// can't be read. Those of accounts that have a line are none of these, but where a record's own
+/// GUID may be asked for: the line says what their name and user id are.
+void requireNoHiddenRecord(Context& context, const UserSelection& selection,
+                           std::span<const std::shared_ptr<User>> found,
+                           const std::unordered_set<std::string_view>& haveLines) {
+  const auto& records = context.userRecords();
+  if (records.unreadable().empty() && records.folderFault().empty()) return;
+  if (selection.lacksGUID(found)) context.requireReadableRecords();
+  const bool isForSingleOnes = selection.isByExactName() || selection.isByNumber();
+  const auto missing = selection.missing(found);
+  if (isForSingleOnes && missing.empty()) return;
+  if (!records.folderFault().empty()) throw PlatformException(records.folderFault());
+  for (const auto& [name, fault] : records.unreadable()) {
+    if (haveLines.contains(name)) continue;
+    if (!selection.isByExactName() || missing.contains(name)) throw PlatformException(fault);
+  }
+}
+
 }  // namespace
 
 std::vector<std::shared_ptr<User>> findUsers(const std::shared_ptr<Context>& context,
-                                             const QueryDescription& description) {
+                                             const QueryDescription& description,
+                                             bool allowPartial) {
   auto& host = context->host();
   const auto& records = context->userRecords();
   UserSelection selection(*context, description);
@@ -125,8 +147,11 @@ std::vector<std::shared_ptr<User>> findUsers(const std::shared_ptr<Context>& con
   std::unordered_set<std::string_view> recordsUsed;
   const auto take = [&](std::string_view line, std::uint64_t number) {
     if (!records.isEmpty()) {
-      const auto record = records.named(accountLine::name(line));
+      const auto name = accountLine::name(line);
+      const auto record = records.named(name);
       if (record) recordsUsed.insert(record->userName);
+      const auto hidden = records.unreadable().find(name);
+      if (hidden != records.unreadable().end()) recordsUsed.insert(hidden->first);
     }
     if (!selection.takes(line)) return true;
     std::string fault;
@@ -137,6 +162,10 @@ std::vector<std::shared_ptr<User>> findUsers(const std::shared_ptr<Context>& con
       return true;
     }
     if (!found.isNew(entry->name)) return true;
+    if (allowPartial && records.faultOf(entry->name) != nullptr &&
+        !context->isAdministrator(entry->name, entry->groupID)) {
+      return true;
+    }
     auto record = records.isEmpty() ? nullptr : context->userRecordFor(*entry);
     auto user = std::make_shared<User>(context, line, *entry, std::move(record));
     if (records.isEmpty() || selection.isByValue() || selection.takes(*user)) {
@@ -161,6 +190,9 @@ std::vector<std::shared_ptr<User>> findUsers(const std::shared_ptr<Context>& con
     const auto missing = selection.missing(found.records());
     if (isNameMissing && !missing.empty()) requireNotHidden(host, kFormat, missing);
     doubtful.require(missing);
+  }
+  if (!found.isFull() && !allowPartial) {
+    requireNoHiddenRecord(*context, selection, found.records(), recordsUsed);
   }
 
   if (asksFor(description, attribute::Password) ||

@@ -1,8 +1,13 @@
+#include <filesystem>
+#include <functional>
 #include <gmock/gmock.h>
+#include <string>
+#include <utility>
 
 #include "gatehall/linux/records/DirectoryErrorCodes.h"
 #include "linux/accounts/UserRecord.h"
 #include "tests/linux/Machine.h"
+#include "tests/linux/UnusableFiles.h"
 
 namespace gatehall {
 
@@ -130,8 +135,7 @@ TEST_F(UserRecordFiles, HoldAttributesByTheirNames) {
       "HomeDirectory": ["<home_dir/>", "two"], "lxAttrTypeNative:external": true,
       "FullName": "Ann of the record", "AuthenticationAuthority": ";LocalCachedUser;",
       "x": 1.0e3}})");
-  EXPECT_THAT(machine.log.lines(), IsEmpty());
-  const auto ann = machine.user("ann");
+  EXPECT_THROW(machine.user("ann"), PlatformException);
   EXPECT_THAT(machine.log.lines(),
               ElementsAre("/etc/userdb/ann.user: com.orvane.gatehall.x is not a string or a list "
                           "of strings"));
@@ -139,7 +143,7 @@ TEST_F(UserRecordFiles, HoldAttributesByTheirNames) {
       "OriginalNodeName": "ldap/example", "lxAttrTypeStandard:CopyTimestamp": 20241004,
       "HomeDirectory": ["<home_dir/>", "two"], "lxAttrTypeNative:external": true,
       "FullName": "Ann of the record", "AuthenticationAuthority": ";LocalCachedUser;"}})");
-  EXPECT_TRUE(ann->synchronize());
+  const auto ann = machine.user("ann");
   EXPECT_THAT(values(ann, "OriginalNodeName"), ElementsAre("ldap/example"));
   EXPECT_THAT(values(ann, "CopyTimestamp"), ElementsAre("20241004"));
   EXPECT_THAT(values(ann, "HomeDirectory"), ElementsAre("<home_dir/>", "two"));
@@ -169,14 +173,6 @@ TEST_F(UserRecordFiles, AreReadOnceWhenALinkNamesTheUserID) {
   EXPECT_THAT(machine.log.lines(), IsEmpty());
 }
 
-TEST_F(UserRecordFiles, ThatCanNotBeTrustedAreSkippedAndTheLogSaysWhy) {
-  record("zoe", R"({"userName": "zoe", "uid": 60000})");
-  ASSERT_EQ(chmod(machine.path("/etc/userdb/zoe.user").c_str(), 0666), 0);
-  EXPECT_THAT(machine.allUsers(), ElementsAre("ann", "bob"));
-  EXPECT_THAT(machine.log.lines(),
-              ElementsAre("/etc/userdb/zoe.user: ignored: others than its owner can write it"));
-}
-
 TEST_F(UserRecordFiles, HoldValuesNestedIn32Others) {
   const auto faultOf = [](std::size_t depth) {
     std::string fault;
@@ -189,10 +185,11 @@ TEST_F(UserRecordFiles, HoldValuesNestedIn32Others) {
   EXPECT_EQ(faultOf(33), "nested too deep");
 }
 
-TEST_F(UserRecordFiles, ThatCanNotBeReadAreSkippedAndTheLogSaysWhy) {
+TEST_F(UserRecordFiles, ThatCanNotBeReadRaiseAndTheLogSaysWhy) {
   const std::string deep(100000, '[');
   const std::pair<std::string, std::string> cases[] = {
-      {"", "not JSON at byte 1"},
+      {"", "it is empty"},
+      {" ", "not JSON at byte 2"},
       {"{\"userName\": \"zoe\",}", "not JSON at byte 20"},
       {"[]", "not an object"},
       {"{}", "userName is not a login name"},
@@ -215,15 +212,147 @@ TEST_F(UserRecordFiles, ThatCanNotBeReadAreSkippedAndTheLogSaysWhy) {
        "com.orvane.gatehall.TavloSettings can't be set here"},
       {deep, "not JSON at byte 100001"},
       {"{\"a\":" + deep.substr(0, 50) + std::string(50, ']') + "}", "nested too deep"},
-      {std::string(1100000, ' '), "ignored: it is too long"},
+      {R"({"userName": "zoe", "uid": 60000, "uid": 60001})", "uid stands there twice"},
+      {R"({"userName": "zoe", "a": {"b": 1, "b": 1}})", "b stands there twice"},
+      {R"({"userName": "zoe", "uuie": "5"})", "uuie is no field; did you mean uuid?"},
+      {R"({"userName": "zoe", "com.orvane.gatehell": {}})",
+       "com.orvane.gatehell is no field; did you mean com.orvane.gatehall?"},
+      {R"({"userName": "zoe", "com.orvane.gatehall": {"OriginalNodename": "ldap/lab"}})",
+       "OriginalNodename is no field; did you mean OriginalNodeName?"},
+      {std::string(1100000, ' '), "it is too long"},
   };
   for (const auto& [json, reason] : cases) {
     Machine each;
     each.write("/etc/userdb/zoe.user", json);
-    EXPECT_THAT(each.allUsers(), IsEmpty());
+    EXPECT_THROW(each.allUsers(), PlatformException);
     EXPECT_THAT(each.log.lines(), ElementsAre("/etc/userdb/zoe.user: " + reason))
         << json.substr(0, 80);
   }
 }
+
+/// Which of the questions about a machine's users raise, while erin's record, which makes hers a
+/// mobile account, is in some state. Ann is an administrator, bob is not.
+class DamagedUserRecords : public UserRecordFiles {
+ protected:
+  static constexpr const char* kErins = "/etc/userdb/erin.user";
+  static constexpr const char* kErinsGUID = "6C6B2F1E-0001-4002-8003-FFEEDDCC1003";
+
+  DamagedUserRecords() {
+    machine.write("/etc/passwd",
+                  "root:x:0:0::/root:/bin/sh\n"
+                  "ann:x:1000:1000::/home/ann:/bin/bash\n"
+                  "bob:x:1001:1001::/home/bob:/bin/sh\n"
+                  "erin:x:1003:1003::/home/erin:/bin/sh\n"
+                  "gus:x:1004:27::/home/gus:/bin/sh\n");
+    machine.write("/etc/group", "sudo:x:27:ann,zoe\nstaff:x:50:bob\n");
+    record("erin", R"({"userName": "erin", "uid": 1003, "memberOf": ["staff"],
+                       "uuid": "6C6B2F1E-0001-4002-8003-FFEEDDCC1003",
+                       "com.orvane.gatehall": {"OriginalNodeName": "ldap/lab"}})");
+  }
+
+  Strings by(const char* kind, const std::string& value) {
+    return machine.names("Users", kind, MatchType::EqualTo, {value});
+  }
+  Strings expand(const char* group) { return values(machine.group(group), "GroupMembership"); }
+
+  /// The questions whose answer may be erin raise, naming her file; the others are answered.
+  void expectUndecided(const std::string& reason) {
+    const auto guidOfBob = values(machine.user("bob"), "GUID").front();
+    const std::pair<const char*, std::function<void()>> raising[] = {
+        {"by name", [&] { machine.user("erin"); }},
+        {"by user id", [&] { by("UniqueID", "1003"); }},
+        {"by her GUID", [&] { by("GUID", kErinsGUID); }},
+        {"by a GUID that may be hers", [&] { by("GUID", "6C6B2F1E-0001-4002-8003-FFEEDDCC1004"); }},
+        {"by node", [&] { by("OriginalNodeName", "ldap/lab"); }},
+        {"all", [&] { machine.allUsers(); }},
+        {"members", [&] { expand("staff"); }},
+    };
+    for (const auto& [question, ask] : raising) {
+      try {
+        ask();
+        ADD_FAILURE() << question << ": nothing was raised";
+      } catch (const PlatformException& error) {
+        EXPECT_EQ(error.what(), reason) << question;
+      }
+    }
+    EXPECT_THAT(by("UniqueID", "1001"), ElementsAre("bob"));
+    EXPECT_THAT(by("UniqueID", "4242"), IsEmpty());
+    EXPECT_THAT(by("GUID", guidOfBob), ElementsAre("bob"));
+    EXPECT_FALSE(machine.user("nobody"));
+    expectAdministrators();
+    const auto partial = machine.local()
+                             ->query({{"Users"},
+                                      "RecordName",
+                                      MatchType::EqualTo,
+                                      {std::string(attribute::AllRecords)},
+                                      {},
+                                      0})
+                             ->results(true);
+    EXPECT_EQ(partial->size(), 4U) << "all but erin";
+  }
+
+  void expectAdministrators() {
+    for (const auto* name : {"root", "ann", "gus"}) {
+      const auto user = machine.user(name);
+      EXPECT_TRUE(user && machine.group("admin")->isMember(*user)) << name;
+    }
+    EXPECT_THAT(expand("admin"), ElementsAre("root", "ann", "zoe", "gus"));
+  }
+};
+
+TEST_F(DamagedUserRecords, MakeNoAccountAnotherWhileTheyAreWhole) {
+  EXPECT_THAT(values(machine.user("erin"), "OriginalNodeName"), ElementsAre("ldap/lab"));
+  EXPECT_THAT(expand("staff"), ElementsAre("bob", "erin"));
+  expectAdministrators();
+}
+
+TEST_F(DamagedUserRecords, RaiseForWhatMayBeTheirAccount) {
+  record("erin", R"({"userName": "erin", })");
+  expectUndecided("/etc/userdb/erin.user: not JSON at byte 22");
+}
+
+TEST_F(DamagedUserRecords, DoNotShutOutAdministrators) {
+  for (const auto* name : {"root", "ann", "gus"}) record(name, "damaged");
+  expectAdministrators();
+  EXPECT_THAT(machine.log.lines(), testing::Contains("/etc/userdb/ann.user: not JSON at byte 1"));
+}
+
+TEST_F(DamagedUserRecords, WithoutALineRaiseForTheirNameAndForWhatIsNotFound) {
+  record("dana", "damaged");
+  EXPECT_THROW(machine.user("dana"), PlatformException);
+  EXPECT_THROW(by("UniqueID", "60000"), PlatformException);
+  EXPECT_THROW(machine.allUsers(), PlatformException);
+  EXPECT_THAT(by("UniqueID", "1001"), ElementsAre("bob"));
+  EXPECT_TRUE(machine.user("erin"));
+  expectAdministrators();
+}
+
+TEST_F(DamagedUserRecords, InAFolderThatCanNotBeReadRaiseForAllButAdministrators) {
+  std::filesystem::remove_all(machine.path("/etc/userdb"));
+  EXPECT_THAT(machine.allUsers(), ElementsAre("root", "ann", "bob", "erin", "gus")) << "no folder";
+  machine.write("/etc/userdb", "no folder");
+  for (const auto* name : {"bob", "erin", "nobody"}) {
+    EXPECT_THROW(machine.user(name), PlatformException) << name;
+  }
+  EXPECT_THROW(by("UniqueID", "4242"), PlatformException);
+  EXPECT_THROW(machine.allUsers(), PlatformException);
+  expectAdministrators();
+}
+
+class UnusableUserRecord : public DamagedUserRecords,
+                           public testing::WithParamInterface<UnusableFile> {};
+
+TEST_P(UnusableUserRecord, RaisesWithTheReason) {
+  const auto obstacle = GetParam().make(machine, kErins);
+  if (!obstacle.empty()) GTEST_SKIP() << obstacle;
+  if (GetParam().name == "BelowAFileInItsFoldersPlace") {
+    EXPECT_THROW(machine.user("erin"), PlatformException);
+  } else {
+    expectUndecided(std::string(kErins) + ": " + GetParam().reasonFor(kErins));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryWay, UnusableUserRecord, testing::ValuesIn(UnusableFile::all()),
+                         [](const auto& each) { return each.param.name; });
 
 }  // namespace gatehall
