@@ -23,11 +23,11 @@ const Settings& Context::settings() {
   return *mSettings.file;
 }
 
-void Context::requireReadableRecords() {
+void Context::requireReadableRecords(const std::unordered_set<std::string_view>& but) {
   const auto& records = userRecords();
   if (!records.folderFault().empty()) throw PlatformException(records.folderFault());
   for (const auto& [name, fault] : records.unreadable()) {
-    if (!isAdministrator(name, std::nullopt)) throw PlatformException(fault);
+    if (!but.contains(name) && !isAdministrator(name, std::nullopt)) throw PlatformException(fault);
   }
 }
 
@@ -37,18 +37,28 @@ bool Context::isAdministrator(std::string_view loginName,
   return admin != nullptr && admin->holds(loginName, groupID);
 }
 
-std::shared_ptr<const UserRecord> Context::userRecordFor(const PasswdEntry& entry) {
-  if (const auto* fault = userRecords().faultOf(entry.name)) {
-    if (isAdministrator(entry.name, entry.groupID)) return nullptr;
-    throw PlatformException(*fault);
+std::shared_ptr<const UserRecord> Context::userRecordFor(const PasswdEntry& entry,
+                                                         std::string& fault) {
+  fault.clear();
+  if (const auto* why = userRecords().faultOf(entry.name)) {
+    fault = *why;
+    return nullptr;
   }
   auto record = userRecords().named(entry.name);
   if (!record || !record->userID || *record->userID == entry.userID) return record;
-  mHost->faults.report("/etc/userdb/" + record->userName + ".user",
-                       "uid " + std::to_string(*record->userID) + " is not the " +
-                           std::to_string(entry.userID) +
-                           " of /etc/passwd; the record is not used");
+  const auto path = "/etc/userdb/" + record->userName + ".user";
+  const auto why = "uid " + std::to_string(*record->userID) + " is not the " +
+                   std::to_string(entry.userID) + " of /etc/passwd";
+  mHost->faults.report(path, why);
+  fault.append(path).append(": ").append(why);
   return nullptr;
+}
+
+std::shared_ptr<const UserRecord> Context::userRecordFor(const PasswdEntry& entry) {
+  std::string fault;
+  auto record = userRecordFor(entry, fault);
+  if (!fault.empty() && !isAdministrator(entry.name, entry.groupID)) throw PlatformException(fault);
+  return record;
 }
 
 }  // namespace gatehall::local

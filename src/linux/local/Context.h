@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 
 #include "gatehall/platform/Clock.h"
 #include "gatehall/platform/Log.h"
@@ -59,14 +60,18 @@ class Context {
   const UserRecords& userRecords();
   const Settings& settings();
 
-  /// The record that adds to a line of /etc/passwd: the one of its name, unless that is another
-  /// account's by its user id. nullptr when there is none, and when one that can't be read is an
-  /// administrator's: of them the group file alone says who they are. Raises PlatformException when
-  /// anybody else's can't be read.
+  /// The record that adds to a line of /etc/passwd, the one of its name; nullptr when there is
+  /// none. With a fault, "PATH: REASON", it can't be used: it can't be read, or its user id is not
+  /// the line's.
+  std::shared_ptr<const UserRecord> userRecordFor(const PasswdEntry& entry, std::string& fault);
+
+  /// The same; raises PlatformException when it can't be used, but for an administrator's: of them
+  /// the group file alone says who they are.
   std::shared_ptr<const UserRecord> userRecordFor(const PasswdEntry& entry);
 
-  /// Raises PlatformException when a record that can't be read is not an administrator's.
-  void requireReadableRecords();
+  /// Raises PlatformException when a record that can't be read, but for those of the given names,
+  /// is not an administrator's.
+  void requireReadableRecords(const std::unordered_set<std::string_view>& but = {});
 
   /// Whether the group file makes an account of that name and primary group an administrator. May
   /// raise PlatformException.

@@ -198,23 +198,29 @@ void Group::collectMembers(Context& context, std::span<Group* const> groups) {
   // Who is an administrator, the group file says. Any other group may have a member by a record.
   const bool needsRecords = std::ranges::any_of(
       groups, [](const auto* group) { return group->mIdentity.name != AdminGroup::kName; });
-  if (needsRecords) context.requireReadableRecords();
   std::unordered_set<std::string_view> recordsUsed;
-  accountFiles::scanRequired(
-      host.options, host.faults, accountFiles::kPasswd,
-      [&](std::string_view line, std::uint64_t number) {
-        std::string fault;
-        const auto entry = parsePasswdLine(line, fault);
-        if (!entry) {
-          if (!line.empty()) host.faults.report(accountFiles::kPasswd, number, fault);
-          return true;
-        }
-        const bool hasNone = records.isEmpty() || records.faultOf(entry->name) != nullptr;
-        const auto record = hasNone ? nullptr : context.userRecordFor(*entry);
-        if (const auto named = records.named(entry->name)) recordsUsed.insert(named->userName);
-        found(entry->name, entry->userID, entry->groupID, record);
-        return true;
-      });
+  accountFiles::scanRequired(host.options, host.faults, accountFiles::kPasswd,
+                             [&](std::string_view line, std::uint64_t number) {
+                               std::string fault;
+                               const auto entry = parsePasswdLine(line, fault);
+                               if (!entry) {
+                                 if (!line.empty())
+                                   host.faults.report(accountFiles::kPasswd, number, fault);
+                                 return true;
+                               }
+                               const auto record = records.isEmpty() ? nullptr
+                                                   : needsRecords
+                                                       ? context.userRecordFor(*entry)
+                                                       : context.userRecordFor(*entry, fault);
+                               if (const auto named = records.named(entry->name))
+                                 recordsUsed.insert(named->userName);
+                               const auto hidden = records.unreadable().find(entry->name);
+                               if (hidden != records.unreadable().end())
+                                 recordsUsed.insert(hidden->first);
+                               found(entry->name, entry->userID, entry->groupID, record);
+                               return true;
+                             });
+  if (needsRecords) context.requireReadableRecords(recordsUsed);
   for (const auto& record : records.all()) {
     if (recordsUsed.contains(record->userName) || !record->userID) continue;
     found(record->userName, *record->userID, record->groupID.value_or(*record->userID), record);

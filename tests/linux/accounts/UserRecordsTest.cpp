@@ -156,14 +156,18 @@ TEST_F(UserRecordFiles, HoldAttributesByTheirNames) {
               ElementsAre("ann"));
 }
 
-TEST_F(UserRecordFiles, ThatMeanAnotherAccountAreNotUsed) {
+TEST_F(UserRecordFiles, WithAnotherUserIDThanTheLineRaiseButForAdministrators) {
   record("ann", R"({"userName": "ann", "uid": 1009, "aliases": ["al"]})");
-  EXPECT_THAT(values(machine.user("ann"), "RecordName"), ElementsAre("ann"));
-  EXPECT_FALSE(machine.user("al"));
+  EXPECT_THROW(machine.user("ann"), PlatformException);
+  EXPECT_THROW(machine.user("al"), PlatformException);
+  EXPECT_THROW(values(machine.group("staff"), "GroupMembership"), PlatformException);
   EXPECT_THAT(machine.names("Users", "UniqueID", MatchType::EqualTo, {"1009"}), IsEmpty());
+  EXPECT_THAT(values(machine.user("bob"), "UniqueID"), ElementsAre("1001"));
   EXPECT_THAT(machine.log.lines(),
-              ElementsAre("/etc/userdb/ann.user: uid 1009 is not the 1000 of /etc/passwd; the "
-                          "record is not used"));
+              ElementsAre("/etc/userdb/ann.user: uid 1009 is not the 1000 of /etc/passwd"));
+  machine.write("/etc/group", "sudo:x:27:ann\nstaff:x:50:\n");
+  EXPECT_THAT(values(machine.user("ann"), "RecordName"), ElementsAre("ann"));
+  EXPECT_THAT(values(machine.group("admin"), "GroupMembership"), ElementsAre("root", "ann"));
 }
 
 TEST_F(UserRecordFiles, AreReadOnceWhenALinkNamesTheUserID) {
@@ -317,6 +321,11 @@ TEST_F(DamagedUserRecords, DoNotShutOutAdministrators) {
   EXPECT_THAT(machine.log.lines(), testing::Contains("/etc/userdb/ann.user: not JSON at byte 1"));
 }
 
+TEST_F(DamagedUserRecords, OfAdministratorsHideNoMembersOfOtherGroups) {
+  record("gus", "damaged");
+  EXPECT_THAT(expand("staff"), ElementsAre("bob", "erin"));
+}
+
 TEST_F(DamagedUserRecords, WithoutALineRaiseForTheirNameAndForWhatIsNotFound) {
   record("dana", "damaged");
   EXPECT_THROW(machine.user("dana"), PlatformException);
@@ -337,6 +346,36 @@ TEST_F(DamagedUserRecords, InAFolderThatCanNotBeReadRaiseForAllButAdministrators
   EXPECT_THROW(by("UniqueID", "4242"), PlatformException);
   EXPECT_THROW(machine.allUsers(), PlatformException);
   expectAdministrators();
+}
+
+TEST_F(DamagedUserRecords, LeaveNoMobileAccountALocalOneWhicheverBitIsDamaged) {
+  const std::string whole = R"({"userName": "erin", "uid": 1003, "memberOf": ["staff"],
+      "uuid": "6C6B2F1E-0001-4002-8003-FFEEDDCC1003", "locked": true,
+      "com.orvane.gatehall": {"OriginalNodeName": "ldap/lab"}})";
+  machine.remove(kErins);
+  const auto madeHere = values(machine.user("erin"), "GUID");
+  // What became another group, GUID or node can't be told. Hers is still a mobile account, locked,
+  // with a GUID of its own.
+  for (std::size_t at = 0; at < whole.size(); ++at) {
+    for (unsigned bit = 0; bit < 8; ++bit) {
+      auto damaged = whole;
+      damaged[at] = static_cast<char>(static_cast<unsigned char>(damaged[at]) ^ 1U << bit);
+      record("erin", damaged);
+      try {
+        const auto erin = machine.user("erin");
+        EXPECT_EQ(values(erin, "OriginalNodeName").size(), 1U) << damaged;
+        EXPECT_THAT(values(erin, "AuthenticationAuthority"), ElementsAre(";DisabledUser;"))
+            << damaged;
+        EXPECT_NE(values(erin, "GUID"), madeHere) << damaged;
+      } catch (const PlatformException& error) {
+        EXPECT_THAT(error.what(), HasSubstr(kErins));
+      }
+    }
+  }
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    record("erin", whole.substr(0, length));
+    EXPECT_THROW(machine.user("erin"), PlatformException) << length;
+  }
 }
 
 class UnusableUserRecord : public DamagedUserRecords,
