@@ -350,7 +350,7 @@ def _fault(wrong, account, way, why, bad, good):
     if re.search(why, answer.said):
         return None
     # A rule of the policy says why by its name.
-    if _has_changed(way, account, bad, good) or (wrong.hides and not answer.rule):
+    if _has_changed(way, account, bad, good) or (wrong.hides and answer.rule in (None, "not found")):
         return "REFUSED WITHOUT THE REASON"
     if way == BY_ROOT and _has_changed(BY_ANN, account, bad, good):
         return "ROOT IS NOT TOLD WHAT OTHERS SEE"

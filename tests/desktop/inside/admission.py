@@ -13,8 +13,8 @@ PROGRAMS = ("gatehallctl", "gatehall-switch")
 
 
 class Answer:
-    """What one way said of one account: admitted or not, by which rule, in which words, and the exit
-    status. What it said in the journal is in here only after Admission.listen()."""
+    """What one way said of one account: admitted or not, by which rule ("not found" is none, and so is
+    "undecidable"), in which words, and the exit status. What it said in the journal is in here only after Admission.listen()."""
 
     def __init__(self, admitted, rule, said, status):
         self.admitted = admitted
@@ -79,7 +79,7 @@ class Admission:
             said = [str(entry["MESSAGE"]), *(f"{key}={value}" for key, value in fields.items())]
             for answer in self._answers.get(int(entry.get("_PID", 0)), []):
                 answer.said += "\n" + " ".join(said)
-                answer.rule = answer.rule or fields.get("RULE")
+                answer.rule = answer.rule or fields.get("RULE") or fields.get("ANSWER")
         self._cursor = journal.cursor()
         self._answers = {}
 
