@@ -12,6 +12,8 @@
 #include "linux/ldap/Find.h"
 #include "linux/ldap/client/DistinguishedName.h"
 #include "linux/ldap/client/SearchFilter.h"
+#include "linux/ldap/client/SecurityID.h"
+#include "linux/records/AccountID.h"
 
 namespace gatehall::ldap {
 
@@ -81,11 +83,40 @@ Entries nestedByName(Directory& directory, const Entry& group) {
   return nested;
 }
 
+/// The users whose primary group one of the groups is, found by one search for all of them.
+Entries primaryMembers(Directory& directory, const Entries& groups) {
+  Strings groupIDs;
+  Strings numbers;
+  for (const auto& group : groups) {
+    for (auto& id : group->texts(Slot::GroupID)) groupIDs.push_back(std::move(id));
+    const auto sid = group->first(Slot::SecurityID);
+    if (!sid.empty()) numbers.emplace_back(securityID::number(sid));
+  }
+  Entries users;
+  if (!groupIDs.empty()) users = findByValues(directory, kUser, Slot::GroupID, groupIDs);
+  if (!numbers.empty()) {
+    auto more = findByValues(directory, kUser, Slot::PrimaryGroup, numbers);
+    std::ranges::move(more, std::back_inserter(users));
+  }
+  return users;
+}
+
+/// Whether Active Directory's primary group of the user is that one: another domain's groups have
+/// the same numbers.
+bool isOfDomain(const Entry& user, const Entry& group) {
+  const auto groupID = group.first(Slot::GroupID);
+  if (!groupID.empty() && user.first(Slot::GroupID) == groupID) return true;
+  const auto sid = user.first(Slot::SecurityID);
+  return sid.empty() || securityID::withNumber(sid, user.first(Slot::PrimaryGroup)) ==
+                            group.first(Slot::SecurityID);
+}
+
 /// What a group can list a member by.
 struct Identity {
   Strings names;  ///< login names
   std::vector<std::string> dns;
   Strings groupIDs;     ///< primary groups
+  Strings securityIDs;  ///< of primary groups
   Strings nestedNames;  ///< of a group
 };
 
@@ -102,6 +133,9 @@ std::vector<std::string> termsOf(const Schema& schema, const Identity& identity)
   add(Slot::Members, identity.dns);
   add(Slot::GroupID, identity.groupIDs);
   add(Slot::NestedNames, identity.nestedNames);
+  Strings stored;
+  for (const auto& sid : identity.securityIDs) stored.push_back(securityID::bytes(sid));
+  add(Slot::SecurityID, stored);
   return terms;
 }
 
@@ -116,6 +150,7 @@ bool lists(const Entry& group, const Identity& identity) {
   };
   if (std::ranges::any_of(group.of(Slot::MemberNames), isOneOf(identity.names)) ||
       std::ranges::any_of(group.of(Slot::GroupID), isOneOf(identity.groupIDs)) ||
+      std::ranges::any_of(group.of(Slot::SecurityID), isOneOf(identity.securityIDs)) ||
       std::ranges::any_of(group.of(Slot::NestedNames), isOneOf(identity.nestedNames))) {
     return true;
   }
@@ -153,6 +188,11 @@ Identity identityOf(Directory& directory, DirectoryRecord& record) {
       addGroup(identity, *entry);
     } else {
       identity.dns.emplace_back(entry->dn);
+      const auto sid = entry->first(Slot::SecurityID);
+      const auto primary = entry->first(Slot::PrimaryGroup);
+      if (!sid.empty() && !primary.empty()) {
+        identity.securityIDs.push_back(securityID::withNumber(sid, primary));
+      }
     }
   }
   return identity;
@@ -164,16 +204,24 @@ Members membersOf(Directory& directory, const Entry& group) {
   Members members;
   members.userNames = group.texts(Slot::MemberNames);
   std::unordered_set<std::string> named(members.userNames.begin(), members.userNames.end());
+  const auto addUser = [&](std::shared_ptr<const Entry> user) {
+    if (named.emplace(user->first(Slot::Name)).second) {
+      members.userNames.emplace_back(user->first(Slot::Name));
+    }
+    members.users.push_back(std::move(user));
+  };
   for (auto& entry : findByNames(directory, memberDNs(directory, group))) {
     if (!entry) continue;
     if (entry->type == Type::Group) {
       members.groups.push_back(std::move(entry));
-      continue;
+    } else {
+      addUser(std::move(entry));
     }
-    if (named.emplace(entry->first(Slot::Name)).second) {
-      members.userNames.emplace_back(entry->first(Slot::Name));
-    }
-    members.users.push_back(std::move(entry));
+  }
+  // Only the values of the group are read.
+  const std::shared_ptr<const Entry> itself(std::shared_ptr<void>(), &group);
+  for (auto& user : primaryMembers(directory, {itself})) {
+    if (isOfDomain(*user, group)) addUser(std::move(user));
   }
   std::ranges::move(nestedByName(directory, group), std::back_inserter(members.groups));
   return members;
@@ -186,6 +234,7 @@ void prefetchMembers(Directory& directory, const Entries& groups) {
     for (auto& name : group->texts(Slot::Members)) names.push_back(std::move(name));
   }
   if (!names.empty()) findByNames(directory, names);
+  primaryMembers(directory, groups);
 }
 
 bool isMemberOf(Directory& directory, const Entry& group, DirectoryRecord& record) {

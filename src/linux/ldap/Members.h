@@ -9,10 +9,11 @@
 
 namespace gatehall::ldap {
 
-/// The members that a group's entry lists, as far as they are in this directory.
+/// The members of a group, as far as they are in this directory: those that its entry lists, and
+/// those whose primary group it is.
 struct Members {
   Strings userNames;  ///< login names, also of users that are not in this directory
-  Entries users;      ///< those listed by DN
+  Entries users;      ///< those listed by DN, and those whose primary group it is
   Entries groups;     ///< nested groups
 };
 

@@ -138,7 +138,7 @@ std::string ldifOf(const Node& node) {
     text += "\n";
   }
   for (const auto& team : node.teams) {
-    LdifGroup group{team.name, 100, {}, team.memberNames, team.guid};
+    LdifGroup group{team.name, 200, {}, team.memberNames, team.guid};
     for (const auto member : team.members) group.members.push_back(dnOf(node.people[member]));
     for (const auto nested : team.nested) {
       group.members.push_back(groupDN(node.teams[nested].name));
@@ -183,7 +183,7 @@ Json worldOf(const std::vector<Node>& nodes) {
                          {"attributes",
                           {{"RecordName", team.name},
                            {"GUID", team.guid},
-                           {"PrimaryGroupID", "100"},
+                           {"PrimaryGroupID", "200"},
                            {"GroupMembership", names},
                            {"NestedGroups", nested}}}});
     }

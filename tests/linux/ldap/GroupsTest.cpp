@@ -1,5 +1,8 @@
+#include <atomic>
+
 #include "linux/ldap/client/Connection.h"
 #include "tests/linux/ldap/fixture/LdapMachine.h"
+#include "tests/linux/ldap/fixture/ScriptedServer.h"
 
 namespace gatehall {
 namespace {
@@ -17,10 +20,10 @@ std::string guid(int number) {
 Slapd& server() {
   static Slapd slapd([] {
     std::string ldif;
-    ldif += ldifOf(LdifUser{"dana", 5000, 100, "Dana Fox", guid(0)});
-    ldif += ldifOf(LdifUser{"erin", 5001, 100, "Erin Poe", guid(1)});
+    ldif += ldifOf(LdifUser{"dana", 5000, 150, "Dana Fox", guid(0)});
+    ldif += ldifOf(LdifUser{"erin", 5001, 150, "Erin Poe", guid(1)});
     ldif += ldifOf(LdifUser{"frank", 5002, 700, "Frank Ode", guid(2)});
-    ldif += ldifOf(LdifUser{"gina", 5003, 100, "Gina Low", guid(3), "uid: gina.low\n"});
+    ldif += ldifOf(LdifUser{"gina", 5003, 150, "Gina Low", guid(3), "uid: gina.low\n"});
     ldif += ldifOf(LdifGroup{"staff",
                              100,
                              {"UID=Dana, DC=Example,dc=org", "cn=teachers, dc=example, dc=org",
@@ -86,7 +89,7 @@ TEST_F(LdapGroups, LookTheMembersOfManyGroupsUpAtOnce) {
     EXPECT_THAT(values(group, "GroupMembership"), testing::Not(IsEmpty()));
   }
   EXPECT_THAT(nested, UnorderedElementsAre(guid(10), guid(11), guid(12)));
-  EXPECT_EQ(ldap::Connection::searchesSent() - before, 2U);
+  EXPECT_EQ(ldap::Connection::searchesSent() - before, 3U) << "the groups, names, primary groups";
 }
 
 TEST(LdapNestedGroups, AreListedOnceHoweverTheGroupNamesThem) {
@@ -116,6 +119,58 @@ TEST_F(LdapGroups, HaveMembersAtAnyDepthAndInCircles) {
 TEST_F(LdapGroups, TakeAPrimaryGroupForAMembership) {
   EXPECT_TRUE(isIn("frankly", machine.networkUser("frank")));
   EXPECT_FALSE(isIn("frankly", machine.networkUser("erin")));
+}
+
+TEST_F(LdapGroups, ListThoseWhosePrimaryGroupTheyAre) {
+  const auto frankly = machine.networkGroup("frankly");
+  const auto before = ldap::Connection::searchesSent();
+  EXPECT_THAT(values(frankly, "GroupMembership"), UnorderedElementsAre("dana", "frank"));
+  EXPECT_THAT(values(frankly, "GroupMembers"), UnorderedElementsAre(guid(0), guid(2)));
+  EXPECT_EQ(ldap::Connection::searchesSent() - before, 2U) << "for the names and for the group id";
+}
+
+TEST(LdapGroupsOfActiveDirectory, HoldThoseWhosePrimaryGroupTheyAre) {
+  const auto sid = [](char domain, char number) {
+    return std::string("\x01\x02\0\0\0\0\0\x05", 8) + std::string({domain, 0, 0, 0}) +
+           std::string({number, 2, 0, 0});
+  };
+  const auto user = [&](const std::string& name, char domain, const std::string& primary) {
+    return ber::entry("CN=" + name + ",DC=example,DC=org",
+                      {{"objectClass", {"user"}},
+                       {"sAMAccountName", {name}},
+                       {"uidNumber", {"500" + std::to_string(name.size())}},
+                       {"objectGUID", {name + std::string(16 - name.size(), 'x')}},
+                       {"objectSid", {sid(domain, 9)}},
+                       {"primaryGroupID", {primary}}});
+  };
+  const auto group = ber::entry("CN=Staff,DC=example,DC=org", {{"objectClass", {"group"}},
+                                                               {"sAMAccountName", {"Staff"}},
+                                                               {"objectGUID", {"0123456789abcdef"}},
+                                                               {"objectSid", {sid(7, 1)}}});
+  std::atomic<bool> asksForSid = false;
+  ScriptedServer server([&](ScriptedServer::Peer& peer) {
+    peer.serve([&](const ScriptedServer::Request& request) {
+      if (request.content.find(sid(7, 1)) != std::string::npos) asksForSid = true;
+      std::string bytes;
+      for (const auto& each :
+           {user("ina", 7, "513"), user("jo", 7, "514"), user("stranger", 8, "513"), group}) {
+        bytes += ber::message(request.id, each);
+      }
+      return peer.write(bytes + ber::message(request.id, ber::result(ber::kSearchDone, 0)));
+    });
+  });
+  LdapMachine machine;
+  machine.configure("[[directory]]\nname = \"test\"\nservers = [\"" + server.uri() +
+                    "\"]\nbase = \"DC=example,DC=org\"\nprofile = \"active-directory\"\n"
+                    "tls = \"off\"\n" +
+                    LdapMachine::kNoHurry);
+  const auto staff = machine.networkGroup("Staff");
+  ASSERT_NE(staff, nullptr);
+  EXPECT_THAT(values(staff, "GroupMembership"), ElementsAre("ina"));
+  EXPECT_TRUE(staff->isMember(*machine.networkUser("ina")));
+  EXPECT_TRUE(asksForSid);
+  EXPECT_FALSE(staff->isMember(*machine.networkUser("jo")));
+  EXPECT_FALSE(staff->isMember(*machine.networkUser("stranger"))) << "of another domain";
 }
 
 TEST_F(LdapGroups, MeanAnyUserOfTheMachineByALoginName) {

@@ -56,11 +56,12 @@ TEST(LdapMemberNames, OutsideOfTheBasesMeanNobodyAndCostNoSearchEach) {
   const auto gone = machine.networkGroup("gone");
   auto before = ldap::Connection::searchesSent();
   EXPECT_THAT(values(strays, "GroupMembership"), IsEmpty());
-  EXPECT_EQ(ldap::Connection::searchesSent() - before, 3U)
-      << "one tries whether names are compared";
+  EXPECT_EQ(ldap::Connection::searchesSent() - before, 4U)
+      << "one tries whether names are compared, one finds whose primary group it is";
   before = ldap::Connection::searchesSent();
   EXPECT_THAT(values(gone, "GroupMembership"), IsEmpty());
-  EXPECT_EQ(ldap::Connection::searchesSent() - before, 2U) << "which is remembered";
+  EXPECT_EQ(ldap::Connection::searchesSent() - before, 2U)
+      << "which is remembered, as the group id is";
 }
 
 TEST(LdapMemberNames, AreLookedUpOneByOneBelowTheBasesWhereAServerDoesNotCompareThem) {

@@ -7,6 +7,7 @@
 #include "base/Ascii.h"
 #include "base/TextStart.h"
 #include "linux/files/FaultLog.h"
+#include "linux/ldap/client/SecurityID.h"
 #include "linux/records/AccountID.h"
 #include "portable/NameBasedUUID.h"
 #include "portable/text/Utf8.h"
@@ -109,6 +110,13 @@ class EntryReader {
       mEntry.values.push_back({slot, mGUID});
       return true;
     }
+    if (slot == Slot::SecurityID) {
+      auto text = securityID::text(value);
+      if (!text || !mSecurityID.empty()) return refuse("its objectSid is none");
+      mSecurityID = std::move(*text);
+      mEntry.values.push_back({slot, mSecurityID});
+      return true;
+    }
     const auto which = [attribute] { return printable(attribute); };
     if (value.size() > kLongestValue) return refuse("a value of " + which() + " is too long");
     if (value.find('\0') != std::string_view::npos || !isUtf8(value)) {
@@ -141,6 +149,7 @@ class EntryReader {
   Entry& mEntry;
   std::string& mFault;
   std::string mGUID;
+  std::string mSecurityID;
 };
 
 }  // namespace

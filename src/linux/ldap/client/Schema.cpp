@@ -22,6 +22,7 @@ Schema::Schema(const Settings& settings, Type type)
   set(Slot::ObjectClass, "objectClass");
   set(Slot::GUID, mHasBinaryGUIDs ? "objectGUID" : "entryUUID");
   set(Slot::GroupID, "gidNumber");
+  if (mHasBinaryGUIDs) set(Slot::SecurityID, "objectSid");
   mKinds = {{std::string(attribute::RecordName), Slot::Name},
             {std::string(attribute::GUID), Slot::GUID},
             {std::string(attribute::PrimaryGroupID), Slot::GroupID}};
@@ -64,6 +65,7 @@ void Schema::setUserAttributes(Profile profile) {
   mKinds.push_back({std::string(attribute::NFSHomeDirectory), Slot::HomeFolder});
   mKinds.push_back({std::string(attribute::JPEGPhoto), Slot::Photo});
   if (isActiveDirectory) {
+    set(Slot::PrimaryGroup, "primaryGroupID");
     set(Slot::AccountControl, "userAccountControl");
     set(Slot::AccountExpires, "accountExpires");
     set(Slot::PasswordLastSet, "pwdLastSet");

@@ -36,7 +36,9 @@ enum class Slot : std::uint8_t {
   PasswordReset,
   AccountLocked,
   AccountEnd,
-  AccountControl,   ///< Active Directory's userAccountControl
+  SecurityID,       ///< Active Directory's objectSid, in words
+  PrimaryGroup,     ///< the same's primaryGroupID: the last number of the group's objectSid
+  AccountControl,   ///< the same's userAccountControl
   AccountExpires,   ///< the same's accountExpires
   PasswordLastSet,  ///< the same's pwdLastSet
   FirstOther,       ///< from here on: kinds that only the settings name
