@@ -128,6 +128,25 @@ class PolicyEntry {
   std::map<std::string, std::string, std::less<>> mValues;
 };
 
+/// The DN of the user's policy; "" where none is known.
+std::string policyNameOf(Directory& directory, const Entry& user) {
+  const auto own = user.first(Slot::PolicyName);
+  return own.empty() ? directory.settings().passwordPolicy : std::string(own);
+}
+
+/// Whether failed passwords, or an administrator, have locked the account.
+bool isLocked(Directory& directory, const Entry& user, std::int64_t now) {
+  const auto locked = user.first(Slot::AccountLocked);
+  if (locked.empty()) return false;
+  const auto since = locked == kLockedForGood ? std::nullopt : seconds(locked);
+  const auto name = policyNameOf(directory, user);
+  if (!since || name.empty()) return true;
+  const auto duration =
+      PolicyEntry(directory, name, {"pwdLockoutDuration"}).count("pwdLockoutDuration");
+  // None, as 0, stands for no end.
+  return !duration || *duration == 0 || *duration > now - *since;
+}
+
 void addOverlay(Directory& directory, const Entry& user, Dictionary& policy) {
   if (user.first(Slot::PasswordReset) == "TRUE") {
     policy.insert_or_assign("newPasswordRequired", true);
@@ -138,8 +157,7 @@ void addOverlay(Directory& directory, const Entry& user, Dictionary& policy) {
   if (const auto changed = seconds(user.first(Slot::PasswordChanged))) {
     policy.insert_or_assign("passwordLastSetTime", *changed);
   }
-  auto name = std::string(user.first(Slot::PolicyName));
-  if (name.empty()) name = directory.settings().passwordPolicy;
+  const auto name = policyNameOf(directory, user);
   if (name.empty()) return;
   const PolicyEntry entry(
       directory, name,
@@ -195,10 +213,10 @@ std::optional<Dictionary> passwordPolicyOf(Directory& directory, const Entry& us
   return policy;
 }
 
-bool isDisabled(const Entry& user, Date now) {
-  const auto time = static_cast<std::int64_t>(now.time_since_epoch().count());
+bool isDisabled(Directory& directory, const Entry& user) {
+  const auto time = static_cast<std::int64_t>(directory.now().time_since_epoch().count());
   if ((number(user, Slot::AccountControl).value_or(0) & kAccountDisable) != 0) return true;
-  if (user.first(Slot::AccountLocked) == kLockedForGood) return true;
+  if (isLocked(directory, user, time)) return true;
   if (const auto end = accountExpires(user); end && *end <= time) return true;
   if (const auto end = seconds(user.first(Slot::AccountEnd)); end && *end <= time) return true;
   const auto expiry = days(user, Slot::ShadowExpiry);

@@ -12,7 +12,8 @@ namespace gatehall::ldap {
 /// Directory's. Raises as Directory::search.
 std::optional<Dictionary> passwordPolicyOf(Directory& directory, const Entry& user);
 
-/// Whether the account is locked for good or past its end.
-bool isDisabled(const Entry& user, Date now);
+/// Whether the account is locked or past its end. A lock by failed passwords lasts as long as the
+/// policy says; where that can't be known, it doesn't end. Raises as Directory::search.
+bool isDisabled(Directory& directory, const Entry& user);
 
 }  // namespace gatehall::ldap

@@ -103,7 +103,7 @@ void Record::eachUserValue(const Entry& user, std::string_view kind, std::option
     add("********");  // the server keeps it
   } else if (kind == attribute::AuthenticationAuthority) {
     add(";LDAP;");
-    if (isDisabled(user, mDirectory->now())) add(";DisabledUser;");
+    if (isDisabled(*mDirectory, user)) add(";DisabledUser;");
     addAll();
   } else if (kind == attribute::UserShell && slot) {
     const auto shells = user.of(*slot);

@@ -21,7 +21,18 @@ class LdapPasswords : public testing::Test {
             {.ldif = "dn: cn=strict,dc=example,dc=org\nobjectClass: device\n"
                      "objectClass: pwdPolicy\ncn: strict\npwdAttribute: userPassword\n"
                      "pwdMaxAge: 7200\npwdMaxFailure: 3\npwdLockout: TRUE\npwdMinLength: 6\n"
-                     "pwdCheckQuality: 2\npwdAllowUserChange: TRUE\n\n" +
+                     "pwdCheckQuality: 2\npwdAllowUserChange: TRUE\n\n"
+                     "dn: cn=brief,dc=example,dc=org\nobjectClass: device\n"
+                     "objectClass: pwdPolicy\ncn: brief\npwdAttribute: userPassword\n"
+                     "pwdMaxFailure: 3\npwdLockout: TRUE\npwdLockoutDuration: 600\n\n" +
+                     ldifOf(LdifUser{"jan", 5008, 100, "", "",
+                                     "pwdPolicySubentry: cn=brief,dc=example,dc=org\n"
+                                     "pwdAccountLockedTime: 20241003235500Z\n"}) +
+                     ldifOf(LdifUser{"kim", 5009, 100, "", "",
+                                     "pwdPolicySubentry: cn=strict,dc=example,dc=org\n"
+                                     "pwdAccountLockedTime: 20241003235500Z\n"}) +
+                     ldifOf(LdifUser{"lea", 5010, 100, "", "",
+                                     "pwdAccountLockedTime: 20241003235500Z\n"}) +
                      ldifOf(LdifUser{"bob", 5001, 100, "", "", password("{crypt}")}) +
                      ldifOf(LdifUser{"carol", 5002, 100, "", "", password("right")}) +
                      ldifOf(LdifUser{"dana", 5000, 100, "", "",
@@ -97,6 +108,26 @@ TEST_F(LdapPasswords, AreRefusedByThePoliciesOfTheServer) {
   EXPECT_EQ(verify("hugo", "right"), 0) << "has to be changed, and is right";
   for (int time = 0; time < 3; ++time) EXPECT_NE(verify("dana", "wrong"), 0);
   EXPECT_EQ(verify("dana", "right"), directoryError::kAccountDisabled);
+}
+
+TEST_F(LdapPasswords, ThatFailedTooOftenLockTheAccountAsLongAsThePolicySays) {
+  const auto isDisabled = [this](std::string_view name) {
+    const auto authorities = values(machine.networkUser(name), "AuthenticationAuthority");
+    return holdsLine(authorities, ";DisabledUser;");
+  };
+  EXPECT_TRUE(isDisabled("frank")) << "for good";
+  EXPECT_TRUE(isDisabled("jan")) << "for five more minutes";
+  EXPECT_TRUE(isDisabled("kim")) << "of a policy without a duration";
+  EXPECT_TRUE(isDisabled("lea")) << "of a policy that nobody knows";
+  EXPECT_FALSE(isDisabled("dana"));
+  for (int time = 0; time < 3; ++time) EXPECT_NE(verify("dana", "wrong"), 0);
+  machine.clock.seconds += 299;
+  EXPECT_TRUE(isDisabled("jan"));
+  EXPECT_TRUE(isDisabled("dana")) << "the server has locked it";
+  machine.clock.seconds += 1;
+  EXPECT_FALSE(isDisabled("jan"));
+  EXPECT_TRUE(isDisabled("kim"));
+  EXPECT_TRUE(isDisabled("lea"));
 }
 
 TEST_F(LdapPasswords, AreChangedByTheUser) {
