@@ -112,6 +112,32 @@ TEST_F(LdapReferrals, ThatCannotBeReadOrAreTooManyFailTheQuestion) {
   }
 }
 
+TEST_F(LdapReferrals, TakeTheAccountsPasswordToServersOfTheSettingsAlone) {
+  std::atomic<int> binds = 0;
+  mServer = std::make_unique<ScriptedServer>([&](Peer& peer) {
+    while (const auto request = peer.read()) {
+      if (request->operation == ber::kBindRequest) {
+        ++binds;
+        peer.write(ber::message(request->id, ber::result(ber::kBindResponse, 0)));
+      } else if (request->operation == ber::kSearchRequest) {
+        peer.write(found(*request, {erinsEntry()}));
+      } else {
+        return;
+      }
+    }
+  });
+  const auto account = machine.asManager();
+  refer({mServer->uri() + "/dc=x"}, account);
+  EXPECT_THAT(machine.anywhere({"dana", "erin"}), ElementsAre("dana", "erin"));
+  EXPECT_EQ(binds, 0);
+  LdapMachine other;
+  const auto both = LdapMachine::quoted(mFirst->uri()) + ", " + LdapMachine::quoted(mServer->uri());
+  other.configure(LdapMachine::table(
+      "test", both, "tls = \"off\"\nfollow-referrals = true\n" + other.asManager()));
+  EXPECT_THAT(other.anywhere({"dana", "erin"}), ElementsAre("dana", "erin"));
+  EXPECT_EQ(binds, 1);
+}
+
 TEST_F(LdapReferrals, ToAPlaceThatWasAskedEndThere) {
   serve([&](Peer& peer) {
     peer.serve([&](const Request& request) {

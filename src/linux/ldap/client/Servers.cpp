@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "base/Ascii.h"
 #include "linux/ldap/client/BindPassword.h"
 #include "linux/records/NetworkNode.h"
 
@@ -80,7 +81,12 @@ void Servers::runUnbound(const std::function<void(Connection&)>& work) {
 }
 
 Servers::OwnConnection Servers::connectTo(const URI& server, Deadline deadline) {
-  return connectTo(server, Bound::Yes, std::min(answerDeadline(), deadline));
+  const bool isConfigured = std::ranges::any_of(mSettings.servers, [&](const URI& each) {
+    return each.scheme == server.scheme && each.port == server.port &&
+           ascii::isSame(each.host, server.host);
+  });
+  return connectTo(server, isConfigured ? Bound::Yes : Bound::No,
+                   std::min(answerDeadline(), deadline));
 }
 
 Servers::OwnConnection Servers::connect(Bound bound, Deadline deadline) {

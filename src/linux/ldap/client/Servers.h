@@ -37,8 +37,10 @@ class Servers {
   /// The same as run on a connection of its own that nobody is bound on.
   void runUnbound(const std::function<void(Connection&)>& work);
 
-  /// A connection to a server that another one named, bound as the directory's account, made in the
-  /// time of one answer and by the deadline. Raises DirectoryUnreachable.
+  /// A connection to a server that another one named, made in the time of one answer and by the
+  /// deadline. It is bound as the directory's account where the settings name the server
+  /// themselves, else nobody is: the account's password goes nowhere that a server says. Raises
+  /// DirectoryUnreachable.
   std::unique_ptr<Connection> connectTo(const URI& server, Deadline deadline);
 
   /// Moments from now by which an answer has to be there.
