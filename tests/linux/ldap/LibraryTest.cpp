@@ -58,6 +58,24 @@ void forgetOwnName() {
            "nameserver " + muteNameServer() + "\noptions timeout:30 attempts:5\n");
 }
 
+TEST(LdapLibrary, ReadsNoFileOfTheWorkingFolder) {
+  // In a process that has not started the library yet.
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        const Folder folder;
+        folder.write("/ldaprc", "SIZELIMIT 7\n");
+        unsetenv("LDAPNOINIT");
+        if (chdir(folder.path().c_str()) != 0) std::exit(2);
+        int limit = -1;
+        ldap::Library::get().get_option(nullptr, LDAP_OPT_SIZELIMIT, &limit);
+        std::fprintf(stderr, "limit %d\n", limit);
+        std::exit(limit == 0 ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "limit 0");
+  GTEST_FLAG_SET(death_test_style, "fast");
+}
+
 TEST(LdapLibrary, WaitsForNoNameServerToStart) {
   if (!OwnRun::obstacle().empty()) GTEST_SKIP() << OwnRun::obstacle();
   // In a process that has not started the library yet.

@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <netinet/in.h>
@@ -111,6 +112,12 @@ void leaveMechanismsOut(const LazyLibrary& ldap) {
   ldap.function<int(int, char*)>("sasl_set_path")(kPathOfPlugins, withoutPlugins.data());
 }
 
+/// The library's first call would read ldaprc in the working folder and in the home folder, which
+/// others than the administrator can write, and ldap.conf, which a machine has for other programs:
+/// all that is set here comes from the directory's own table. The library is told by its
+/// environment alone, before it starts.
+void ignoreConfigurationFiles() { setenv("LDAPNOINIT", "1", 1); }
+
 /// While it lives, what this thread looks up is asked of no name server, resolver(3).
 class WithoutNameServers {
  public:
@@ -140,6 +147,7 @@ const Library& Library::get() {
   static const Library library = [] {
     // A program that links SASL may want mechanisms.
     const bool isProgramsOwn = dlsym(RTLD_DEFAULT, "sasl_set_path") != nullptr;
+    ignoreConfigurationFiles();
     Library mapped;
     if (!isProgramsOwn) leaveMechanismsOut(mapped.ldap);
     initialize(mapped);
