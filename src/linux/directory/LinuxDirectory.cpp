@@ -1,5 +1,7 @@
 #include "linux/directory/LinuxDirectory.h"
 
+#include "gatehall/base/PlatformException.h"
+#include "gatehall/platform/AttributeKinds.h"
 #include "linux/directory/SearchNode.h"
 #include "linux/ldap/Node.h"
 #include "linux/local/Node.h"
@@ -11,13 +13,18 @@ namespace {
 
 class LinuxDirectorySession final : public DirectorySession {
  public:
-  LinuxDirectorySession(std::shared_ptr<local::Host> host,
+  LinuxDirectorySession(const std::shared_ptr<local::Host>& host,
                         std::vector<std::shared_ptr<NetworkNode>> networkNodes, Log& log)
-      : mLocal(std::make_shared<local::Node>(std::move(host))),
+      : mLocal(std::make_shared<local::Node>(host)),
         mUnix(std::make_shared<EmptyNode>("unix")),
         mNetworkNodes(std::move(networkNodes)),
         mSearch(std::make_shared<SearchNode>(
-            std::vector<std::shared_ptr<DirectoryNode>>{mLocal, mUnix}, mNetworkNodes, log)) {}
+            std::vector<std::shared_ptr<DirectoryNode>>{mLocal, mUnix}, mNetworkNodes, log)) {
+    if (mNetworkNodes.empty()) return;
+    host->usersOfPrimaryGroups = [search = std::weak_ptr(mSearch)](const Strings& groupIDs) {
+      return usersOf(search.lock(), groupIDs);
+    };
+  }
 
   std::shared_ptr<DirectoryNode> nodeByType(NodeType type) override {
     switch (type) {
@@ -40,6 +47,24 @@ class LinuxDirectorySession final : public DirectorySession {
   }
 
  private:
+  using Records = std::vector<std::shared_ptr<DirectoryRecord>>;
+
+  static Records usersOf(const std::shared_ptr<DirectoryNode>& search, const Strings& groupIDs) {
+    // A record may outlive its directory.
+    auto users =
+        search ? search
+                     ->query({{std::string(record::Users)},
+                              std::string(attribute::PrimaryGroupID),
+                              MatchType::EqualTo,
+                              groupIDs,
+                              {std::string(attribute::RecordName), std::string(attribute::GUID)},
+                              0})
+                     ->results(false)
+               : std::nullopt;
+    if (!users) throw PlatformException("the users of a primary group can't be told");
+    return std::move(*users);
+  }
+
   std::shared_ptr<DirectoryNode> mLocal;
   std::shared_ptr<DirectoryNode> mUnix;
   std::vector<std::shared_ptr<NetworkNode>> mNetworkNodes;

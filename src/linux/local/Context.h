@@ -1,14 +1,17 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <vector>
 
 #include "gatehall/platform/Clock.h"
+#include "gatehall/platform/DirectoryService.h"
 #include "gatehall/platform/Log.h"
 #include "linux/accounts/MachineGUIDs.h"
 #include "linux/accounts/Passwd.h"
@@ -44,6 +47,11 @@ struct Host {
   PasswdLines passwdLines;
   OwnAccounts ownAccounts;
   SessionLimits sessionLimits;
+
+  /// The users of all nodes whose primary group has one of the ids; without network nodes, none is
+  /// set. It is set before the host is used, and may raise PlatformException.
+  std::function<std::vector<std::shared_ptr<DirectoryRecord>>(const Strings& groupIDs)>
+      usersOfPrimaryGroups;
 };
 
 /// The small files around the account files, each read when it is first needed and no more than

@@ -225,7 +225,41 @@ void Group::collectMembers(Context& context, std::span<Group* const> groups) {
     if (recordsUsed.contains(record->userName) || !record->userID) continue;
     found(record->userName, *record->userID, record->groupID.value_or(*record->userID), record);
   }
+  collectFromElsewhere(host, groups, lists);
   for (auto& list : lists) list.finish();
+}
+
+void Group::collectFromElsewhere(Host& host, std::span<Group* const> groups,
+                                 std::span<MemberList> lists) {
+  if (!host.usersOfPrimaryGroups) return;
+  std::unordered_map<std::string, std::vector<std::size_t>> places;
+  Strings groupIDs;
+  for (std::size_t index = 0; index < groups.size(); ++index) {
+    if (groups[index]->mIdentity.isOfAdministrators) continue;
+    for (const auto groupID : groups[index]->mGroupIDs) {
+      auto& those = places[std::to_string(groupID)];
+      if (those.empty()) groupIDs.push_back(std::to_string(groupID));
+      those.push_back(index);
+    }
+  }
+  if (groupIDs.empty()) return;
+  for (const auto& user : host.usersOfPrimaryGroups(groupIDs)) {
+    const auto valuesOf = [&](std::string_view kind) {
+      return user->valuesForAttribute(kind).value_or(Strings());
+    };
+    const auto names = valuesOf(attribute::RecordName);
+    const auto guids = valuesOf(attribute::GUID);
+    if (names.empty() || contains(valuesOf(attribute::MetaNodeLocation), kLocalNodeName)) continue;
+    const auto guid = guids.empty() ? std::nullopt : parseUUID(guids.front());
+    for (const auto& groupID : valuesOf(attribute::PrimaryGroupID)) {
+      const auto found = places.find(groupID);
+      if (found == places.end()) continue;
+      for (const auto index : found->second) {
+        lists[index].add(names.front());
+        if (guid) lists[index].setGUID(names.front(), *guid);
+      }
+    }
+  }
 }
 
 bool Group::hasMemberNamed(std::string_view name) {

@@ -17,9 +17,9 @@ namespace gatehall::local {
 
 /// A group of the local node: a line of /etc/group; the group "admin", a line for each of the
 /// groups it is made of. Its members are those that the lines name, those whose user records say
-/// so, and those whose primary group it is. Of accounts from elsewhere the lines mean those with
-/// that login name, the first of the names that a record has; of the group "admin" nothing else
-/// makes them members.
+/// so, and those whose primary group it is, accounts from elsewhere included. Of accounts from
+/// elsewhere the lines mean those with that login name, the first of the names that a record has;
+/// of the group "admin" nothing else makes them members.
 class Group final : public DirectoryRecord {
  public:
   /// What tells a group from others. Only "admin" can be without a group id.
@@ -70,6 +70,8 @@ class Group final : public DirectoryRecord {
   void keepLines(std::vector<std::string> memberLines);
 
   static void collectMembers(Context& context, std::span<Group* const> groups);
+  static void collectFromElsewhere(Host& host, std::span<Group* const> groups,
+                                   std::span<MemberList> lists);
 
   mutable std::mutex mMutex;
   const std::shared_ptr<Host> mHost;

@@ -129,6 +129,14 @@ TEST_F(LdapGroups, ListThoseWhosePrimaryGroupTheyAre) {
   EXPECT_EQ(ldap::Connection::searchesSent() - before, 2U) << "for the names and for the group id";
 }
 
+TEST_F(LdapGroups, OfTheMachineHoldThoseWhosePrimaryGroupTheyAre) {
+  machine.write("/etc/group", "helpers:x:150:ann\nsudo:x:150:\nempty:x:4000:\n");
+  EXPECT_THAT(values(machine.group("helpers"), "GroupMembership"),
+              UnorderedElementsAre("ann", "dana", "erin", "gina"));
+  EXPECT_THAT(values(machine.group("empty"), "GroupMembership"), IsEmpty());
+  EXPECT_THAT(values(machine.group("admin"), "GroupMembership"), ElementsAre("root"));
+}
+
 TEST(LdapGroupsOfActiveDirectory, HoldThoseWhosePrimaryGroupTheyAre) {
   const auto sid = [](char domain, char number) {
     return std::string("\x01\x02\0\0\0\0\0\x05", 8) + std::string({domain, 0, 0, 0}) +
