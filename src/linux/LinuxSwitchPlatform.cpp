@@ -8,7 +8,9 @@
 namespace gatehall {
 
 LinuxSwitchPlatform::LinuxSwitchPlatform(const LinuxOptions& options, std::string identity)
-    : LinuxSwitchPlatform(options, std::make_shared<LinuxLog>(std::move(identity))) {}
+    : LinuxSwitchPlatform(options, std::make_shared<LinuxLog>(identity)) {
+  mServices->decisionLog.emplace(std::move(identity));
+}
 
 LinuxSwitchPlatform::LinuxSwitchPlatform(const LinuxOptions& options, std::shared_ptr<Log> log)
     : mServices(std::make_unique<Services>(*options.mValues, std::move(log))) {}
@@ -52,6 +54,10 @@ NotificationCenter& LinuxSwitchPlatform::distributedNotificationCenter() {
 Clock& LinuxSwitchPlatform::clock() { return mServices->clock; }
 
 Log& LinuxSwitchPlatform::log() { return *mServices->log; }
+
+DecisionLog* LinuxSwitchPlatform::decisionLog() {
+  return mServices->decisionLog ? &*mServices->decisionLog : nullptr;
+}
 
 Collation& LinuxSwitchPlatform::collation() { return mServices->collation.get(mServices->options); }
 

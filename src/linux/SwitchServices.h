@@ -1,12 +1,14 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "gatehall/linux/LinuxSwitchPlatform.h"
 #include "linux/LazyService.h"
 #include "linux/LinuxClock.h"
 #include "linux/LinuxCollation.h"
+#include "linux/LinuxDecisionLog.h"
 #include "linux/directory/LinuxDirectory.h"
 #include "linux/directory/LinuxMembership.h"
 #include "linux/files/HostOptions.h"
@@ -27,6 +29,7 @@ struct LinuxSwitchPlatform::Services {
 
   const HostOptions options;
   const std::shared_ptr<Log> log;
+  std::optional<LinuxDecisionLog> decisionLog;
   LinuxProcess process;
   LinuxClock clock;
   LocalNotificationCenter notificationCenter;

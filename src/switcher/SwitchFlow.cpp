@@ -16,9 +16,8 @@ namespace {
 constexpr std::string_view kSuspend = "-suspend";
 constexpr std::string_view kSwitchToUserID = "-switchToUserID";
 
-bool callerMaySwitch() {
+bool callerMaySwitch(std::uint32_t caller) {
   auto& log = platform().log();
-  const auto caller = platform().process().effectiveUserID();
   if (caller == 0) {
     log.error("User is root user.");
     return true;
@@ -42,10 +41,62 @@ Dictionary switchAttributes(const CachedUser& user) {
   return std::move(*attributes);
 }
 
+/// What is kept of a decision about that user; a host without a log of them keeps nothing.
+class KeptDecision {
+ public:
+  KeptDecision(std::uint32_t caller, std::int32_t userID) : mLog(platform().decisionLog()) {
+    mRecord.caller = caller;
+    mRecord.userID = static_cast<std::uint32_t>(userID);
+  }
+
+  void keep(const CachedUser* user, const LoginDecision* decision) {
+    if (mLog == nullptr) return;
+    using enum DecisionRecord::Answer;
+    mRecord.answer = decision == nullptr ? NotFound : decision->allowed() ? Admitted : Refused;
+    if (user != nullptr) mRecord.userName = user->shortName().value_or("");
+    if (decision != nullptr) {
+      mRecord.rule = description(decision->rule);
+      if (decision->source) mRecord.source = description(*decision->source);
+    }
+    mLog->keep(mRecord);
+  }
+
+  void keepUndecidable(const CachedUser* user, std::string_view reason) {
+    if (mLog == nullptr) return;
+    mRecord.answer = DecisionRecord::Answer::Undecidable;
+    if (user != nullptr) mRecord.userName = user->shortName().value_or("");
+    mRecord.reason = reason;
+    mLog->keep(mRecord);
+  }
+
+ private:
+  DecisionLog* const mLog;
+  DecisionRecord mRecord;
+};
+
+/// The user, if there is one and the rules admit it.
+std::shared_ptr<CachedUser> admittedUser(std::uint32_t caller, std::int32_t userID) {
+  KeptDecision kept(caller, userID);
+  std::shared_ptr<CachedUser> user;
+  try {
+    user = cachedUserForUID(userID);
+    if (!user) {
+      kept.keep(nullptr, nullptr);
+      return nullptr;
+    }
+    const auto decision = UserAccess::sharedUserAccess()->decideLogin(*user);
+    kept.keep(user.get(), &decision);
+    return decision.allowed() ? user : nullptr;
+  } catch (const PlatformException& failure) {
+    kept.keepUndecidable(user.get(), failure.what());
+    throw;
+  }
+}
+
 /// Asks the login service for the switch, if the rules admit the user.
-void switchToUserID(std::int32_t userID, bool isLastUser) {
-  const auto user = cachedUserForUID(userID);
-  if (!user || !UserAccess::sharedUserAccess()->canUserLogIn(*user)) return;
+void switchToUserID(std::uint32_t caller, std::int32_t userID, bool isLastUser) {
+  const auto user = admittedUser(caller, userID);
+  if (!user) return;
   try {
     const auto attributes = switchAttributes(*user);
     if (isLastUser) platform().process().giveUpRights();
@@ -66,7 +117,8 @@ bool nameAUser(std::span<const std::string_view> words) {
 }  // namespace
 
 void runSwitch(std::span<const std::string_view> words) {
-  if (!callerMaySwitch()) return;
+  const auto caller = platform().process().effectiveUserID();
+  if (!callerMaySwitch(caller)) return;
   for (auto word = words.begin(); word != words.end(); ++word) {
     if (word->starts_with(kSuspend)) {
       platform().process().giveUpRights();
@@ -76,7 +128,7 @@ void runSwitch(std::span<const std::string_view> words) {
     if (!word->starts_with(kSwitchToUserID)) continue;
     if (++word == words.end()) return;
     const bool isLastUser = !nameAUser({word + 1, words.end()});
-    switchToUserID(static_cast<std::int32_t>(integerPrefix(*word)), isLastUser);
+    switchToUserID(caller, static_cast<std::int32_t>(integerPrefix(*word)), isLastUser);
   }
 }
 

@@ -44,7 +44,9 @@ TOUCHES_A_MACHINE = re.compile(r"(portable|linux|ctl)(/|$)")
 LIBRARIES = {
     "sd-bus": (r"systemd/sd-bus", set()),
     "sd-event": (r"systemd/sd-event", set()),
+    "sd-journal": (r"systemd/sd-journal", set()),
     "sd-login": (r"systemd/sd-login", set()),
+    "libaudit": (r"libaudit", set()),
     "nlohmann-json": (
         r"nlohmann/",
         {"world/json/JsonTree", "linux/accounts/UserRecord", "ctl/print/Json"},

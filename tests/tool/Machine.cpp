@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -38,6 +39,16 @@ void require(bool holds, const char* what) {
 /// In the child, where no exception may pass.
 void must(bool holds) {
   if (!holds) _exit(126);
+}
+
+/// In the child: opens so many descriptors that as many are free, and none more can be had.
+void leaveDescriptors(int count) {
+  constexpr int kMost = 64;
+  const rlimit both{kMost, kMost};
+  must(setrlimit(RLIMIT_NOFILE, &both) == 0);
+  for (int number = STDERR_FILENO + 1; number < kMost - count; ++number) {
+    must(dup2(STDIN_FILENO, number) == number);
+  }
 }
 
 std::string socketPath(const std::string& address) {
@@ -108,6 +119,10 @@ void Machine::write(const std::string& name, const std::string& content) const {
   std::ofstream(path) << content;
 }
 
+void Machine::add(const std::string& name, const std::string& content) const {
+  std::ofstream(mFolder / "etc" / name, std::ios::app) << content;
+}
+
 void Machine::remove(const std::string& name) const {
   std::filesystem::remove(mFolder / "etc" / name);
 }
@@ -150,21 +165,45 @@ void Machine::enter() const {
   }
 }
 
-std::vector<std::string> Machine::takeLog() const {
-  std::vector<std::string> lines;
+void Machine::takeLog(ToolRun& run) const {
   std::array<char, 8192> room{};
   for (ssize_t count = 0; (count = recv(mLogSocket, room.data(), room.size(), 0)) > 0;) {
     std::string line(room.data(), static_cast<std::size_t>(count));
-    // 11: facility user, level error. The process id stands behind the name.
+    // 11: facility user, level error; 85 and 86: facility authpriv, level notice and info. The
+    // process id stands behind the name.
     const auto identity = line.find(" gatehall-switch[");
-    const bool isOurs = line.starts_with("<11>") && identity != std::string::npos;
-    lines.push_back(isOurs ? line.substr(line.find("]: ", identity) + 3) : "UNEXPECTED " + line);
+    const bool isOurs = identity != std::string::npos;
+    const auto text = isOurs ? line.substr(line.find("]: ", identity) + 3) : "UNEXPECTED " + line;
+    const bool isDecision = line.starts_with("<85>") || line.starts_with("<86>");
+    const bool isError = line.starts_with("<11>");
+    if (isOurs && isDecision) {
+      run.decisions.push_back(text);
+    } else {
+      run.log.push_back(isOurs && !isError ? "UNEXPECTED " + line : text);
+    }
   }
-  return lines;
 }
 
 ToolRun Machine::run(const std::vector<std::string>& words, const Caller& caller,
                      const std::function<void(pid_t)>& watch) {
+  return runUntil(words, caller, false, [&](pid_t tool) {
+    int status = 0;
+    if (watch) {
+      while (waitpid(tool, &status, WNOHANG) == 0) watch(tool);
+    } else {
+      waitpid(tool, &status, 0);
+    }
+    return status;
+  });
+}
+
+ToolRun Machine::trace(const std::vector<std::string>& words, const Caller& caller,
+                       const std::function<int(pid_t)>& tracer) {
+  return runUntil(words, caller, true, tracer);
+}
+
+ToolRun Machine::runUntil(const std::vector<std::string>& words, const Caller& caller,
+                          bool isStopped, const std::function<int(pid_t)>& wait) {
   auto arguments = caller.name;
   if (!arguments.empty()) arguments.insert(arguments.end(), words.begin(), words.end());
   const auto tool = (mFolder / "gatehall-switch").string();
@@ -183,6 +222,7 @@ ToolRun Machine::run(const std::vector<std::string>& words, const Caller& caller
       for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) close(descriptor);
     }
     must(caller.folder.empty() || chdir(caller.folder.c_str()) == 0);
+    if (caller.freeDescriptors) leaveDescriptors(*caller.freeDescriptors);
     for (const auto& [resource, limit] : caller.limits) {
       const rlimit both{limit, limit};
       must(setrlimit(static_cast<__rlimit_resource>(resource), &both) == 0);
@@ -190,23 +230,19 @@ ToolRun Machine::run(const std::vector<std::string>& words, const Caller& caller
     must(setgroups(0, nullptr) == 0);
     must(setresgid(caller.userID, caller.userID, caller.userID) == 0);
     must(setresuid(caller.userID, caller.userID, caller.userID) == 0);
+    if (isStopped) raise(SIGSTOP);
     execve(tool.c_str(), argv.data(), environment.data());
     _exit(127);
   }
   close(output[1]);
 
-  int status = 0;
-  if (watch) {
-    while (waitpid(child, &status, WNOHANG) == 0) watch(child);
-  } else {
-    waitpid(child, &status, 0);
-  }
+  const int status = wait(child);
   ToolRun result;
   result.taken = std::chrono::steady_clock::now() - start;
   append(result.output, output[0]);
   close(output[0]);
   if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
-  result.log = takeLog();
+  takeLog(result);
   return result;
 }
 

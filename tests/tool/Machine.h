@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <sys/types.h>
 #include <utility>
@@ -18,6 +19,7 @@ struct ToolRun {
   int exitStatus = -1;  ///< -1: ended by a signal
   std::string output;   ///< standard output and error together
   std::vector<std::string> log;
+  std::vector<std::string> decisions;  ///< what the log says of facility AUTHPRIV
   std::chrono::duration<double> taken{};
 };
 
@@ -30,6 +32,8 @@ struct Caller {
   bool closesStandardDescriptors = false;
   /// Where it stands; empty: where the test does.
   std::string folder{};
+  /// How many descriptors are free below the limit of 64, if that is to be so: the others are open.
+  std::optional<int> freeDescriptors{};
   /// Soft and hard limit each, by resource (getrlimit(2)).
   std::vector<std::pair<int, std::uint64_t>> limits{};
 };
@@ -54,7 +58,13 @@ class Machine {
 
   /// Replaces a file below /etc, and its owner reads it only if it is private.
   void write(const std::string& name, const std::string& content) const;
+  void add(const std::string& name, const std::string& content) const;
   void remove(const std::string& name) const;
+
+  /// Runs the tool under a tracer, which is given the process, stopped just before it becomes the
+  /// tool, and answers the status that it ended with.
+  ToolRun trace(const std::vector<std::string>& words, const Caller& caller,
+                const std::function<int(pid_t)>& tracer);
 
   /// Runs the tool to its end. Meanwhile, as long as it runs, `watch` is called with its process id
   /// over and over.
@@ -62,8 +72,10 @@ class Machine {
               const std::function<void(pid_t)>& watch = {});
 
  private:
+  ToolRun runUntil(const std::vector<std::string>& words, const Caller& caller, bool isStopped,
+                   const std::function<int(pid_t)>& wait);
   void enter() const;
-  std::vector<std::string> takeLog() const;
+  void takeLog(ToolRun& run) const;
 
   std::filesystem::path mFolder;
   int mLogSocket = -1;

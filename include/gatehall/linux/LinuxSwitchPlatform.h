@@ -18,10 +18,10 @@ namespace gatehall {
 /// local time (TZ).
 class GATEHALL_EXPORT LinuxSwitchPlatform : public Platform {
  public:
-  /// Logs to the system log under the program's name.
+  /// Logs to the system log under the program's name, decisions among it.
   LinuxSwitchPlatform(const LinuxOptions& options, std::string identity);
 
-  /// Logs elsewhere.
+  /// Logs elsewhere, and keeps no decisions.
   LinuxSwitchPlatform(const LinuxOptions& options, std::shared_ptr<Log> log);
 
   ~LinuxSwitchPlatform() override;
@@ -38,6 +38,7 @@ class GATEHALL_EXPORT LinuxSwitchPlatform : public Platform {
   Clock& clock() override;
   Log& log() override;
   Collation& collation() override;
+  DecisionLog* decisionLog() override;
 
  private:
   friend class LinuxPlatform;

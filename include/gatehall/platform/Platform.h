@@ -51,6 +51,9 @@ class GATEHALL_EXPORT Platform {
   virtual TextSystem& text();
   virtual Markup& markup();
 
+  /// nullptr for a host that keeps no decisions.
+  virtual DecisionLog* decisionLog() { return nullptr; }
+
   /// Ends the threads that the run loop started: those that wait, for time to pass or for the main
   /// thread, end where they wait; the others are waited for. From the main thread.
   virtual void endThreads() {}
