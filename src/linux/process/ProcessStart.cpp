@@ -23,6 +23,12 @@ void openStandardDescriptors() {
   }
 }
 
+/// What the caller left open would count against the limit on open files, and end up in the
+/// monitor.
+void closeOtherDescriptors() {
+  if (close_range(STDERR_FILENO + 1, ~0U, 0) != 0) std::abort();
+}
+
 /// Ignored and blocked signals are inherited. A closed log socket raises SIGPIPE, which is ignored.
 void resetSignals() {
   for (int signal = 1; signal < NSIG; ++signal) std::signal(signal, SIG_DFL);
@@ -38,6 +44,7 @@ void distrustCaller() {
   clearenv();
   // libldap would read a file in the folder that the caller stands in (ldap.conf(5)).
   setenv("LDAPNOINIT", "1", 1);
+  closeOtherDescriptors();
   openStandardDescriptors();
   resetSignals();
   umask(S_IWGRP | S_IRWXO);
