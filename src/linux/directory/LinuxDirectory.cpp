@@ -6,6 +6,7 @@
 #include "linux/ldap/Node.h"
 #include "linux/local/Node.h"
 #include "linux/records/EmptyNode.h"
+#include "linux/records/FaultyNode.h"
 
 namespace gatehall {
 
@@ -74,9 +75,14 @@ class LinuxDirectorySession final : public DirectorySession {
 std::vector<std::shared_ptr<NetworkNode>> configuredNodes(const std::shared_ptr<local::Host>& host,
                                                           Log& log) {
   std::vector<std::shared_ptr<NetworkNode>> nodes;
-  for (auto& settings : ldap::Settings::readAll(host->options, host->faults)) {
+  for (auto& configured : ldap::Settings::readAll(host->options, host->faults)) {
+    if (auto* unusable = std::get_if<ldap::Settings::Unusable>(&configured)) {
+      nodes.push_back(
+          std::make_shared<FaultyNode>(std::move(unusable->place), std::move(unusable->fault)));
+      continue;
+    }
     nodes.push_back(std::make_shared<ldap::Node>(std::make_shared<ldap::Directory>(
-        std::move(settings), host->options,
+        std::move(std::get<ldap::Settings>(configured)), host->options,
         std::shared_ptr<LocalAccounts>(host, &host->ownAccounts),
         std::shared_ptr<FaultLog>(host, &host->faults), log, host->clock)));
   }

@@ -1,5 +1,6 @@
 #include "linux/files/DirectoryFile.h"
 
+#include "linux/files/NearestName.h"
 #include "linux/files/OwnedFile.h"
 
 namespace gatehall {
@@ -16,20 +17,25 @@ DirectoryFile DirectoryFile::read(const HostOptions& options, FaultLog& faults) 
       readOwnedFile(options.root + std::string(kPath), {systemOwner(options)}, kLargestFile, fault);
   if (!content && fault.empty()) return {};
   if (!content) {
-    faults.report(kPath, "ignored: " + fault);
-    return {State::Unusable, {}};
+    return {State::Unusable, {}, faults.report(kPath, "ignored: " + fault)};
   }
   auto parsed = toml::parse(std::string_view(*content));
   if (!parsed) {
-    faults.report(kPath, parsed.error().source().begin.line, parsed.error().description());
-    return {State::Unusable, {}};
+    const auto& error = parsed.error();
+    return {
+        State::Unusable, {}, faults.report(kPath, error.source().begin.line, error.description())};
   }
-  return {State::Read, std::move(parsed).table()};
+  return {State::Read, std::move(parsed).table(), {}};
 }
 
-void reportUnknownKey(FaultLog& faults, const toml::key& key, std::string_view table) {
-  faults.report(DirectoryFile::kPath, key.source().begin.line,
-                std::string(table) + "." + std::string(key.str()) + " is not a setting");
+std::string reportUnknownKey(FaultLog& faults, const toml::key& key, std::string_view table,
+                             std::span<const std::string_view> known) {
+  auto name = std::string(table);
+  if (!name.empty()) name += '.';
+  name += key.str();
+  const auto nearest = nearestName(key.str(), known);
+  return faults.report(DirectoryFile::kPath, key.source().begin.line,
+                       name + " is not a setting; did you mean " + std::string(nearest.name) + "?");
 }
 
 }  // namespace gatehall

@@ -11,21 +11,22 @@ constexpr std::size_t kMostReported = 1000;
 
 }  // namespace
 
-void FaultLog::report(std::string_view file, std::string_view text) {
-  reportOnce(std::string(file) + ": " + std::string(text));
+std::string FaultLog::report(std::string_view file, std::string_view text) {
+  return reportOnce(std::string(file) + ": " + std::string(text));
 }
 
-void FaultLog::report(std::string_view file, std::uint64_t line, std::string_view text) {
-  reportOnce(std::string(file) + ":" + std::to_string(line) + ": " + std::string(text));
+std::string FaultLog::report(std::string_view file, std::uint64_t line, std::string_view text) {
+  return reportOnce(std::string(file) + ":" + std::to_string(line) + ": " + std::string(text));
 }
 
-void FaultLog::reportOnce(std::string message) {
+std::string FaultLog::reportOnce(std::string message) {
   {
     const std::lock_guard lock(mMutex);
-    if (mReported.size() >= kMostReported || mReported.contains(message)) return;
+    if (mReported.size() >= kMostReported || mReported.contains(message)) return message;
     mReported.insert(message);
   }
   mLog.diagnostic(message);
+  return message;
 }
 
 std::string printable(std::string_view text, std::size_t longest) {

@@ -17,14 +17,14 @@ class FaultLog {
  public:
   explicit FaultLog(Log& log) : mLog(log) {}
 
-  /// "FILE: TEXT".
-  void report(std::string_view file, std::string_view text);
+  /// "FILE: TEXT". The message.
+  std::string report(std::string_view file, std::string_view text);
 
-  /// "FILE:LINE: TEXT".
-  void report(std::string_view file, std::uint64_t line, std::string_view text);
+  /// "FILE:LINE: TEXT". The message.
+  std::string report(std::string_view file, std::uint64_t line, std::string_view text);
 
  private:
-  void reportOnce(std::string message);
+  std::string reportOnce(std::string message);
 
   Log& mLog;
   std::mutex mMutex;

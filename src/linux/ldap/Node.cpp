@@ -64,6 +64,18 @@ class Query final : public DirectoryQuery {
 
 }  // namespace
 
+std::string Node::tls() const {
+  switch (mDirectory->settings().tls) {
+    case Settings::Tls::Verified:
+      return "verified";
+    case Settings::Tls::Unverified:
+      return "unverified";
+    case Settings::Tls::Off:
+      break;
+  }
+  return "off";
+}
+
 std::shared_ptr<DirectoryRecord> Node::recordByTypeAndName(std::string_view type,
                                                            std::string_view name, const Strings&) {
   if (type != record::Users && type != record::Groups) return nullptr;

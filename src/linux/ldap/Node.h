@@ -13,6 +13,10 @@ class Node final : public NetworkNode {
   explicit Node(std::shared_ptr<Directory> directory) : mDirectory(std::move(directory)) {}
 
   std::optional<std::string> whyUnreachable() override { return mDirectory->whyUnreachable(); }
+  bool isIgnoredWhenAway() const override {
+    return mDirectory->settings().whenAway == Settings::WhenAway::Ignore;
+  }
+  std::string tls() const override;
   Reached reach() override { return mDirectory->reach(); }
   void forgetFetched() override { mDirectory->cache().drop(); }
 

@@ -1,6 +1,7 @@
 #include "linux/local/Settings.h"
 
 #include <algorithm>
+#include <array>
 #include <fnmatch.h>
 #include <string>
 
@@ -9,6 +10,8 @@
 namespace gatehall::local {
 
 namespace {
+
+constexpr std::array<std::string_view, 2> kSettings{"admin-groups", "guests"};
 
 void readNames(const toml::table& local, std::string_view key, Strings& names, FaultLog& faults) {
   const auto* node = local.get(key);
@@ -45,7 +48,7 @@ Settings Settings::read(const HostOptions& options, FaultLog& faults) {
   }
   for (const auto& [key, value] : *local) {
     if (key != "admin-groups" && key != "guests") {
-      reportUnknownKey(faults, key, "local");
+      reportUnknownKey(faults, key, "local", kSettings);
     }
   }
   readNames(*local, "admin-groups", settings.adminGroups, faults);

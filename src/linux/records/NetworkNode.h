@@ -28,6 +28,10 @@ class NetworkNode : public DirectoryNode {
   /// Whether its entries count as absent while it can't be asked. From any thread; raises nothing.
   virtual bool isIgnoredWhenAway() const { return false; }
 
+  /// How what is sent to it is protected: "verified", "unverified", "off"; "" where no setting
+  /// says.
+  virtual std::string tls() const { return {}; }
+
   /// The server that is asked now, and how long it takes to answer a question that means nothing.
   struct Reached {
     std::string server;

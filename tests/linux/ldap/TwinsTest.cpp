@@ -142,9 +142,12 @@ TEST_F(LdapTwins, HaveNoUserIDOutOfTheRange) {
 }
 
 TEST_F(LdapTwins, HaveOneUserID) {
-  EXPECT_THAT(comingOut({.userIDs = {"5001", "5002"}}), IsEmpty());
-  EXPECT_THAT(mLines, Contains(HasSubstr("it has several user ids")));
-  EXPECT_THAT(comingOut({.userIDs = {"5001x"}}), IsEmpty());
+  const auto expectUnreadable = [&](const Strings& userIDs, const char* fault) {
+    const auto ask = [&] { comingOut({.userIDs = userIDs}); };
+    EXPECT_THAT(ask, testing::ThrowsMessage<PlatformException>(HasSubstr(fault)));
+  };
+  expectUnreadable({"5001", "5002"}, "it has several user ids");
+  expectUnreadable({"5001x"}, "its uidNumber is no id: 5001x");
 }
 
 TEST_F(LdapTwins, AreThoseOfUserRecordsToo) {
@@ -236,8 +239,8 @@ TEST(LdapTwinsSettings, ThatCanNotBeMeantLeaveTheDefault) {
     FaultLog faults(log);
     const auto directories = ldap::Settings::readAll(machine.options, faults);
     ASSERT_EQ(directories.size(), 1U) << more;
-    EXPECT_EQ(directories.front().userIDs.first, 1000U) << more;
-    EXPECT_EQ(directories.front().userIDs.last, 4294967294U) << more;
+    EXPECT_EQ(std::get<ldap::Settings>(directories.front()).userIDs.first, 1000U) << more;
+    EXPECT_EQ(std::get<ldap::Settings>(directories.front()).userIDs.last, 4294967294U) << more;
     EXPECT_EQ(log.lines().size(), 1U) << more;
     EXPECT_THAT(log.lines(), Contains(HasSubstr("-id"))) << more;
   }

@@ -76,11 +76,12 @@ TEST_F(LocalSettingsFile, WithAWrongValueLosesThatValueAndTheLogSaysWhere) {
   machine.write(kFile, "[local]\nadmin-groups = \"sudo\"\nguests = [\"gus\",\n 3]\nextra = 1\n");
   EXPECT_THAT(admins(), ElementsAre("root"));
   EXPECT_THAT(guests(), IsEmpty());
-  EXPECT_THAT(machine.log.lines(),
-              testing::UnorderedElementsAre(
-                  "/etc/gatehall/directory.toml:2: local.admin-groups is not a list of names",
-                  "/etc/gatehall/directory.toml:4: local.guests is not a list of names",
-                  "/etc/gatehall/directory.toml:5: local.extra is not a setting"));
+  EXPECT_THAT(
+      machine.log.lines(),
+      testing::UnorderedElementsAre(
+          "/etc/gatehall/directory.toml:2: local.admin-groups is not a list of names",
+          "/etc/gatehall/directory.toml:4: local.guests is not a list of names",
+          "/etc/gatehall/directory.toml:5: local.extra is not a setting; did you mean guests?"));
   machine.write(kFile, "local = 1\n");
   EXPECT_THAT(admins(), ElementsAre("root"));
 }

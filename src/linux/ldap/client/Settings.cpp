@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 #include <optional>
+#include <set>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
 
 #include "base/Ascii.h"
@@ -20,6 +21,8 @@ namespace {
 constexpr double kLongestTime = 3600;
 constexpr std::int64_t kLargestPage = 100000;
 
+constexpr std::array<std::string_view, 2> kTables{"directory", "local"};
+
 bool isName(std::string_view text, std::string_view allowed) {
   return !text.empty() && text.size() <= 64 && std::ranges::all_of(text, [allowed](char c) {
     return ascii::isAlphanumeric(c) || allowed.find(c) != std::string_view::npos;
@@ -32,7 +35,7 @@ class DirectoryReader {
  public:
   DirectoryReader(const toml::table& table, FaultLog& faults) : mTable(table), mFaults(faults) {}
 
-  std::optional<Settings> read() {
+  Settings::Configured read() {
     Settings settings;
     readText("name", settings.name, Needed::Yes);
     if (!settings.name.empty() && !isName(settings.name, ".-_")) {
@@ -60,14 +63,22 @@ class DirectoryReader {
     readPageSize(settings.pageSize);
     readFlag("follow-referrals", settings.followsReferrals);
     readUserIDs(settings.userIDs);
+    readChoice("when-away",
+               std::array{std::pair("refuse", Settings::WhenAway::Refuse),
+                          std::pair("ignore", Settings::WhenAway::Ignore)},
+               settings.whenAway);
+    const std::vector<std::string_view> known(mKnown.begin(), mKnown.end());
     for (const auto& [key, value] : mTable) {
-      if (!mKnown.contains(std::string(key.str()))) {
-        reportUnknownKey(mFaults, key, "directory");
-        mIsFaulty = true;
+      if (!mKnown.contains(key.str())) {
+        keep(reportUnknownKey(mFaults, key, "directory", known));
       }
     }
-    if (mIsFaulty) return std::nullopt;
+    if (isFaulty()) return Settings::Unusable{placeOf(mTable), mFault};
     return settings;
+  }
+
+  static std::string placeOf(const toml::node& node) {
+    return std::string(DirectoryFile::kPath) + ":" + std::to_string(node.source().begin.line);
   }
 
  private:
@@ -81,15 +92,19 @@ class DirectoryReader {
   }
 
   void report(const toml::node& where, std::string_view key, std::string_view fault) {
-    mIsFaulty = true;
-    doubt(where, key, fault);
+    keep(doubt(where, key, fault));
   }
 
-  /// Reports what doesn't make the directory unusable.
-  void doubt(const toml::node& where, std::string_view key, std::string_view fault) {
-    mFaults.report(DirectoryFile::kPath, where.source().begin.line,
-                   "directory." + std::string(key) + " " + std::string(fault));
+  /// Reports what doesn't make the directory unusable. The message.
+  std::string doubt(const toml::node& where, std::string_view key, std::string_view fault) {
+    return mFaults.report(DirectoryFile::kPath, where.source().begin.line,
+                          "directory." + std::string(key) + " " + std::string(fault));
   }
+
+  void keep(std::string fault) {
+    if (mFault.empty()) mFault = std::move(fault);
+  }
+  bool isFaulty() const { return !mFault.empty(); }
 
   void refuse(std::string_view key, std::string_view fault) {
     report(*mTable.get(key), key, fault);
@@ -151,7 +166,8 @@ class DirectoryReader {
     if (node == nullptr) return;
     const auto* value = node->as_integer();
     if (value == nullptr || value->get() < 1 || value->get() >= UINT32_MAX) {
-      return doubt(*node, key, "is not a user id from 1 to 4294967294");
+      doubt(*node, key, "is not a user id from 1 to 4294967294");
+      return;
     }
     userID = static_cast<std::uint32_t>(value->get());
   }
@@ -206,7 +222,7 @@ class DirectoryReader {
     readName("users-base", settings.usersBase, Needed::No);
     readName("groups-base", settings.groupsBase, Needed::No);
     if (settings.usersBase.empty() || settings.groupsBase.empty()) {
-      if (!mIsFaulty) report(mTable, "base", "is missing");
+      if (!isFaulty()) report(mTable, "base", "is missing");
     }
   }
 
@@ -229,49 +245,56 @@ class DirectoryReader {
   void readAccount(Settings& settings) {
     readName("bind-dn", settings.bindName, Needed::No);
     readPath("bind-password-file", settings.bindPasswordFile);
-    if (settings.bindName.empty() != settings.bindPasswordFile.empty() && !mIsFaulty) {
+    if (settings.bindName.empty() != settings.bindPasswordFile.empty() && !isFaulty()) {
       report(mTable, settings.bindName.empty() ? "bind-dn" : "bind-password-file", "is missing");
     }
   }
 
   const toml::table& mTable;
   FaultLog& mFaults;
-  bool mIsFaulty = false;
-  std::unordered_set<std::string> mKnown;
+  std::string mFault;  ///< the first one
+  std::set<std::string, std::less<>> mKnown;
 };
 
 }  // namespace
 
-std::vector<Settings> Settings::readAll(const HostOptions& options, FaultLog& faults) {
-  std::vector<Settings> directories;
+std::vector<Settings::Configured> Settings::readAll(const HostOptions& options, FaultLog& faults) {
+  std::vector<Configured> directories;
   const auto file = DirectoryFile::read(options, faults);
+  if (file.state == DirectoryFile::State::Unusable) {
+    return {Unusable{std::string(DirectoryFile::kPath), file.fault}};
+  }
   for (const auto& [key, value] : file.table) {
     if (key == "local" || key == "directory") continue;
-    faults.report(DirectoryFile::kPath, key.source().begin.line,
-                  std::string(key.str()) + " is not a setting");
+    // Who knows what was meant; it may be a directory.
+    directories.emplace_back(
+        Unusable{DirectoryReader::placeOf(value), reportUnknownKey(faults, key, "", kTables)});
   }
   const auto* node = file.table.get("directory");
   if (node == nullptr) return directories;
   const auto* list = node->as_array();
+  const auto refuse = [&](const toml::node& where, const std::string& fault) {
+    directories.emplace_back(
+        Unusable{DirectoryReader::placeOf(where),
+                 faults.report(DirectoryFile::kPath, where.source().begin.line, fault)});
+  };
   if (list == nullptr) {
-    faults.report(DirectoryFile::kPath, node->source().begin.line,
-                  "directory is not a list of tables: write [[directory]]");
+    refuse(*node, "directory is not a list of tables: write [[directory]]");
     return directories;
   }
+  std::set<std::string> names;
   for (const auto& element : *list) {
-    const auto leaveOut = [&](const std::string& which) {
-      faults.report(DirectoryFile::kPath, element.source().begin.line, which + " is left out");
-    };
     const auto* table = element.as_table();
-    auto settings = table != nullptr ? DirectoryReader(*table, faults).read() : std::nullopt;
-    if (!settings) {
-      const auto name = table != nullptr ? (*table)["name"].value<std::string>() : std::nullopt;
-      leaveOut(name ? "directory " + *name : "a directory");
-    } else if (std::ranges::find(directories, settings->name, &Settings::name) !=
-               directories.end()) {
-      leaveOut("the second directory " + settings->name);
+    if (table == nullptr) {
+      refuse(element, "a directory is no table");
+      continue;
+    }
+    auto read = DirectoryReader(*table, faults).read();
+    const auto* settings = std::get_if<Settings>(&read);
+    if (settings != nullptr && !names.insert(settings->name).second) {
+      refuse(element, "the second directory " + settings->name);
     } else {
-      directories.push_back(std::move(*settings));
+      directories.push_back(std::move(read));
     }
   }
   return directories;

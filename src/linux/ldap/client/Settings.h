@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "linux/files/FaultLog.h"
@@ -21,6 +22,7 @@ enum class Profile { Rfc2307, Rfc2307bis, ActiveDirectory };
 /// each setting means.
 struct Settings {
   enum class Tls { Verified, Unverified, Off };
+  enum class WhenAway { Refuse, Ignore };
   using AttributeNames = std::map<std::string, std::string, std::less<>>;
 
   std::string name;
@@ -40,10 +42,18 @@ struct Settings {
   std::optional<std::int32_t> pageSize;  ///< entries; absent: as many as the server sends fast
   bool followsReferrals = false;
   UserIDRange userIDs;  ///< of accounts; others' are left out
+  WhenAway whenAway = WhenAway::Refuse;
 
-  /// The directories in the file's order. One that is set up wrongly is left out, and the log names
-  /// file, line and key.
-  static std::vector<Settings> readAll(const HostOptions& options, FaultLog& faults);
+  /// What should describe a directory, and can't be used: nobody knows which entries are missing.
+  struct Unusable {
+    std::string place;  ///< "FILE:LINE", or the file
+    std::string fault;  ///< why, as the log says it
+  };
+  using Configured = std::variant<Settings, Unusable>;
+
+  /// The directories in the file's order. Of one that is set up wrongly the log names file, line
+  /// and key.
+  static std::vector<Configured> readAll(const HostOptions& options, FaultLog& faults);
 };
 
 }  // namespace gatehall::ldap

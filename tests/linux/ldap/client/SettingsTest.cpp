@@ -17,10 +17,20 @@ constexpr std::string_view kGood =
 
 class LdapSettingsFile : public testing::Test {
  protected:
+  /// The settings that can be used; the faults of the others are kept.
   std::vector<ldap::Settings> read(std::string_view text) {
     machine.write(kFile, text);
     FaultLog faults(machine.log);
-    return ldap::Settings::readAll(machine.options, faults);
+    std::vector<ldap::Settings> usable;
+    unusable.clear();
+    for (auto& each : ldap::Settings::readAll(machine.options, faults)) {
+      if (const auto* table = std::get_if<ldap::Settings::Unusable>(&each)) {
+        unusable.push_back(*table);
+      } else {
+        usable.push_back(std::move(std::get<ldap::Settings>(each)));
+      }
+    }
+    return usable;
   }
   Strings namesIn(std::string_view text) {
     Strings names;
@@ -28,6 +38,7 @@ class LdapSettingsFile : public testing::Test {
     return names;
   }
   Machine machine;
+  std::vector<ldap::Settings::Unusable> unusable;
 };
 
 std::string at(int line, const std::string& fault) {
@@ -48,6 +59,7 @@ TEST_F(LdapSettingsFile, HasDefaultsThatAreSafe) {
   EXPECT_EQ(settings.tls, ldap::Settings::Tls::Verified);
   EXPECT_EQ(settings.timeLimit.count(), 2000);
   EXPECT_FALSE(settings.followsReferrals);
+  EXPECT_EQ(settings.whenAway, ldap::Settings::WhenAway::Refuse);
   EXPECT_EQ(settings.profile, ldap::Profile::Rfc2307);
   EXPECT_EQ(settings.usersBase, "dc=example,dc=org");
   EXPECT_EQ(settings.groupsBase, "dc=example,dc=org");
@@ -60,7 +72,7 @@ TEST_F(LdapSettingsFile, HoldsDirectoriesInTheirOrder) {
       "profile = \"active-directory\"\ntls = \"unverified\"\nca-file = \"/ca.pem\"\n"
       "bind-dn = \"cn=reader,dc=x\"\nbind-password-file = \"/secret\"\n"
       "password-policy = \"cn=policy,dc=x\"\ntime-limit = 0.25\ntotal-time-limit = 7\n"
-      "page-size = 50\nfollow-referrals = true\n"
+      "page-size = 50\nfollow-referrals = true\nwhen-away = \"ignore\"\n"
       "[directory.users]\n\"lxAttrTypeStandard:FullName\" = \"name\"\nPicture = \"labeledURI\"\n"
       "[directory.groups]\nRecordName = \"\"\n" +
       std::string(kGood));
@@ -82,13 +94,15 @@ TEST_F(LdapSettingsFile, HoldsDirectoriesInTheirOrder) {
   EXPECT_EQ(first.totalTimeLimit.count(), 7000);
   EXPECT_EQ(first.pageSize, 50);
   EXPECT_TRUE(first.followsReferrals);
+  EXPECT_EQ(first.whenAway, ldap::Settings::WhenAway::Ignore);
+  EXPECT_EQ(all.back().whenAway, ldap::Settings::WhenAway::Refuse);
   EXPECT_THAT(first.userAttributes,
               ElementsAre(std::pair("FullName", "name"), std::pair("Picture", "labeledURI")));
   EXPECT_THAT(first.groupAttributes, ElementsAre(std::pair("RecordName", "")));
   EXPECT_THAT(machine.log.lines(), IsEmpty());
 }
 
-TEST_F(LdapSettingsFile, LeavesADirectoryOutThatIsWrittenWrongAndSaysWhere) {
+TEST_F(LdapSettingsFile, HasNoUseForADirectoryThatIsWrittenWrongAndSaysWhere) {
   const std::vector<std::pair<std::string, std::string>> wrong{
       {"name = 5", "directory.name is not a text"},
       {"name = \"a/b\"",
@@ -111,7 +125,10 @@ TEST_F(LdapSettingsFile, LeavesADirectoryOutThatIsWrittenWrongAndSaysWhere) {
       {"follow-referrals = 1", "directory.follow-referrals is neither true nor false"},
       {"users = 1", "directory.users is not a table of attributes"},
       {"users = { FullName = \"cn)(x=*\" }", "directory.users.FullName is not an LDAP attribute"},
-      {"password = \"x\"", "directory.password is not a setting"}};
+      {"when-away = \"allow\"", "directory.when-away is none of refuse, ignore"},
+      {"when-away = false", "directory.when-away is not a text"},
+      {"password = \"x\"", "directory.password is not a setting; did you mean base?"},
+      {"servrs = [\"ldap://x\"]", "directory.servrs is not a setting; did you mean servers?"}};
   for (const auto& [line, fault] : wrong) {
     Strings lines{"name = \"bad\"", "servers = [\"ldap://x\"]", "base = \"dc=x\""};
     const auto key = line.substr(0, line.find(' '));
@@ -125,9 +142,10 @@ TEST_F(LdapSettingsFile, LeavesADirectoryOutThatIsWrittenWrongAndSaysWhere) {
     std::swap(machine.options, other.options);
     const auto logged = machine.log.lines();
     const Strings added(logged.begin() + static_cast<std::ptrdiff_t>(before), logged.end());
-    ASSERT_EQ(added.size(), 2U) << line;
-    EXPECT_THAT(added.front(), HasSubstr(fault));
-    EXPECT_THAT(added.back(), testing::EndsWith(" is left out"));
+    EXPECT_THAT(added, ElementsAre(HasSubstr(fault))) << line;
+    ASSERT_EQ(unusable.size(), 1U) << line;
+    EXPECT_EQ(unusable.front().place, std::string(kFile) + ":1");
+    EXPECT_EQ(unusable.front().fault, added.front());
   }
 }
 
@@ -145,27 +163,57 @@ TEST_F(LdapSettingsFile, NamesTheLineOfAFault) {
                       std::string(kGood)),
               ElementsAre("good"));
   EXPECT_THAT(machine.log.lines(),
-              ElementsAre(at(6, "directory.servers holds what is no ldap, ldaps or ldapi URI"),
-                          HasSubstr("directory bad is left out")));
+              ElementsAre(at(6, "directory.servers holds what is no ldap, ldaps or ldapi URI")));
 }
 
-TEST_F(LdapSettingsFile, TakesTheFirstOfTwoOfOneName) {
+TEST_F(LdapSettingsFile, HasNoUseForTheSecondOfTwoOfOneName) {
   EXPECT_THAT(namesIn(std::string(kGood) + std::string(kGood)), ElementsAre("good"));
-  EXPECT_THAT(machine.log.lines(), ElementsAre(at(5, "the second directory good is left out")));
+  EXPECT_THAT(machine.log.lines(), ElementsAre(at(5, "the second directory good")));
+  EXPECT_EQ(unusable.at(0).fault, at(5, "the second directory good"));
 }
 
 TEST_F(LdapSettingsFile, SaysWhatElseIsNoSetting) {
   EXPECT_THAT(namesIn("colour = 1\n" + std::string(kGood)), ElementsAre("good"));
-  EXPECT_THAT(machine.log.lines(), ElementsAre(at(1, "colour is not a setting")));
+  const auto colour = at(1, "colour is not a setting; did you mean local?");
+  EXPECT_THAT(machine.log.lines(), ElementsAre(colour));
+  EXPECT_EQ(unusable.at(0).fault, colour);
+  EXPECT_THAT(namesIn("[[direktory]]\nname = \"x\"\n"), IsEmpty());
+  EXPECT_EQ(unusable.at(0).fault, at(1, "direktory is not a setting; did you mean directory?"));
   EXPECT_THAT(namesIn("[directory]\nname = \"x\"\n"), IsEmpty());
-  EXPECT_THAT(machine.log.lines().back(), HasSubstr("directory is not a list of tables"));
+  EXPECT_THAT(unusable.at(0).fault, HasSubstr("directory is not a list of tables"));
+  EXPECT_THAT(namesIn("directory = [5]\n"), IsEmpty());
+  EXPECT_EQ(unusable.at(0).fault, at(1, "a directory is no table"));
 }
 
 TEST_F(LdapSettingsFile, IsReadOnceForTheWholeDirectory) {
   machine.write(kFile, "[[directory]\n");
-  EXPECT_EQ(machine.search()->subnodeNames(), (Strings{"local", "unix"}));
+  EXPECT_EQ(machine.search()->subnodeNames(), (Strings{"local", "unix", std::string(kFile)}));
   EXPECT_EQ(machine.group("admin")->valuesForAttribute("GroupMembership"), Strings{"root"});
   EXPECT_EQ(machine.log.lines().size(), 1U) << "one fault, one line";
+}
+
+TEST_F(LdapSettingsFile, ThatCannotBeUsedFailsWhatOnlyADirectoryCouldAnswer) {
+  const auto readable = "[[directory]]\n" + std::string(kGood).substr(14);
+  const std::vector<std::pair<std::string, std::string>> wrong{
+      {"[[directory]\n", std::string(kFile) + ":1"},
+      {readable + "servrs = []\n", std::string(kFile) + ":5"},
+      {readable + "when-away = \"yes\"\n", std::string(kFile) + ":5"},
+      {"[[direktory]]\n", std::string(kFile) + ":1"}};
+  for (const auto& [text, place] : wrong) {
+    Machine other;
+    other.write("/etc/passwd", "ann:x:1000:1000::/home/ann:/bin/sh\n");
+    other.write(kFile, text);
+    const auto ask = [&](const char* name) {
+      return other.search()
+          ->query({{"Users"}, "RecordName", MatchType::EqualTo, {name}, {}, 0})
+          ->results(false)
+          ->size();
+    };
+    EXPECT_EQ(ask("ann"), 1U);
+    EXPECT_THAT([&] { ask("dana"); }, testing::ThrowsMessage<PlatformException>(HasSubstr(place)))
+        << text;
+    EXPECT_EQ(other.search()->unreachableSubnodeNames()->size(), 1U);
+  }
 }
 
 }  // namespace gatehall
