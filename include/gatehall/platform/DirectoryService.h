@@ -53,7 +53,8 @@ struct GATEHALL_EXPORT QueryDescription {
 /// Every operation of this header runs synchronously on the calling thread and may be called from
 /// any thread; one that needs the network ends within the host's time limit. Where an operation can
 /// answer absent (nullptr, std::nullopt), absent means that what was asked for does not exist or
-/// could not be reached. Operations that may raise PlatformException say so.
+/// could not be reached; a host may raise instead where it knows that it could not be reached.
+/// Operations that may raise PlatformException say so.
 ///
 /// Attribute kinds are accepted by suffix and in full (attribute::canonical) and handed out by
 /// suffix.
