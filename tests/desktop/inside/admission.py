@@ -13,8 +13,9 @@ PROGRAMS = ("gatehallctl", "gatehall-switch")
 
 
 class Answer:
-    """What one way said of one account: admitted or not, by which rule ("not found" is none, and so is
-    "undecidable"), in which words, and the exit status. What it said in the journal is in here only after Admission.listen()."""
+    """What one way said of one account: admitted or not, by which rule ("not found" and "undecidable"
+    stand for none), in which words, and the exit status. What it said in the journal is in here only
+    after Admission.listen()."""
 
     def __init__(self, admitted, rule, said, status):
         self.admitted = admitted
