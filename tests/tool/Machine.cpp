@@ -139,6 +139,11 @@ void Machine::enter() const {
   for (const auto& folder : {mFolder / "etc", host}) {
     for (const auto& file : std::filesystem::directory_iterator(folder)) {
       const auto target = "/etc" / file.path().filename();
+      if (folder != host && file.is_directory()) {  // policy files stand behind no link
+        must(mkdir(target.c_str(), 0755) == 0);
+        must(mount(file.path().c_str(), target.c_str(), nullptr, MS_BIND, nullptr) == 0);
+        continue;
+      }
       must(symlink(file.path().c_str(), target.c_str()) == 0 || errno == EEXIST);
     }
   }
@@ -156,7 +161,7 @@ void Machine::enter() const {
       << "UID=1000\nUSER=ann\nACTIVE=1\nSTATE=active\nTYPE=x11\nCLASS=user\nSEAT=seat0\n";
   if (!brokenFile.empty()) {
     // Reading it from its beginning ends with EIO: nothing is mapped there (proc(5)).
-    const auto target = mFolder / "etc" / brokenFile;
+    const auto target = "/etc" / std::filesystem::path(brokenFile);
     must(mount("/proc/self/mem", target.c_str(), nullptr, MS_BIND, nullptr) == 0);
   }
   if (hasBus) {
