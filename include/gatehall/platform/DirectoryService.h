@@ -145,7 +145,8 @@ class GATEHALL_EXPORT DirectoryRecord {
   /// Never counts as a failed login attempt of the host's. May raise.
   virtual bool verifyPassword(std::string_view password, DirectoryError& error) = 0;
 
-  /// Changes the account's password; a refusal fills the error as that of verifyPassword. May raise.
+  /// Changes the account's password; a refusal fills the error as that of verifyPassword. May
+  /// raise.
   virtual bool changePassword(std::string_view oldPassword, std::string_view newPassword,
                               DirectoryError& error) = 0;
 
