@@ -17,18 +17,25 @@ namespace gatehall::ctl {
 
 namespace {
 
-/// What a network node says about itself: where it was reached, or why it wasn't.
+/// What a network node says about itself: where it was reached, or why it wasn't, and how it is set
+/// up.
 struct Attempt {
   std::optional<NetworkNode::Reached> reached;
   std::string error;
+  std::optional<std::string> tls;
+  std::optional<std::string> whenAway;
 };
 
 Attempt attemptAt(NetworkNode& node) {
+  Attempt attempt;
+  if (auto tls = node.tls(); !tls.empty()) attempt.tls = std::move(tls);
+  attempt.whenAway = node.isIgnoredWhenAway() ? "ignore" : "refuse";
   try {
-    return {node.reach(), {}};
+    attempt.reached = node.reach();
   } catch (const PlatformException& failure) {
-    return {std::nullopt, failure.what()};
+    attempt.error = failure.what();
   }
+  return attempt;
 }
 
 /// Of this machine's network nodes, by name; all are tried at once.
@@ -56,6 +63,8 @@ Json nodeJson(const std::string& name, bool isReachable, const Attempt& attempt)
   node["reachable"] = isReachable;
   node["server"] = nullptr;
   node["roundTripMilliseconds"] = nullptr;
+  node["tls"] = attempt.tls ? Json(*attempt.tls) : Json();
+  node["whenAway"] = attempt.whenAway ? Json(*attempt.whenAway) : Json();
   node["users"] = nullptr;
   node["groups"] = nullptr;
   node["error"] = nullptr;
@@ -84,15 +93,17 @@ std::string milliseconds(const Json& value) {
 }
 
 Table table(const Json& nodes) {
-  Table table{
-      .header = {"DIRECTORY", "REACHABLE", "SERVER", "ROUND TRIP", "USERS", "GROUPS", "ERROR"},
-      .count = countText(nodes.size(), "node")};
+  Table table{.header = {"DIRECTORY", "REACHABLE", "SERVER", "ROUND TRIP", "TLS", "WHEN AWAY",
+                         "USERS", "GROUPS", "ERROR"},
+              .count = countText(nodes.size(), "node")};
   for (const auto& node : nodes) {
     const bool isReachable = node["reachable"];
     table.rows.push_back({{cellText(node["name"])},
                           {cellText(node["reachable"]), isReachable ? Tone::Good : Tone::Bad},
                           {cellText(node["server"])},
                           {milliseconds(node["roundTripMilliseconds"])},
+                          {cellText(node["tls"]), node["tls"] == "off" ? Tone::Bad : Tone::Plain},
+                          {cellText(node["whenAway"])},
                           {cellText(node["users"])},
                           {cellText(node["groups"])},
                           {cellText(node["error"])}});
@@ -124,8 +135,9 @@ Verb directoriesVerb() {
       .summary = "The directories that are searched, and how they are",
       .description =
           R"(Shows the nodes that the search node covers, in their order: whether each can be reached,
-which server answers for it and how fast, how many users and groups it has, or what is
-wrong with it.)",
+which server answers for it and how fast, whether what it is sent is protected, whether
+its entries count as absent while it is away, how many users and groups it has, or what
+is wrong with it.)",
       .example = "--world examples/lab.world.json directories",
       .run = run,
   };
