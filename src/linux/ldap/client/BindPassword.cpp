@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <variant>
 
 #include "linux/files/FaultLog.h"
 #include "linux/files/FileDescriptor.h"
@@ -83,8 +84,10 @@ std::unique_ptr<SecretText> readThroughMonitor(Monitor& monitor, const std::stri
 }
 
 bool isNamed(const HostOptions& options, FaultLog& faults, std::string_view file) {
-  const auto directories = Settings::readAll(options, faults);
-  return std::ranges::find(directories, file, &Settings::bindPasswordFile) != directories.end();
+  return std::ranges::any_of(Settings::readAll(options, faults), [&](const auto& directory) {
+    const auto* settings = std::get_if<Settings>(&directory);
+    return settings != nullptr && settings->bindPasswordFile == file;
+  });
 }
 
 /// The program reads the settings, too, and reports what is wrong with them.
