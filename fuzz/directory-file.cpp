@@ -45,7 +45,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FaultLog faults(log);
   const auto settings = local::Settings::read(options, faults);
   settings.isGuest("guest-a1b2c3");
-  for (const auto& directory : ldap::Settings::readAll(options, faults)) {
+  for (const auto& configured : ldap::Settings::readAll(options, faults)) {
+    if (const auto* unusable = std::get_if<ldap::Settings::Unusable>(&configured)) {
+      fuzz::require(!unusable->place.empty() && !unusable->fault.empty());
+      continue;
+    }
+    const auto& directory = std::get<ldap::Settings>(configured);
     fuzz::require(!directory.name.empty() && !directory.servers.empty());
     fuzz::require(directory.pageSize.value_or(1) > 0 && directory.timeLimit.count() > 0);
   }

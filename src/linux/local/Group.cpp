@@ -279,10 +279,14 @@ bool Group::hasMemberNamed(std::string_view name) {
   return isNamed;
 }
 
+bool Group::hasMemberWithGroupID(std::uint32_t groupID) const {
+  return std::ranges::find(mGroupIDs, groupID) != mGroupIDs.end();
+}
+
 bool Group::hasMemberWithGroupID(const Strings& groupIDs) const {
   return std::ranges::any_of(groupIDs, [this](const std::string& text) {
     const auto groupID = accountID(text);
-    return groupID && std::ranges::find(mGroupIDs, *groupID) != mGroupIDs.end();
+    return groupID && hasMemberWithGroupID(*groupID);
   });
 }
 

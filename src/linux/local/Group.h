@@ -65,9 +65,11 @@ class Group final : public DirectoryRecord {
   Strings memberNames();
   Strings memberGUIDs();
   bool hasMemberNamed(std::string_view name);
+  bool hasMemberWithGroupID(std::uint32_t groupID) const;
   bool hasMemberWithGroupID(const Strings& groupIDs) const;
-  bool hasMemberFromElsewhere(const Strings& names, const Strings& groupIDs);
   void keepLines(std::vector<std::string> memberLines);
+
+  bool hasMemberFromElsewhere(const Strings& names, const Strings& groupIDs);
 
   static void collectMembers(Context& context, std::span<Group* const> groups);
   static void collectFromElsewhere(Host& host, std::span<Group* const> groups,
