@@ -78,7 +78,8 @@ class DirectoryReader {
   }
 
   static std::string placeOf(const toml::node& node) {
-    return std::string(DirectoryFile::kPath) + ":" + std::to_string(node.source().begin.line);
+    std::string place(DirectoryFile::kPath);
+    return place.append(":").append(std::to_string(node.source().begin.line));
   }
 
  private:
