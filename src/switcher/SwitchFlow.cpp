@@ -49,15 +49,21 @@ class KeptDecision {
     mRecord.userID = static_cast<std::uint32_t>(userID);
   }
 
-  void keep(const CachedUser* user, const LoginDecision* decision) {
+  void keep(const CachedUser& user, const LoginDecision& decision) {
     if (mLog == nullptr) return;
     using enum DecisionRecord::Answer;
-    mRecord.answer = decision == nullptr ? NotFound : decision->allowed() ? Admitted : Refused;
-    if (user != nullptr) mRecord.userName = user->shortName().value_or("");
-    if (decision != nullptr) {
-      mRecord.rule = description(decision->rule);
-      if (decision->source) mRecord.source = description(*decision->source);
-    }
+    mRecord.answer = decision.allowed() ? Admitted : Refused;
+    mRecord.userName = user.shortName().value_or("");
+    mRecord.rule = description(decision.rule);
+    if (decision.source) mRecord.source = description(*decision.source);
+    mLog->keep(mRecord);
+  }
+
+  void keepUnknown() {
+    if (mLog == nullptr) return;
+    const auto why = whyUserIsUnknown(static_cast<std::int32_t>(mRecord.userID));
+    mRecord.answer = why ? DecisionRecord::Answer::Undecidable : DecisionRecord::Answer::NotFound;
+    mRecord.reason = why.value_or("");
     mLog->keep(mRecord);
   }
 
@@ -81,11 +87,11 @@ std::shared_ptr<CachedUser> admittedUser(std::uint32_t caller, std::int32_t user
   try {
     user = cachedUserForUID(userID);
     if (!user) {
-      kept.keep(nullptr, nullptr);
+      kept.keepUnknown();
       return nullptr;
     }
     const auto decision = UserAccess::sharedUserAccess()->decideLogin(*user);
-    kept.keep(user.get(), &decision);
+    kept.keep(*user, decision);
     return decision.allowed() ? user : nullptr;
   } catch (const PlatformException& failure) {
     kept.keepUndecidable(user.get(), failure.what());

@@ -44,6 +44,17 @@ std::shared_ptr<CachedUser> cachedUserForUID(std::int32_t userID) {
   });
 }
 
+std::optional<std::string> whyUserIsUnknown(std::int32_t userID) {
+  try {
+    queryResults(searchNode(), equalTo({record::Users}, attribute::UniqueID,
+                                       {std::to_string(static_cast<std::uint32_t>(userID))},
+                                       CachedUser::desiredAttributes()));
+    return std::nullopt;
+  } catch (const PlatformException& failure) {
+    return failure.what();
+  }
+}
+
 std::shared_ptr<CachedUser> cachedUserForGUID(const std::string& guid) {
   return loggingFailure("Unable to find the user on the search node.", kNobody, [&] {
     const auto records = queryResults(

@@ -92,7 +92,8 @@ TEST_P(WrongUserID, IsRefusedByNameWithStatus2) {
 
 INSTANTIATE_TEST_SUITE_P(Texts, WrongUserID,
                          testing::Values("bob", "", "1001x", " 1001", "+1001", "-1", "0x3e9",
-                                         "1001.0", "4294967295", "4294967296", "99999999999999999999"));
+                                         "1001.0", "4294967295", "4294967296",
+                                         "99999999999999999999"));
 
 TEST(CommandLine, TakesUserIDsUpToTheLargest) {
   EXPECT_EQ(runIn(household(), {"user", "4294967294"}).status, ExitStatus::No);

@@ -21,7 +21,7 @@ class GATEHALL_EXPORT Log {
 };
 
 /// What was decided about somebody who was to be switched to.
-struct DecisionRecord {
+struct GATEHALL_EXPORT DecisionRecord {
   enum class Answer {
     Admitted,
     Refused,

@@ -19,6 +19,10 @@ inline constexpr std::int32_t kNoUserID = -1;
 /// for -2). A failure of the directory is logged.
 GATEHALL_EXPORT std::shared_ptr<CachedUser> cachedUserForUID(std::int32_t userID);
 
+/// Why the id may be somebody's whom the directory can't find now, where cachedUserForUID answered
+/// nullptr: that keeps it to the log. Asks the directory again; absent when it answers.
+GATEHALL_EXPORT std::optional<std::string> whyUserIsUnknown(std::int32_t userID);
+
 /// The users of those records that have that id (kNoUserID: any) and may be used here, sorted by
 /// long name. Never nullptr. May raise PlatformException.
 GATEHALL_EXPORT std::shared_ptr<CachedUserList> cachedUserListForRecords(

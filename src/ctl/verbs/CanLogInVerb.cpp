@@ -10,9 +10,6 @@
 #include "gatehall/access/LoginDecision.h"
 #include "gatehall/access/UserAccess.h"
 #include "gatehall/base/PlatformException.h"
-#include "gatehall/directory/NodeConvenience.h"
-#include "gatehall/directory/Queries.h"
-#include "gatehall/platform/AttributeKinds.h"
 #include "gatehall/users/UserLookup.h"
 
 namespace gatehall::ctl {
@@ -32,23 +29,11 @@ struct Finding {
   bool isAllowed() const { return decision && decision->allowed(); }
 };
 
-/// Why a user id may be somebody's whom this machine can't find now; absent when it is nobody's. A
-/// lookup keeps that to itself.
-std::optional<std::string> whyNotFound(std::uint32_t userID) {
-  try {
-    queryResults(searchNode(), equalTo({record::Users}, attribute::UniqueID,
-                                       {std::to_string(userID)}, Strings()));
-    return std::nullopt;
-  } catch (const PlatformException& failure) {
-    return failure.what();
-  }
-}
-
 Finding decide(const Host& host, std::int32_t userID) {
   Finding finding{.userID = static_cast<std::uint32_t>(userID)};
   finding.user = cachedUserForUID(userID);
   if (!finding.user) {
-    if (host.machine() != nullptr) finding.undecidable = whyNotFound(finding.userID);
+    if (host.machine() != nullptr) finding.undecidable = whyUserIsUnknown(userID);
     return finding;
   }
   try {
