@@ -1,7 +1,9 @@
 #include "linux/accounts/MachineGUIDs.h"
 
+#include <cerrno>
 #include <cstring>
 
+#include "gatehall/base/PlatformException.h"
 #include "linux/files/FileDescriptor.h"
 
 namespace gatehall {
@@ -17,6 +19,11 @@ UUIDBytes MachineGUIDs::machineID() {
   return mMachineID;
 }
 
+void MachineGUIDs::requireMachineID() {
+  machineID();
+  if (!mFault.empty()) throw PlatformException(mFault);
+}
+
 UUIDBytes MachineGUIDs::readMachineID() {
   constexpr std::string_view kPath = "/etc/machine-id";
   constexpr std::string_view kConsequence =
@@ -28,11 +35,14 @@ UUIDBytes MachineGUIDs::readMachineID() {
   std::optional<std::string> text;
   if (error == 0) text = readWhole(file, 4096, error);
   if (!text) {
-    mFaults.report(kPath, std::string(strerrordesc_np(error)) + std::string(kConsequence));
+    const std::string why(strerrordesc_np(error));
+    if (error != ENOENT) mFault = std::string(kPath).append(": ").append(why);
+    mFaults.report(kPath, why + std::string(kConsequence));
     return {};
   }
   const auto id = parseHexadecimal(std::string_view(*text).substr(0, text->find('\n')));
   if (!id) {
+    mFault = std::string(kPath).append(":1: not 32 hexadecimal digits");
     mFaults.report(kPath, 1, "not 32 hexadecimal digits" + std::string(kConsequence));
     return {};
   }

@@ -35,6 +35,10 @@ class MachineGUIDs {
   UUIDBytes ofUser(std::uint32_t userID);
   UUIDBytes ofGroup(std::uint32_t groupID);
 
+  /// Raises PlatformException when the machine has an id that can't be read: whose a GUID is can't
+  /// be told then, and nobody's is not the answer.
+  void requireMachineID();
+
   /// Of a group that has no group id.
   UUIDBytes ofGroupNamed(std::string_view name);
 
@@ -56,6 +60,7 @@ class MachineGUIDs {
   FaultLog& mFaults;
   std::once_flag mMachineIDIsRead;
   UUIDBytes mMachineID{};
+  std::string mFault;  ///< why it can't be read
   std::mutex mMutex;
   std::vector<Remembered> mRemembered;
 };

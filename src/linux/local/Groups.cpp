@@ -22,7 +22,9 @@ namespace {
 class GroupSelection : public Selection {
  public:
   GroupSelection(Context& context, const QueryDescription& description)
-      : Selection(description, kIDFields), mMachineGUIDs(context.host().guids) {}
+      : Selection(description, kIDFields), mMachineGUIDs(context.host().guids) {
+    if (!mGUIDs.empty()) mMachineGUIDs.requireMachineID();
+  }
 
   using Selection::isImpossible;
   using Selection::takes;

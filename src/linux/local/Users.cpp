@@ -23,6 +23,7 @@ class UserSelection : public Selection {
       : Selection(description, kIDFields),
         mRecords(context.userRecords()),
         mMachineGUIDs(context.host().guids) {
+    if (!mGUIDs.empty()) mMachineGUIDs.requireMachineID();
     for (const auto& guid : mGUIDs) {
       if (const auto id = mMachineGUIDs.rememberedUserID(guid)) {
         mIDs.insert(*id);
@@ -162,11 +163,11 @@ std::vector<std::shared_ptr<User>> findUsers(const std::shared_ptr<Context>& con
       return true;
     }
     if (!found.isNew(entry->name)) return true;
-    if (allowPartial && records.faultOf(entry->name) != nullptr &&
-        !context->isAdministrator(entry->name, entry->groupID)) {
-      return true;
+    auto record = records.isEmpty() ? nullptr : context->userRecordFor(*entry, fault);
+    if (!fault.empty() && !context->isAdministrator(entry->name, entry->groupID)) {
+      if (allowPartial) return true;
+      throw PlatformException(fault);
     }
-    auto record = records.isEmpty() ? nullptr : context->userRecordFor(*entry);
     auto user = std::make_shared<User>(context, line, *entry, std::move(record));
     if (records.isEmpty() || selection.isByValue() || selection.takes(*user)) {
       found.add(std::move(user));

@@ -169,6 +169,21 @@ TEST_F(LocalUsers, HaveAGUIDWithoutAMachineIDAndTheLogSaysSo) {
                           "are not this machine's own"));
 }
 
+TEST_F(LocalUsers, CanNotBeToldByAGUIDWhileTheMachinesIDCanNotBeRead) {
+  const auto anns = values(machine.user("ann"), "GUID");
+  Machine other;
+  other.write("/etc/passwd", kPasswd);
+  other.write("/etc/group", "staff:x:50:\n");
+  other.write("/etc/machine-id", "0123456789abcdef\n");
+  for (const auto type : {record::Users, record::Groups}) {
+    EXPECT_THAT(
+        [&] { other.find(type, "GUID", MatchType::EqualTo, anns); },
+        testing::ThrowsMessage<PlatformException>("/etc/machine-id:1: not 32 hexadecimal digits"));
+  }
+  EXPECT_THAT(values(other.user("ann"), "GUID"), testing::Not(IsEmpty()))
+      << "who is still an administrator";
+}
+
 TEST_F(LocalUsers, GiveAllTheirValuesOrThoseListed) {
   const auto all = machine.user("ann")->recordDetails({});
   ASSERT_TRUE(all);
