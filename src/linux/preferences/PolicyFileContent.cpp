@@ -60,11 +60,18 @@ std::string faultOfEntry(const Value& entry, bool isOfGUIDs) {
   return "\"" + printable(*text) + "\" is neither * nor a GUID, which gatehallctl user shows";
 }
 
+/// As strictBoolean, but for a number only 0 and 1: another one may be meant either way.
+bool isBoolean(const Value& value) {
+  const bool isOther = value.isNumber() && value != Value(false) && value != Value(true) &&
+                       value != Value(0) && value != Value(1);
+  return !isOther && strictBoolean(value).has_value();
+}
+
 /// What is wrong with a setting's value; empty when nothing is.
 std::string faultOfValue(std::string_view key, const Value& value) {
   const bool isOfGUIDs = std::ranges::find(kGUIDLists, key) != kGUIDLists.end();
   if (!isOfGUIDs && key != kNameList) {
-    return strictBoolean(value) ? std::string() : "it is no boolean";
+    return isBoolean(value) ? std::string() : "it is no boolean";
   }
   const auto* list = value.array();
   if (list == nullptr) return "it is no list";
