@@ -1,5 +1,6 @@
 #include "linux/files/FileDescriptor.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
@@ -27,6 +28,11 @@ std::optional<std::string> readWhole(const FileDescriptor& file, std::size_t lim
   constexpr std::size_t kStep = 16384;
   std::string content;
   error = 0;
+  // The text may be a secret, which growing would leave behind in pieces.
+  struct stat status {};
+  if (fstat(file.number(), &status) == 0 && status.st_size > 0) {
+    content.reserve(std::min(limit, static_cast<std::size_t>(status.st_size)) + 2 * kStep);
+  }
   for (;;) {
     const auto size = content.size();
     content.resize(size + kStep);

@@ -21,12 +21,13 @@ constexpr std::uint32_t kEmpty = 8;
 /// Of the empty password; any other number is the code of its refusal.
 constexpr std::uint32_t kAccepted = 1;
 
-/// What is wrong in a file, for an answer: the monitor has no log.
-class FirstFault final : public Log {
+/// What is wrong in the shadow file, for an answer: the monitor has no log. Other files' faults are
+/// the program's own to find.
+class ShadowFault final : public Log {
  public:
   void error(std::string_view text) override { diagnostic(text); }
   void diagnostic(std::string_view text) override {
-    if (mText.empty()) mText = text;
+    if (mText.empty() && text.starts_with(accountFiles::kShadow)) mText = text;
   }
 
   const std::string& text() const { return mText; }
@@ -49,7 +50,7 @@ std::uint32_t numberOf(const PasswordKind& kind) {
 std::uint32_t answerTo(const MonitorMessage& question) {
   const auto name = question.textValue();
   if (!name) throw PlatformException("the question has no end");
-  FirstFault fault;
+  ShadowFault fault;
   WallClock clock;
   const auto host = std::make_shared<Host>(HostOptions(), fault, clock);
   const auto user = userNamed(std::make_shared<Context>(host), *name);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
+#include <string.h>
 #include <string_view>
 
 namespace gatehall {
@@ -25,6 +26,12 @@ enum class MonitorAnswer : std::uint32_t {
 /// What goes between a program and its monitor: messages of one size, without a pointer and
 /// without a length that the other side would have to believe.
 struct MonitorMessage {
+  MonitorMessage() = default;
+  MonitorMessage(const MonitorMessage&) = default;
+  MonitorMessage& operator=(const MonitorMessage&) = default;
+  /// The text may be a password.
+  ~MonitorMessage() { explicit_bzero(text.data(), text.size()); }
+
   MonitorQuestion question{};
   MonitorAnswer answer{};
   std::uint32_t number = 0;  ///< of a question the user id; of an answer what the question asks for

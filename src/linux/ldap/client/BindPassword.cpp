@@ -78,7 +78,6 @@ std::unique_ptr<SecretText> readThroughMonitor(Monitor& monitor, const std::stri
     fail(file, printable(text.value_or("no reason"), 200));
   }
   auto password = std::make_unique<SecretText>(*text);
-  explicit_bzero(&answer, sizeof answer);
   if (password->view().empty()) fail(file, "its first line is empty");
   return password;
 }
