@@ -46,9 +46,12 @@ std::shared_ptr<CachedUser> cachedUserForUID(std::int32_t userID) {
 
 std::optional<std::string> whyUserIsUnknown(std::int32_t userID) {
   try {
-    queryResults(searchNode(), equalTo({record::Users}, attribute::UniqueID,
-                                       {std::to_string(static_cast<std::uint32_t>(userID))},
-                                       CachedUser::desiredAttributes()));
+    // The records are looked at, too: what one lacks may be what can't be read.
+    cachedUserListForRecords(
+        queryResults(searchNode(), equalTo({record::Users}, attribute::UniqueID,
+                                           {std::to_string(static_cast<std::uint32_t>(userID))},
+                                           CachedUser::desiredAttributes())),
+        userID);
     return std::nullopt;
   } catch (const PlatformException& failure) {
     return failure.what();

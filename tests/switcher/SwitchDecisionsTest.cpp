@@ -72,6 +72,17 @@ TEST_F(SwitchDecisions, AreKeptAsUndecidableWithTheReasonOfWhatIsRaised) {
   EXPECT_NE(kept[0].reason, "");
 }
 
+TEST_F(SwitchDecisions, AreKeptAsUndecidableAboutWhomAFailingDirectoryDoesNotFind) {
+  for (const auto* operation : {"queryResults", "recordDetails"}) {
+    mWorld->setFaults({{.operation = operation}});
+    const auto kept = decisionsOf({"-switchToUserID", "1001"});
+    EXPECT_FALSE(mHasRaised);
+    ASSERT_EQ(kept.size(), 1U);
+    EXPECT_EQ(kept[0].answer, Answer::Undecidable) << operation;
+    EXPECT_NE(kept[0].reason, "") << operation;
+  }
+}
+
 TEST_F(SwitchDecisions, AreNotMadeForWhoMayNotSwitchOrAsksForNobody) {
   EXPECT_TRUE(decisionsOf({"-suspend"}).empty());
   mWorld->process().setEffectiveUserID(1002);

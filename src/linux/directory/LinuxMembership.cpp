@@ -35,8 +35,11 @@ Found findAll(DirectoryService& directory, const QueryDescription& description) 
   try {
     return {find(directory, NodeType::Search, description), {}};
   } catch (const PlatformException& failure) {
-    find(directory, NodeType::Local, description);
-    return {find(directory, NodeType::Search, description, true), failure.what()};
+    const auto local = find(directory, NodeType::Local, description);
+    auto part = find(directory, NodeType::Search, description, true);
+    // The local node may have failed the second time.
+    if (part.size() < local.size()) throw;
+    return {std::move(part), failure.what()};
   }
 }
 
@@ -74,7 +77,10 @@ int LinuxMembership::userIDToIdentifier(std::uint32_t userID, Identifier& identi
                              0});
     for (const auto& user : users) {
       const auto guids = user->valuesForAttribute(attribute::GUID);
-      if (guids && !guids->empty()) return guidToIdentifier(guids->front(), identifier);
+      if (!guids || guids->empty()) continue;
+      const int status = guidToIdentifier(guids->front(), identifier);
+      // A GUID of zeros is none, and whoever has no identifier is asked for nothing.
+      if (status != 0 || identifier != Identifier{}) return status;
     }
   } catch (const PlatformException& failure) {
     return refuse("user id " + text, failure.what());

@@ -73,8 +73,8 @@ class Context {
   /// the line's.
   std::shared_ptr<const UserRecord> userRecordFor(const PasswdEntry& entry, std::string& fault);
 
-  /// The same; raises PlatformException when it can't be used, but for an administrator's: of them
-  /// the group file alone says who they are.
+  /// The same; raises PlatformException when it can't be used, but for that of an account
+  /// which the group file makes an administrator: no file must shut those out.
   std::shared_ptr<const UserRecord> userRecordFor(const PasswdEntry& entry);
 
   /// Raises PlatformException when a record that can't be read, but for those of the given names,

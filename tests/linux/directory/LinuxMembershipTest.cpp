@@ -164,6 +164,14 @@ TEST_F(LinuxMembershipTest, TakeADirectoryThatIsIgnoredWhenAwayForAbsent) {
   EXPECT_EQ(ask(*example->machine.user("dana")), Refused) << "nobody has that GUID";
 }
 
+TEST_F(LinuxMembershipTest, GiveNobodyTheIdentifierOfZeros) {
+  machine.write("/etc/userdb/zoe.user",
+                R"({"userName": "zoe", "uid": 1500, "uuid": "00000000000000000000000000000000"})");
+  Identifier identifier{};
+  EXPECT_EQ(membership.userIDToIdentifier(1500, identifier), 0);
+  EXPECT_NE(identifier, Identifier{});
+}
+
 TEST_F(LinuxMembershipTest, TellTheIdentifierOfAUserIDOnlyWhenWhoHasItIsCertain) {
   Identifier identifier{};
   example->away = kAway;
