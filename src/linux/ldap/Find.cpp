@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "gatehall/platform/AttributeKinds.h"
+#include "linux/files/FaultLog.h"
 #include "linux/ldap/client/DistinguishedName.h"
 #include "linux/ldap/client/SearchFilter.h"
 #include "linux/records/AccountID.h"
@@ -150,12 +151,17 @@ Entries findByPattern(Directory& directory, Type type, Slot slot,
 using Names = std::unordered_map<std::string_view, std::string_view>;
 
 /// A search for each name, which finds no more than one for all of them below the bases would.
+/// Raises where a server may take a name for one below a base that isn't by its spelling.
 Entries searchOneByOne(Directory& directory, const Names& names) {
   std::vector<Search> searches;
   for (const auto& below : directory.searchesFor(kTypes, {}, false)) {
     const auto base = distinguishedName::canonical(below.base);
     for (const auto& [canonical, name] : names) {
-      if (!base || !distinguishedName::isWithin(canonical, *base)) continue;
+      if (!base || !distinguishedName::isWithin(canonical, *base)) {
+        if (base && !distinguishedName::mayBeWithin(canonical, *base)) continue;
+        throw PlatformException(directory.nodeName() + ": whether " + printable(name) +
+                                " is below " + printable(below.base) + " can't be told");
+      }
       searches.push_back(below);
       searches.back().base = name;
       searches.back().scope = Search::Scope::Base;
@@ -164,18 +170,31 @@ Entries searchOneByOne(Directory& directory, const Names& names) {
   return directory.search(std::move(searches));
 }
 
-/// Finds the entries of names that nothing is known of, by one comparison with many names at once
-/// where the servers make it.
-Entries searchNames(Directory& directory, const Names& names) {
-  if (!directory.comparesNames().value_or(true)) return searchOneByOne(directory, names);
+/// One comparison with many names at once.
+Entries searchTogether(Directory& directory, const Names& names) {
   std::vector<std::string> terms;
   terms.reserve(names.size());
   for (const auto& [canonical, name] : names) {
     terms.push_back(searchFilter::equals(directory.nameAttribute(), name));
   }
-  auto found = directory.search(directory.searchesForAny(kTypes, terms, false));
+  return directory.search(directory.searchesForAny(kTypes, terms, false));
+}
+
+/// Finds the entries of names that nothing is known of, by one comparison where the servers make
+/// it.
+Entries searchNames(Directory& directory, const Names& names) {
+  if (!directory.comparesNames().value_or(true)) return searchOneByOne(directory, names);
+  auto found = searchTogether(directory, names);
   if (!found.empty() || directory.comparesNames() || directory.tryComparingNames()) return found;
   return searchOneByOne(directory, names);
+}
+
+/// Whether the names that are missing beside entries that were found are nobody's: two of the names
+/// may be one and the same to the servers, which have sent its entry once.
+bool areNobodys(Directory& directory, const Names& missing) {
+  if (missing.empty()) return true;
+  const bool isTogether = directory.comparesNames().value_or(true);
+  return (isTogether ? searchTogether : searchOneByOne)(directory, missing).empty();
 }
 
 }  // namespace
@@ -274,40 +293,41 @@ Entries findByNames(Directory& directory, const Strings& names) {
   for (const auto& name : names)
     canonicals.push_back(distinguishedName::canonical(name).value_or(""));
   // By the canonical names, which stay where they are.
-  std::unordered_map<std::string_view, std::shared_ptr<const Entry>> known;
-  known.reserve(names.size());
+  std::unordered_set<std::string_view> seen;
+  seen.reserve(names.size());
+  Entries found;
+  found.reserve(names.size());
   Names missing;
   for (std::size_t index = 0; index < names.size(); ++index) {
     const std::string_view canonical = canonicals[index];
-    if (canonical.empty()) continue;
-    const auto [entry, isNew] = known.try_emplace(canonical);
-    if (!isNew) continue;
+    if (canonical.empty() || !seen.insert(canonical).second) continue;
     if (auto kept = cache.findName(canonical)) {
-      entry->second = std::move(*kept);
+      if (*kept) found.push_back(std::move(*kept));
     } else {
       missing.emplace(canonical, names[index]);
     }
   }
-  if (!missing.empty()) {
-    for (const auto& entry : searchNames(directory, missing)) {
-      const auto canonical = distinguishedName::canonical(entry->dn);
-      if (!canonical || missing.erase(*canonical) == 0) continue;
+  if (missing.empty()) return found;
+  const auto fetched = searchNames(directory, missing);
+  // Servers compare names more loosely than their spelling: what one finds has one of them.
+  bool areAllPlaced = true;
+  for (const auto& entry : fetched) {
+    const auto canonical = distinguishedName::canonical(entry->dn);
+    if (canonical && missing.erase(*canonical) != 0) {
       cache.keepName(*canonical, entry);
-      cache.keepEntry(entry);
-      // Login names are looked up next, those of a group's members for one.
-      const auto slot = Slot::Name;
-      for (const auto& name : entry->of(slot)) {
-        cache.keepIfUnknown(entry->type, slot, name.text, entry);
-      }
-      known.find(*canonical)->second = entry;
+    } else {
+      areAllPlaced = false;
     }
-    for (const auto& [canonical, name] : missing) cache.keepName(canonical, nullptr);
+    cache.keepEntry(entry);
+    // Login names are looked up next, those of a group's members for one.
+    const auto slot = Slot::Name;
+    for (const auto& name : entry->of(slot)) {
+      cache.keepIfUnknown(entry->type, slot, name.text, entry);
+    }
+    found.push_back(entry);
   }
-  Entries found;
-  found.reserve(canonicals.size());
-  for (const auto& canonical : canonicals) {
-    const auto entry = known.find(canonical);
-    found.push_back(entry == known.end() ? nullptr : entry->second);
+  if (areAllPlaced && (fetched.empty() || areNobodys(directory, missing))) {
+    for (const auto& [canonical, name] : missing) cache.keepName(canonical, nullptr);
   }
   return found;
 }

@@ -77,7 +77,7 @@ Entries nestedByName(Directory& directory, const Entry& group) {
   }
   if (!dns.empty()) {
     for (auto& each : findByNames(directory, dns)) {
-      if (each && each->type == Type::Group) nested.push_back(std::move(each));
+      if (each->type == Type::Group) nested.push_back(std::move(each));
     }
   }
   return nested;
@@ -211,7 +211,6 @@ Members membersOf(Directory& directory, const Entry& group) {
     members.users.push_back(std::move(user));
   };
   for (auto& entry : findByNames(directory, memberDNs(directory, group))) {
-    if (!entry) continue;
     if (entry->type == Type::Group) {
       members.groups.push_back(std::move(entry));
     } else {

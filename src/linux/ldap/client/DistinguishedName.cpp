@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <span>
 #include <vector>
 
 #include "base/Ascii.h"
@@ -154,6 +155,37 @@ class Reader {
   std::string_view mRest;
 };
 
+/// The values of a name in its canonical spelling, the outermost first, without spaces and escapes;
+/// empty for one that nothing can be said of: it isn't ASCII, or several stand in one place.
+std::vector<std::string> looseValues(std::string_view name) {
+  std::vector<std::string> values;
+  std::string value;
+  bool isClear = true;
+  bool isInType = true;
+  const auto keep = [&] {
+    values.push_back(isClear ? value : "");
+    value.clear();
+    isClear = isInType = true;
+  };
+  for (std::size_t index = 0; index < name.size(); ++index) {
+    char c = name[index];
+    if (isInType) {
+      isInType = c != '=';
+      continue;
+    }
+    if (c == ',') {
+      keep();
+      continue;
+    }
+    if (c == '+' || static_cast<unsigned char>(c) >= 0x7F) isClear = false;
+    if (c == '\\' && index + 1 < name.size()) c = name[++index];
+    if (c != ' ') value += c;
+  }
+  keep();
+  std::ranges::reverse(values);
+  return values;
+}
+
 }  // namespace
 
 std::optional<std::string> canonical(std::string_view name) {
@@ -169,6 +201,16 @@ bool isWithin(std::string_view name, std::string_view base) {
   above.remove_suffix(1);
   const auto backslashes = above.size() - (above.find_last_not_of('\\') + 1);
   return backslashes % 2 == 0;  // else the comma is one of a value
+}
+
+bool mayBeWithin(std::string_view name, std::string_view base) {
+  const auto values = looseValues(name);
+  const auto ofBase = looseValues(base);
+  const auto mayBeSame = [](const std::string& left, const std::string& right) {
+    return left.empty() || right.empty() || left == right;
+  };
+  return values.size() >= ofBase.size() &&
+         std::ranges::equal(ofBase, std::span(values).first(ofBase.size()), mayBeSame);
 }
 
 }  // namespace gatehall::ldap::distinguishedName

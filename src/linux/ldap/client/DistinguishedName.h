@@ -15,4 +15,8 @@ std::optional<std::string> canonical(std::string_view name);
 /// Whether the name is the base or one below it, both in their canonical spelling.
 bool isWithin(std::string_view name, std::string_view base);
 
+/// The same by any comparison that a server may make: types can have several names, and values that
+/// differ in spaces or in the case of other letters than ASCII's can be equal.
+bool mayBeWithin(std::string_view name, std::string_view base);
+
 }  // namespace gatehall::ldap::distinguishedName

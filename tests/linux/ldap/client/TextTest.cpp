@@ -91,6 +91,18 @@ TEST(LdapName, IsWithinItselfAndWhatItEndsWith) {
   EXPECT_FALSE(ldap::distinguishedName::isWithin("dc=x", "uid=a,dc=x"));
 }
 
+TEST(LdapName, MayBeWithinABaseThatIsSpelledOtherwise) {
+  const auto mayBeWithin = ldap::distinguishedName::mayBeWithin;
+  EXPECT_TRUE(mayBeWithin("uid=a,ou=big  shop,dc=x", "ou=big shop,dc=x"));
+  EXPECT_TRUE(mayBeWithin("uid=a,organizationalunitname=shop,dc=x", "ou=shop,dc=x"));
+  EXPECT_TRUE(mayBeWithin("uid=a,ou=Ä,dc=x", "ou=ä,dc=x"));
+  EXPECT_TRUE(mayBeWithin("uid=a,l=b+ou=a,dc=x", "ou=a+l=b,dc=x"));
+  EXPECT_FALSE(mayBeWithin("uid=a,ou=shops,dc=x", "ou=shop,dc=x"));
+  EXPECT_FALSE(mayBeWithin("uid=ä,dc=x", "ou=shop,dc=x"));
+  EXPECT_FALSE(mayBeWithin("uid=a\\,ou=shop,dc=x", "ou=shop,dc=x"));
+  EXPECT_FALSE(mayBeWithin("dc=x", "ou=ä,dc=x"));
+}
+
 TEST(LdapName, IsNotEverything) {
   for (const auto* text : {"ann", "=x", "a b=c", "cn=a,", "cn=a,,dc=x", "cn=\"a", "cn=\"a\"b",
                            "cn=a\\", "cn=a\\x", "cn=a\"b", "+", "cn=a+"}) {
