@@ -290,8 +290,14 @@ Entries findByNames(Directory& directory, const Strings& names) {
   auto& cache = directory.cache();
   Strings canonicals;
   canonicals.reserve(names.size());
-  for (const auto& name : names)
-    canonicals.push_back(distinguishedName::canonical(name).value_or(""));
+  for (const auto& name : names) {
+    auto canonical = distinguishedName::canonical(name);
+    if (!canonical) {
+      throw PlatformException(directory.nodeName() + ": the member " + printable(name) +
+                              " is no distinguished name");
+    }
+    canonicals.push_back(std::move(*canonical));
+  }
   // By the canonical names, which stay where they are.
   std::unordered_set<std::string_view> seen;
   seen.reserve(names.size());
@@ -300,6 +306,7 @@ Entries findByNames(Directory& directory, const Strings& names) {
   Names missing;
   for (std::size_t index = 0; index < names.size(); ++index) {
     const std::string_view canonical = canonicals[index];
+    // A group that has to list someone lists the empty name, which is nobody's.
     if (canonical.empty() || !seen.insert(canonical).second) continue;
     if (auto kept = cache.findName(canonical)) {
       if (*kept) found.push_back(std::move(*kept));

@@ -27,7 +27,7 @@ struct Candidates {
 Candidates findCandidates(Directory& directory, const QueryDescription& description);
 
 /// The entries that the servers find by the DNs, in no order; none for a DN of neither a user nor a
-/// group. Raises as Directory::search, and where it can't be told whose a DN is.
+/// group. Raises as Directory::search, for what is no DN, and where it can't be told whose a DN is.
 Entries findByNames(Directory& directory, const Strings& names);
 
 }  // namespace gatehall::ldap

@@ -98,6 +98,33 @@ TEST(LdapMemberNames, AreTheServersToCompare) {
   expectMembers(together);
 }
 
+TEST(LdapMemberNames, ThatAreNoneFailTheQuestion) {
+  std::string member;
+  ScriptedServer server([&](Peer& peer) {
+    peer.serve([&](const Request& request) {
+      const bool isByName = request.content.find("entryDN") != std::string::npos;
+      const auto all = ber::entry("cn=all,dc=example,dc=org",
+                                  {{"objectClass", {"posixGroup"}},
+                                   {"cn", {"all"}},
+                                   {"entryUUID", {"5f000000-0000-4000-8000-0000000000a1"}},
+                                   {"member", {"uid=dana,dc=example,dc=org", member}}});
+      return peer.write(found(request, {isByName ? danasEntry() : all}));
+    });
+  });
+  const auto ask = [&](const std::string& text) {
+    member = text;
+    LdapMachine machine;
+    machine.configure(LdapMachine::table("test", LdapMachine::quoted(server.uri())));
+    return values(machine.networkGroup("all"), "GroupMembership");
+  };
+  EXPECT_THAT(ask(""), ElementsAre("dana")) << "whoever has to list someone lists it";
+  for (const auto* text : {"dana", "uid=erin,", "uid=er\\in,dc=example,dc=org"}) {
+    EXPECT_THAT([&] { ask(text); },
+                testing::ThrowsMessage<PlatformException>(
+                    "ldap/test: the member " + std::string(text) + " is no distinguished name"));
+  }
+}
+
 TEST(LdapMemberNames, ThatMayBeBelowABaseFailTheQuestionWhereAServerDoesNotCompareThem) {
   std::string member;
   std::atomic<bool> hasLeftBases = false;
