@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <unordered_set>
 #include <utility>
 
@@ -269,14 +270,15 @@ void Directory::judge(const Search& search, const Result& result, bool hasEntrie
   if (result.isSuccess()) return;
   // The base of a subtree has to be there; a single entry may be gone.
   if (result.code == kNoSuchObject && search.scope == Search::Scope::Base) return;
-  if (result.code == kReferral && settings().followsReferrals) return;
+  const bool isElsewhere = result.code == kReferral && !result.referrals.empty();
+  if (isElsewhere && settings().followsReferrals) return;
   const auto text = "searching " + search.base + ": " + result.text;
   if (hasEntries) throw PlatformException(whyAway(text));
   throw DirectoryUnreachable(text);
 }
 
 void Directory::ask(Connection& connection, std::span<const Search> searches, const Limits& limits,
-                    Collector& collector, Strings& referrals) {
+                    Collector& collector, Referrals& referrals) {
   const auto results = connection.search(searches, limits, collector.sink());
   std::vector<Search> again;
   for (std::size_t index = 0; index < results.size(); ++index) {
@@ -291,7 +293,8 @@ void Directory::ask(Connection& connection, std::span<const Search> searches, co
       if (result.referrals.size() > Result::kMostReferrals) {
         throw PlatformException(whyAway("more referrals than can be"));
       }
-      referrals.insert(referrals.end(), result.referrals.begin(), result.referrals.end());
+      std::ranges::copy(result.referrals, std::back_inserter(referrals.open));
+      if (result.code == kReferral) referrals.instead.push_back(result.referrals);
     }
   }
   if (again.empty()) return;
@@ -302,13 +305,13 @@ void Directory::ask(Connection& connection, std::span<const Search> searches, co
 Entries Directory::search(std::vector<Search> searches, Unreadable entry) {
   if (searches.empty()) return {};
   Collector collector(*this, *mLocalAccounts, *mFaults, searches.size() > 1, entry);
-  Strings referrals;
+  Referrals referrals;
   const auto limits = mServers.limits();
   bool hasBrokenOff = false;  // in the middle, whatever came of trying again
   try {
     run([&](Connection& connection) {
       collector.clear();
-      referrals.clear();
+      referrals = {};
       try {
         ask(connection, searches, limits, collector, referrals);
       } catch (const ConnectionLost& lost) {
@@ -323,17 +326,21 @@ Entries Directory::search(std::vector<Search> searches, Unreadable entry) {
     if (hasBrokenOff) throw PlatformException(failure.what());
     throw;
   }
-  if (!referrals.empty()) follow(std::move(referrals), searches, limits, collector);
+  if (!referrals.open.empty()) follow(std::move(referrals), searches, limits, collector);
   return collector.take();
 }
 
-void Directory::follow(Strings open, const std::vector<Search>& searches, const Limits& limits,
-                       Collector& collector) {
+void Directory::follow(Referrals referrals, const std::vector<Search>& searches,
+                       const Limits& limits, Collector& collector) {
   collector.startRepeating();
   std::unordered_set<std::string> asked;
-  for (int hop = 0; hop < kMostHops && !open.empty(); ++hop) {
-    Strings further;
-    for (const auto& text : open) {
+  std::unordered_set<std::string> answered;
+  const auto isOneOf = [](const auto& places) {
+    return [&places](const std::string& text) { return places.contains(text); };
+  };
+  for (int hop = 0; hop < kMostHops && !referrals.open.empty(); ++hop) {
+    Referrals further;
+    for (const auto& text : referrals.open) {
       if (!asked.insert(text).second) continue;
       const auto referral = Referral::parse(text);
       if (!referral) {
@@ -351,16 +358,24 @@ void Directory::follow(Strings open, const std::vector<Search>& searches, const 
       }
       try {
         const auto connection = mServers.connectTo(referral->server, limits.total);
+        const auto before = further.instead.size();
         ask(*connection, there, limits, collector, further);
+        if (further.instead.size() == before) answered.insert(text);
       } catch (const DirectoryUnreachable& failure) {
         throw PlatformException(whyAway(failure.what()));  // a part of the answer is missing
       } catch (const ConnectionLost& lost) {
         throw PlatformException(whyAway(lost.what()));
       }
     }
-    open = std::move(further);
+    for (const auto& places : further.instead) {
+      if (std::ranges::all_of(places, isOneOf(asked)) &&
+          std::ranges::none_of(places, isOneOf(answered))) {
+        throw PlatformException(whyAway("referrals lead in a circle"));
+      }
+    }
+    referrals = std::move(further);
   }
-  if (std::ranges::any_of(open, [&](const std::string& text) { return !asked.contains(text); })) {
+  if (!std::ranges::all_of(referrals.open, isOneOf(asked))) {
     throw PlatformException(whyAway("referrals lead too far"));
   }
 }

@@ -129,14 +129,21 @@ class Directory {
     double time = 0;
   };
 
+  /// Where servers say that an answer is, or a part of it.
+  struct Referrals {
+    Strings open;
+    /// The places of each search that a server leaves to others whole: one that answers will do.
+    std::vector<Strings> instead;
+  };
+
   std::string whyAway(std::string_view fault) const;
   void refuseIfUnreachable();
   void remember(std::string_view fault);
   std::optional<Attempt> remembered();
   void judge(const Search& search, const Result& result, bool hasEntries);
   void ask(Connection& connection, std::span<const Search> searches, const Limits& limits,
-           Collector& collector, Strings& referrals);
-  void follow(Strings open, const std::vector<Search>& searches, const Limits& limits,
+           Collector& collector, Referrals& referrals);
+  void follow(Referrals referrals, const std::vector<Search>& searches, const Limits& limits,
               Collector& collector);
 
   const std::string mNodeName;

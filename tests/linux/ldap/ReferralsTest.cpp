@@ -138,7 +138,19 @@ TEST_F(LdapReferrals, TakeTheAccountsPasswordToServersOfTheSettingsAlone) {
   EXPECT_EQ(binds, 1);
 }
 
-TEST_F(LdapReferrals, ToAPlaceThatWasAskedEndThere) {
+TEST_F(LdapReferrals, ForTheRestOfAnAnswerToAPlaceThatWasAskedEndThere) {
+  serve([&](Peer& peer) {
+    peer.serve([&](const Request& request) {
+      const auto back = ber::tagged(0x73, ber::octets(mServer->uri() + "/dc=x"));
+      return peer.write(ber::message(request.id, back) + found(request, {erinsEntry()}));
+    });
+  });
+  refer({mServer->uri() + "/dc=x"});
+  EXPECT_THAT(machine.anywhere({"dana", "erin"}), ElementsAre("dana", "erin"));
+  EXPECT_THAT(machine.log.lines(), testing::IsEmpty());
+}
+
+TEST_F(LdapReferrals, ThatNobodyAnswersFailTheQuestion) {
   serve([&](Peer& peer) {
     peer.serve([&](const Request& request) {
       const auto back = ber::tagged(0xA3, ber::octets(mFirst->uri()));
@@ -148,8 +160,35 @@ TEST_F(LdapReferrals, ToAPlaceThatWasAskedEndThere) {
     });
   });
   refer({mServer->uri() + "/dc=x"});
+  EXPECT_THAT(
+      [&] {
+        machine.anywhere({"dana", "erin"});
+      },
+      testing::ThrowsMessage<PlatformException>(
+          "ldap/test: can't be asked: referrals lead in a circle"));
+  answer({}, kReferral);
+  LdapMachine nowhere;
+  nowhere.configure(LdapMachine::table("test", LdapMachine::quoted(mServer->uri()),
+                                       "tls = \"off\"\nfollow-referrals = true\n"));
+  nowhere.expectOnlyLocalAccounts();
+}
+
+TEST_F(LdapReferrals, NeedOneAnswerOfThePlacesThatTheyName) {
+  // A copy of the directory that leaves the question to the first one, which has answered.
+  std::string original;
+  serve([&](Peer& peer) {
+    peer.serve([&](const Request& request) {
+      if (request.content.find("dc=copy") == std::string::npos) {
+        return peer.write(found(request, {erinsEntry()}));
+      }
+      const auto back = ber::tagged(0xA3, ber::octets(original));
+      return peer.write(
+          ber::message(request.id, ber::result(ber::kSearchDone, kReferral, "", back)));
+    });
+  });
+  original = mServer->uri() + "/dc=x";
+  refer({original, mServer->uri() + "/dc=copy"});
   EXPECT_THAT(machine.anywhere({"dana", "erin"}), ElementsAre("dana", "erin"));
-  EXPECT_THAT(machine.log.lines(), testing::IsEmpty());
 }
 
 TEST_F(LdapReferrals, HaveTheTimeOfOneQuestionTogether) {
