@@ -243,7 +243,7 @@ TEST_F(LdapTwins, OfNobodyAreAdministratorsByTheGroupFileAlone) {
       << "the directory's group of a local one's id";
 }
 
-TEST(LdapTwinsSettings, ThatCanNotBeMeantLeaveTheDefault) {
+TEST(LdapTwinsSettings, ThatCanNotBeMeantMakeTheDirectoryUnusable) {
   for (const auto* more : {"min-id = 0\n", "min-id = \"5\"\n", "max-id = 4294967295\n",
                            "min-id = 70\nmax-id = 60\n", "max-id = -1\n"}) {
     LdapMachine machine;
@@ -252,8 +252,9 @@ TEST(LdapTwinsSettings, ThatCanNotBeMeantLeaveTheDefault) {
     FaultLog faults(log);
     const auto directories = ldap::Settings::readAll(machine.options, faults);
     ASSERT_EQ(directories.size(), 1U) << more;
-    EXPECT_EQ(std::get<ldap::Settings>(directories.front()).userIDs.first, 1000U) << more;
-    EXPECT_EQ(std::get<ldap::Settings>(directories.front()).userIDs.last, 4294967294U) << more;
+    const auto* unusable = std::get_if<ldap::Settings::Unusable>(&directories.front());
+    ASSERT_NE(unusable, nullptr) << more;
+    EXPECT_THAT(unusable->fault, HasSubstr("-id is")) << more;
     EXPECT_EQ(log.lines().size(), 1U) << more;
     EXPECT_THAT(log.lines(), Contains(HasSubstr("-id"))) << more;
   }

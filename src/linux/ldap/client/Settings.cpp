@@ -93,13 +93,8 @@ class DirectoryReader {
   }
 
   void report(const toml::node& where, std::string_view key, std::string_view fault) {
-    keep(doubt(where, key, fault));
-  }
-
-  /// Reports what doesn't make the directory unusable. The message.
-  std::string doubt(const toml::node& where, std::string_view key, std::string_view fault) {
-    return mFaults.report(DirectoryFile::kPath, where.source().begin.line,
-                          "directory." + std::string(key) + " " + std::string(fault));
+    keep(mFaults.report(DirectoryFile::kPath, where.source().begin.line,
+                        "directory." + std::string(key) + " " + std::string(fault)));
   }
 
   void keep(std::string fault) {
@@ -161,14 +156,12 @@ class DirectoryReader {
     size = static_cast<std::int32_t>(value->get());
   }
 
-  /// A bound that can't be meant leaves the default, which keeps system accounts out.
   void readUserID(std::string_view key, std::uint32_t& userID) {
     const auto* node = find(key);
     if (node == nullptr) return;
     const auto* value = node->as_integer();
     if (value == nullptr || value->get() < 1 || value->get() >= UINT32_MAX) {
-      doubt(*node, key, "is not a user id from 1 to 4294967294");
-      return;
+      return report(*node, key, "is not a user id from 1 to 4294967294");
     }
     userID = static_cast<std::uint32_t>(value->get());
   }
@@ -176,9 +169,7 @@ class DirectoryReader {
   void readUserIDs(UserIDRange& range) {
     readUserID("min-id", range.first);
     readUserID("max-id", range.last);
-    if (range.first <= range.last) return;
-    range = {};
-    doubt(mTable, "min-id", "is above max-id");
+    if (range.first > range.last && !isFaulty()) report(mTable, "min-id", "is above max-id");
   }
 
   template <class Choice, std::size_t count>
