@@ -101,7 +101,6 @@ class Directory::Collector {
     mNames.clear();
     for (const auto& name : user.of(Slot::Name)) mNames.push_back(name.text);
     account.names = mNames;
-    if (mNames.size() > 1) leaveOutNamesOfAdministrators(user);
     std::string why;
     switch (mLocals->likenessTo(account, why)) {
       case LocalAccounts::Likeness::Twin:
@@ -111,8 +110,11 @@ class Directory::Collector {
         user.hasLocalCopy = true;
         return true;
       case LocalAccounts::Likeness::None:
-        return true;
+        break;
     }
+    if (mNames.size() > 1) leaveOutNamesOfAdministrators(user);
+    if (!user.first(Slot::Name).empty()) return true;
+    fault = "each of its names is an administrator's";
     return false;
   }
 
@@ -127,9 +129,9 @@ class Directory::Collector {
     mFaults.report(mDirectory.nodeName(), "the entry " + printable(dn) + " is left out: " + fault);
   }
 
-  /// The login name stays.
+  /// The login name stays, if its DN tells which of several that is.
   void leaveOutNamesOfAdministrators(Entry& user) {
-    bool isFurther = false;
+    bool isFurther = !isCalled(user, mDirectory.schemas().users, user.first(Slot::Name));
     std::erase_if(user.values, [&](const Entry::Value& value) {
       if (value.slot != Slot::Name || !std::exchange(isFurther, true)) return false;
       if (!mLocals->isNameOfAdministrator(value.text)) return false;

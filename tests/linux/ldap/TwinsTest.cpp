@@ -28,22 +28,23 @@ class LdapTwins : public testing::Test {
     Strings names{"pat"};
     Strings userIDs{"5001"};
     std::string guid = "5f000000-0000-4000-8000-0000000000aa";
+    std::string dn = "uid=pat,dc=example,dc=org";
   };
 
   void serve(const Person& person, const std::string& more = "") {
     const std::vector<std::string> entries{
-        ber::entry("uid=pat,dc=example,dc=org", {{"objectClass", {"posixAccount"}},
-                                                 {"uid", person.names},
-                                                 {"uidNumber", person.userIDs},
-                                                 {"gidNumber", {"700"}},
-                                                 {"entryUUID", {person.guid}}}),
+        ber::entry(person.dn, {{"objectClass", {"posixAccount"}},
+                               {"uid", person.names},
+                               {"uidNumber", person.userIDs},
+                               {"gidNumber", {"700"}},
+                               {"entryUUID", {person.guid}}}),
         ber::entry("uid=dana,dc=example,dc=org", danasAttributes()),
         ber::entry("cn=staff,dc=example,dc=org",
                    {{"objectClass", {"posixGroup"}},
                     {"cn", {"staff"}},
                     {"gidNumber", {"700"}},
                     {"entryUUID", {"5f000000-0000-4000-8000-0000000000bb"}},
-                    {"member", {"uid=pat,dc=example,dc=org", "uid=dana,dc=example,dc=org"}}})};
+                    {"member", {person.dn, "uid=dana,dc=example,dc=org"}}})};
     mServer = std::make_unique<ScriptedServer>([entries](Peer& peer) {
       peer.serve([&](const Request& request) { return peer.write(found(request, entries)); });
     });
@@ -211,6 +212,15 @@ TEST_F(LdapTwins, AreUndecidableWhereTheLocalAccountsAre) {
   EXPECT_THROW(machine.networkUser("pat"), PlatformException);
 }
 
+TEST_F(LdapTwins, OfNobodyHaveTheNameOfTheirDNFirst) {
+  for (const auto& names : {Strings{"pat", "patty"}, Strings{"patty", "pat"}}) {
+    serve({.names = names});
+    LdapMachine asked;
+    asked.configure(LdapMachine::table("test", LdapMachine::quoted(mServer->uri())));
+    EXPECT_THAT(values(asked.networkUser("patty"), "RecordName"), ElementsAre("pat", "patty"));
+  }
+}
+
 TEST_F(LdapTwins, OfNobodyAreAdministratorsByTheGroupFileAlone) {
   const auto administrators = [&](const Person& person, const std::string& groups) {
     serve(person);
@@ -239,6 +249,16 @@ TEST_F(LdapTwins, OfNobodyAreAdministratorsByTheGroupFileAlone) {
   EXPECT_THAT(administrators({.names = {"pat", "patty"}}, "sudo:x:27:patty\n"), IsEmpty());
   EXPECT_THAT(administrators({.names = {"pat", "patty"}}, "sudo:x:27:pat,patty\n"),
               ElementsAre("pat"));
+  EXPECT_THAT(administrators({.names = {"patty", "pat"}}, "sudo:x:27:patty\n"), IsEmpty())
+      << "servers send names in any order";
+  EXPECT_THAT(administrators({.names = {"patty", "pat"}}, "sudo:x:27:pat\n"), ElementsAre("pat"));
+  const std::string otherDN = "cn=Pat Fox,dc=example,dc=org";
+  EXPECT_THAT(administrators({.names = {"pat", "patty"}, .dn = otherDN}, "sudo:x:27:pat\n"),
+              IsEmpty())
+      << "either may be the login name";
+  EXPECT_THAT(administrators({.names = {"pat", "patty"}, .dn = otherDN}, "sudo:x:27:pat,patty\n"),
+              IsEmpty());
+  EXPECT_THAT(administrators({.dn = otherDN}, "sudo:x:27:pat\n"), ElementsAre("pat"));
   EXPECT_THAT(administrators({}, "staff:x:700:pat\n"), IsEmpty())
       << "the directory's group of a local one's id";
 }

@@ -32,6 +32,19 @@ bool isPlain(std::string_view name) {
   return !isInType && length > 0;
 }
 
+void appendEscaped(std::string& part, std::string_view value) {
+  for (std::size_t index = 0; index < value.size(); ++index) {
+    const char c = value[index];
+    const bool isOuterSpace = c == ' ' && (index == 0 || index + 1 == value.size());
+    if (c == '\0') {
+      part += "\\00";
+    } else {
+      if (isOuterSpace || kEscaped.find(c) != std::string_view::npos) part += '\\';
+      part += c;
+    }
+  }
+}
+
 class Reader {
  public:
   explicit Reader(std::string_view text) : mRest(text) {}
@@ -115,7 +128,7 @@ class Reader {
       skipSpaces();
     }
     value.resize(kept);
-    append(part, value);
+    appendEscaped(part, value);
     return true;
   }
 
@@ -133,19 +146,6 @@ class Reader {
     value += c;
     mRest.remove_prefix(1);
     return true;
-  }
-
-  static void append(std::string& part, std::string_view value) {
-    for (std::size_t index = 0; index < value.size(); ++index) {
-      const char c = value[index];
-      const bool isOuterSpace = c == ' ' && (index == 0 || index + 1 == value.size());
-      if (c == '\0') {
-        part += "\\00";
-      } else {
-        if (isOuterSpace || kEscaped.find(c) != std::string_view::npos) part += '\\';
-        part += c;
-      }
-    }
   }
 
   void skipSpaces() {
@@ -211,6 +211,23 @@ bool mayBeWithin(std::string_view name, std::string_view base) {
   };
   return values.size() >= ofBase.size() &&
          std::ranges::equal(ofBase, std::span(values).first(ofBase.size()), mayBeSame);
+}
+
+bool isCalled(std::string_view name, std::string_view attribute, std::string_view value) {
+  auto part = ascii::lower(attribute) + "=";
+  appendEscaped(part, ascii::lower(value));
+  for (;;) {
+    const auto rest = name.substr(std::min(part.size(), name.size()));
+    if (name.starts_with(part) && (rest.empty() || rest.front() == ',' || rest.front() == '+')) {
+      return true;
+    }
+    std::size_t end = 0;
+    while (end < name.size() && name[end] != ',' && name[end] != '+') {
+      end += name[end] == '\\' ? 2U : 1U;
+    }
+    if (end >= name.size() || name[end] == ',') return false;
+    name.remove_prefix(end + 1);
+  }
 }
 
 }  // namespace gatehall::ldap::distinguishedName

@@ -19,4 +19,8 @@ bool isWithin(std::string_view name, std::string_view base);
 /// differ in spaces or in the case of other letters than ASCII's can be equal.
 bool mayBeWithin(std::string_view name, std::string_view base);
 
+/// Whether the entry is called after that value of the attribute: it stands in the first part of
+/// its name, which is in its canonical spelling. ASCII letters in either case are the same.
+bool isCalled(std::string_view name, std::string_view attribute, std::string_view value);
+
 }  // namespace gatehall::ldap::distinguishedName

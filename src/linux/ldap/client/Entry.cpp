@@ -7,6 +7,7 @@
 #include "base/Ascii.h"
 #include "base/TextStart.h"
 #include "linux/files/FaultLog.h"
+#include "linux/ldap/client/DistinguishedName.h"
 #include "linux/ldap/client/SecurityID.h"
 #include "linux/records/AccountID.h"
 #include "portable/NameBasedUUID.h"
@@ -72,6 +73,7 @@ class EntryReader {
     if (mEntry.of(Slot::GUID).size() != 1) return refuse("it has no GUID");
     if (mEntry.of(Slot::UserID).size() > 1) return refuse("it has several user ids");
     mEntry.dn = dn;
+    putLoginNameFirst();
     keepTexts();
     return true;
   }
@@ -129,6 +131,15 @@ class EntryReader {
     return true;
   }
 
+  /// Of several names, which servers send in any order (RFC 4511, 4.1.7), the one in the DN.
+  void putLoginNameFirst() {
+    if (mEntry.of(Slot::Name).size() < 2) return;
+    const auto names = std::ranges::equal_range(mEntry.values, Slot::Name, {}, &Entry::Value::slot);
+    const auto name = std::ranges::find_if(
+        names, [this](const Entry::Value& each) { return isCalled(mEntry, mSchema, each.text); });
+    if (name != names.end()) std::rotate(names.begin(), name, name + 1);
+  }
+
   /// Copies the texts out of the server's answer.
   void keepTexts() {
     auto length = mEntry.dn.size();
@@ -153,6 +164,11 @@ class EntryReader {
 };
 
 }  // namespace
+
+bool isCalled(const Entry& entry, const Schema& schema, std::string_view name) {
+  const auto dn = distinguishedName::canonical(entry.dn);
+  return dn && distinguishedName::isCalled(*dn, schema.attribute(Slot::Name), name);
+}
 
 bool isRange(std::string_view options) { return options.starts_with(kRangeOption); }
 

@@ -103,6 +103,19 @@ TEST(LdapName, MayBeWithinABaseThatIsSpelledOtherwise) {
   EXPECT_FALSE(mayBeWithin("dc=x", "ou=ä,dc=x"));
 }
 
+TEST(LdapName, CallsItsEntryAfterTheValuesOfItsFirstPart) {
+  const auto isCalled = ldap::distinguishedName::isCalled;
+  EXPECT_TRUE(isCalled("uid=ann,dc=x", "UID", "Ann"));
+  EXPECT_TRUE(isCalled("uid=ann", "uid", "ann"));
+  EXPECT_TRUE(isCalled("cn=a\\+b+uid=ann\\,c,dc=x", "uid", "ann,c"));
+  EXPECT_TRUE(isCalled("uid=ann+z=1,dc=x", "uid", "ann"));
+  EXPECT_FALSE(isCalled("uid=ann,dc=x", "uid", "an"));
+  EXPECT_FALSE(isCalled("uid=ann,dc=x", "dc", "x"));
+  EXPECT_FALSE(isCalled("cn=a\\+uid=ann,dc=x", "uid", "ann"));
+  EXPECT_FALSE(isCalled("cn=ann,uid=ann", "uid", "ann"));
+  EXPECT_FALSE(isCalled("", "uid", ""));
+}
+
 TEST(LdapName, IsNotEverything) {
   for (const auto* text : {"ann", "=x", "a b=c", "cn=a,", "cn=a,,dc=x", "cn=\"a", "cn=\"a\"b",
                            "cn=a\\", "cn=a\\x", "cn=a\"b", "+", "cn=a+"}) {
