@@ -117,6 +117,25 @@ TEST_F(LdapMemberRanges, ThatDoNotBeginAtTheBeginningMakeAGroupUnreadable) {
   }
 }
 
+TEST_F(LdapMemberRanges, OfAnythingButTheirDNsMakeAGroupUnreadable) {
+  const auto ask = [&](const char* range) {
+    answer({ber::entry("cn=all,dc=example,dc=org",
+                       {{"objectClass", {"posixGroup"}},
+                        {"cn", {"all"}},
+                        {"entryUUID", {"5f000000-0000-4000-8000-0000000000a1"}},
+                        {range, {"dana"}}})});
+    LdapMachine other;
+    other.configure(
+        LdapMachine::table("test", LdapMachine::quoted(mServer->uri()), "tls = \"off\"\n"));
+    return other.networkGroup("all") != nullptr;
+  };
+  EXPECT_TRUE(ask("memberUid;range=0-*"));
+  for (const auto* range : {"memberUid;range=0-0", "memberuid;RANGE=0-0"}) {
+    EXPECT_THAT([&] { ask(range); }, testing::ThrowsMessage<PlatformException>(testing::HasSubstr(
+                                         "can't be read: its memberUid is cut short")));
+  }
+}
+
 TEST_F(LdapMemberRanges, StandBesideAnEmptyAttributeOfTheSameName) {
   for (const bool isEmptyFirst : {true, false}) {
     serve([&](Peer& peer) {

@@ -93,7 +93,8 @@ class EntryReader {
       if (isRange(*options)) {
         const auto range = readRange(*options);
         if (!range || range->first != 0) return refuse("its " + name + " has no beginning");
-        if (slot == Slot::Members && range->last) mEntry.membersContinueAt = *range->last + 1;
+        if (range->last && slot != Slot::Members) return refuse("its " + name + " is cut short");
+        if (range->last) mEntry.membersContinueAt = *range->last + 1;
       } else if (!options->empty()) {
         continue;  // another attribute, in some language for one
       }
@@ -170,7 +171,9 @@ bool isCalled(const Entry& entry, const Schema& schema, std::string_view name) {
   return dn && distinguishedName::isCalled(*dn, schema.attribute(Slot::Name), name);
 }
 
-bool isRange(std::string_view options) { return options.starts_with(kRangeOption); }
+bool isRange(std::string_view options) {
+  return ascii::isSame(options.substr(0, kRangeOption.size()), kRangeOption);
+}
 
 std::optional<ValueRange> readRange(std::string_view options) {
   if (!isRange(options)) return std::nullopt;

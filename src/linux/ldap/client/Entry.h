@@ -63,8 +63,9 @@ bool isCalled(const Entry& entry, const Schema& schema, std::string_view name);
 
 /// Reads what a server sent. Of several names, the one in the DN is the first. nullptr for an entry
 /// that is neither user nor group (the fault is empty then) and for one that can't be relied on:
-/// without a name or a GUID, with values of unbearable length or that are no UTF-8, with an id that
-/// is none or with several user ids.
+/// without a name or a GUID, with values of unbearable length or that are no UTF-8, with an id or
+/// an objectSid that is none, with several user ids, with values that have no beginning or, other
+/// than members' DNs, no end.
 std::shared_ptr<Entry> readEntry(const Schemas& schemas, std::string_view dn,
                                  std::span<const Attribute> attributes, std::string& fault);
 
