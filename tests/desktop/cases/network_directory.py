@@ -93,7 +93,9 @@ def a_network_user_is_refused_while_the_directory_is_away(desktop):
     run("systemctl", "stop", "directory.service")
     _deny(desktop, CAROLS)
     result = desktop.switch("-switchToUserID", DANA)
-    _says_that_the_directory_is_away(result)
+    assert any("ldap/example can't be reached" in line for line in result.log), result
+    (decision,) = result.decisions
+    assert "undecidable: ldap/example: can't be asked" in decision, result
     assert desktop.asked() == ["user dana"]  # to begin with
     assert desktop.has_in_front("ann"), desktop.describe()
     assert not desktop.session_of("dana").is_active and desktop.session_of("dana").name == dana.name

@@ -1,4 +1,5 @@
 """Who is admitted: the login rules, as the machine's files and groups state them."""
+import signal
 
 MANAGED = "/Library/Managed Preferences/com.orvane.gatehall.plist"
 SYSTEM = "/etc/gatehall/com.orvane.gatehall.plist"
@@ -25,6 +26,7 @@ def _is_admitted(desktop, user, uid):
 def _is_refused(desktop, uid, log=()):
     result = desktop.switch("-switchToUserID", uid)
     assert result.log == list(log), result
+    assert len(result.decisions) == 1, result
     assert desktop.asked() == []
     assert [s.user for s in desktop.sessions()] == ["ann"], desktop.describe()
     assert not desktop.session_of("ann").is_locked
@@ -57,11 +59,14 @@ def an_administrator_may_log_in_where_local_logins_are_off(desktop):
     _is_admitted(desktop, "bob", "1001")
 
 
-def a_managed_file_that_others_can_write_is_ignored_and_the_log_says_so(desktop):
-    desktop.write(MANAGED, _property_list("<key>LocalUserLoginEnabled</key><false/>"), mode=0o666)
-    result = desktop.switch("-switchToUserID", "1001")
-    desktop.until_in_front("bob")
+def a_managed_file_that_others_can_write_decides_nothing_and_the_log_says_so(desktop):
+    desktop.write(MANAGED, _property_list("<key>LocalUserLoginEnabled</key><true/>"), mode=0o666)
+    result = desktop.switch("-switchToUserID", "1001", status=-signal.SIGABRT)
     assert result.log and all(MANAGED in line for line in result.log), result
+    (decision,) = result.decisions
+    assert f"bob (1001): undecidable: {MANAGED}" in decision, result
+    assert desktop.asked() == []
+    assert [s.user for s in desktop.sessions()] == ["ann"], desktop.describe()
 
 
 def a_mobile_user_is_admitted_where_there_are_no_lists(desktop):

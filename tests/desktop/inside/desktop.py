@@ -262,14 +262,16 @@ class Desktop:
         session = self.session_of(by) if by != "root" else None
         return self.run_tool([SWITCH, *words], by, session, **options)
 
-    def run_tool(self, command, user, session=None, **options):
+    def run_tool(self, command, user, session=None, status=0, **options):
         """Runs a program that has the tool's manners: waits for its end, and checks that it printed
-        nothing and ended with 0."""
+        nothing and ended with that status."""
         cursor = journal.cursor()
-        status, output, seconds = run_as(command, user, session, **options)
-        log = [text for _, _, text in journal.entries(cursor, "gatehall-switch")]
-        result = Run(status, output, seconds, log)
-        assert result.status == 0 and result.output == "", result
+        ended, output, seconds = run_as(command, user, session, **options)
+        said = journal.records(cursor, "gatehall-switch")
+        log = [entry["MESSAGE"] for entry in said if not journal.is_decision(entry)]
+        decisions = [entry["MESSAGE"] for entry in said if journal.is_decision(entry)]
+        result = Run(ended, output, seconds, log, decisions)
+        assert result.status == status and result.output == "", result
         return result
 
     # Between cases.

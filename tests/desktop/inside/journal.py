@@ -21,6 +21,11 @@ def records(since, *programs):
     return [entry for entry in found if entry.get("SYSLOG_IDENTIFIER") in programs]
 
 
+def is_decision(entry):
+    """Whether it is a record of who may log in: those are of facility authpriv."""
+    return entry.get("SYSLOG_FACILITY") == "10"
+
+
 def entries(since, *programs):
     """What these programs said since the cursor, as (program, process id, text)."""
     return [(entry["SYSLOG_IDENTIFIER"], entry.get("_PID"), entry["MESSAGE"])

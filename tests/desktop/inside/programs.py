@@ -14,16 +14,18 @@ LONGEST_RUN_SECONDS = 60
 
 
 class Run:
-    """What came of one run of a program of ours."""
+    """What came of one run of a program of ours; what it decided stands beside its log."""
 
-    def __init__(self, status, output, seconds, log):
+    def __init__(self, status, output, seconds, log, decisions):
         self.status = status
         self.output = output
         self.seconds = seconds
         self.log = log
+        self.decisions = decisions
 
     def __repr__(self):
-        return f"<status {self.status}, {self.seconds:.2f} s, output {self.output!r}, log {self.log}>"
+        return (f"<status {self.status}, {self.seconds:.2f} s, output {self.output!r}, "
+                f"log {self.log}, decisions {self.decisions}>")
 
 
 def start_as(command, user, session=None, environment=None, limits=(), **options):
