@@ -7,19 +7,20 @@
 namespace gatehall::local {
 
 const LoginShells& Context::shells() {
-  std::call_once(mShells.isRead, [this] { mShells.file.emplace(mHost->options); });
+  const std::lock_guard lock(mShells.mutex);
+  if (!mShells.file) mShells.file.emplace(mHost->options);
   return *mShells.file;
 }
 
 const UserRecords& Context::userRecords() {
-  std::call_once(mUserRecords.isRead,
-                 [this] { mUserRecords.file.emplace(mHost->options, mHost->faults); });
+  const std::lock_guard lock(mUserRecords.mutex);
+  if (!mUserRecords.file) mUserRecords.file.emplace(mHost->options, mHost->faults);
   return *mUserRecords.file;
 }
 
 const Settings& Context::settings() {
-  std::call_once(mSettings.isRead,
-                 [this] { mSettings.file = Settings::read(mHost->options, mHost->faults); });
+  const std::lock_guard lock(mSettings.mutex);
+  if (!mSettings.file) mSettings.file = Settings::read(mHost->options, mHost->faults);
   return *mSettings.file;
 }
 

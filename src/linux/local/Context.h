@@ -88,7 +88,7 @@ class Context {
  private:
   template <class File>
   struct Once {
-    std::once_flag isRead;
+    std::mutex mutex;  ///< no std::once_flag: reading may raise, and is tried again then
     std::optional<File> file;
   };
 

@@ -96,7 +96,9 @@ class OwnAccountsSnapshot final : public LocalAccounts::Snapshot {
   }
 
   bool isNameOfAdministrator(std::string_view name) const override {
-    std::call_once(mAdministratorsAreRead, [this] { readAdministrators(); });
+    const std::lock_guard lock(mMutex);
+    if (!mAdministratorsAreRead) readAdministrators();
+    mAdministratorsAreRead = true;
     return mAdministrators.contains(std::string(name));
   }
 
@@ -153,7 +155,8 @@ class OwnAccountsSnapshot final : public LocalAccounts::Snapshot {
   std::unordered_set<std::string> mNames;  ///< of the records
   std::unordered_set<std::uint32_t> mUserIDs;
   std::unordered_set<UUIDBytes, GUIDHash> mUUIDs;
-  mutable std::once_flag mAdministratorsAreRead;
+  mutable std::mutex mMutex;
+  mutable bool mAdministratorsAreRead = false;
   mutable std::unordered_set<std::string> mAdministrators;  ///< their names in the group file
 };
 

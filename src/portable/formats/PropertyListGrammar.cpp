@@ -62,7 +62,7 @@ bool isBase64(std::string_view text) {
     ++digits;
     if (c == '=') {
       ++fill;
-    } else if (fill > 0 || !(ascii::isAlphanumeric(c) || c == '+' || c == '/')) {
+    } else if (fill > 0 || (!ascii::isAlphanumeric(c) && c != '+' && c != '/')) {
       return false;
     }
   }
