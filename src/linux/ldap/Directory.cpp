@@ -169,10 +169,10 @@ Directory::Directory(Settings settings, HostOptions options,
       mCachedUnder(mLocalAccounts->state()) {}
 
 Cache& Directory::cache() {
-  auto state = mLocalAccounts->state();
+  const auto state = mLocalAccounts->state();
   const std::lock_guard lock(mMutex);
   if (state != mCachedUnder) {
-    mCachedUnder = std::move(state);
+    mCachedUnder = state;
     mCache.drop();
   }
   return mCache;

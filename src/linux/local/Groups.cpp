@@ -108,7 +108,7 @@ std::vector<std::shared_ptr<Group>> findGroups(const std::shared_ptr<Context>& c
     return admin || !(found.isFull() || found.hasAllNames());
   };
   const int error = accountFiles::scan(host.options, host.faults, accountFiles::kGroup, take);
-  if (error != 0 && !(error == ENOENT && selection.asksForAdminOnly())) {
+  if (error != 0 && (error != ENOENT || !selection.asksForAdminOnly())) {
     throw PlatformException(std::string(accountFiles::kGroup) + ": " + strerrordesc_np(error));
   }
   if (admin && !found.isFull()) {
