@@ -14,7 +14,8 @@ namespace gatehall::local {
 
 /// Who is an administrator: the group "admin", which the local node always has, is made of root and
 /// the members of the groups that the settings name: those that the lines name, local accounts
-/// whose primary group it is, and those whose user records say so. A group of its name in /etc/group lends it its group id.
+/// whose primary group it is, and those whose user records say so. A group of its name in
+/// /etc/group lends it its group id.
 class AdminGroup {
  public:
   static constexpr std::string_view kName = "admin";
