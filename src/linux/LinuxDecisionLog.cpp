@@ -60,6 +60,7 @@ bool sendToJournal(const std::string& identity, const DecisionRecord& decision) 
         "GATEHALL_RULE=" + printable(decision.rule, kLongestName),
         "GATEHALL_SOURCE=" + printable(decision.source, kLongestName),
         "GATEHALL_REASON=" + printable(decision.reason, kLongestReason),
+        "GATEHALL_SERVICE=" + printable(decision.service, kLongestName),
     };
     std::vector<iovec> parts;
     for (auto& field : fields) {
@@ -79,14 +80,24 @@ void LinuxDecisionLog::keep(const DecisionRecord& decision) {
   if (!sendToJournal(mIdentity, decision)) {
     syslog(LOG_AUTHPRIV | levelOf(decision), "%s", decisionLine(decision).c_str());
   }
-  if (geteuid() == 0) writeAuditRecord(decision);
+  // At a door the service itself tells the audit who was let in.
+  if (geteuid() == 0 && decision.service.empty()) writeAuditRecord(decision);
 }
 
 std::string decisionLine(const DecisionRecord& decision) {
-  auto line = "uid " + std::to_string(decision.caller) + " asked for ";
-  line += decision.userName.empty() ? "uid" : printable(decision.userName, kLongestName);
-  line += decision.userName.empty() ? " " + std::to_string(decision.userID)
-                                    : " (" + std::to_string(decision.userID) + ")";
+  std::string line;
+  if (decision.service.empty()) {
+    line.append("uid ").append(std::to_string(decision.caller)).append(" asked for ");
+  } else {
+    line.append(printable(decision.service, kLongestName)).append(": ");
+  }
+  const auto userID = std::to_string(decision.userID);
+  if (decision.userName.empty()) {
+    line.append("uid ").append(userID);
+  } else {
+    line.append(printable(decision.userName, kLongestName));
+    if (decision.userID != DecisionRecord::kUnknown) line.append(" (").append(userID).append(")");
+  }
   line.append(": ").append(word(decision.answer));
   if (!decision.rule.empty()) line += ": " + printable(decision.rule, kLongestName);
   if (!decision.source.empty()) line += " (" + printable(decision.source, kLongestName) + ")";

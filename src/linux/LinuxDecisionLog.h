@@ -20,8 +20,8 @@ class LinuxDecisionLog final : public DecisionLog {
   std::string mIdentity;
 };
 
-/// The line: "uid 1000 asked for bob (1001): admitted: local login enabled (default)". Without a
-/// character that isn't printable ASCII.
+/// The line: "uid 1000 asked for bob (1001): admitted: local login enabled (default)", at a door
+/// "sshd: bob (1001): admitted: …". Without a character that isn't printable ASCII.
 std::string decisionLine(const DecisionRecord& decision);
 
 }  // namespace gatehall

@@ -42,11 +42,11 @@ void readSettings(const std::string& path, Settings& settings) {
 
 }  // namespace
 
-std::string machineLocale(const HostOptions& options) {
+std::string machineLocale(const HostOptions& options, const char* category) {
   for (const auto* path : {"/etc/locale.conf", "/etc/default/locale"}) {
     Settings settings;
     readSettings(options.root + path, settings);
-    for (const auto* name : {"LC_ALL", "LC_COLLATE", "LANG"}) {
+    for (const auto* name : {"LC_ALL", category, "LANG"}) {
       const auto found = settings.find(name);
       if (found != settings.end() && !found->second.empty()) return found->second;
     }

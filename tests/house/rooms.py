@@ -105,6 +105,12 @@ ROOMS = {
         "base linux/directory linux/events linux/files linux/hours linux/ldap/client linux/local linux/loop "
         "linux/preferences linux/process linux/sessions linux/switch platform portable portable/formats portable/text",
     ),
+    # The same rules at the machine's doors.
+    "pam/door": Room("what the PAM module and those who decide for it agree on"),
+    "pam/module": Room("the PAM module, which has a process of its own decide", "pam/door"),
+    "pam": Room(
+        "who may pass a door, and what whoever may not is told", "access base directory platform users"
+    ),
     # gatehallctl.
     "ctl/print": Room("tables, JSON, terminals", "base instrumented users"),
     "ctl/request": Room(
@@ -125,7 +131,10 @@ ROOMS = {
 }
 
 # A main file chooses the host, beside what its room includes.
-MAINS = {"switcher/main": "linux linux/process platform switcher"}
+MAINS = {
+    "switcher/main": "linux linux/process platform switcher",
+    "pam/main": "linux linux/files linux/hours linux/local linux/process pam pam/door platform",
+}
 
 CORE = {"directory", "users", "access", "text", "switcher"}
 

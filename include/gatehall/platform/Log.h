@@ -20,22 +20,26 @@ class GATEHALL_EXPORT Log {
   virtual void diagnostic(std::string_view text) = 0;
 };
 
-/// What was decided about somebody who was to be switched to.
+/// What was decided about somebody who was to be switched to, or stood at a door of the machine.
 struct GATEHALL_EXPORT DecisionRecord {
   enum class Answer {
     Admitted,
     Refused,
     NotFound,     ///< nobody usable has the id
-    Undecidable,  ///< so nobody is switched to
+    Undecidable,  ///< so nobody is switched to, or let in
   };
+
+  /// Stands for no user id.
+  static constexpr std::uint32_t kUnknown = 0xFFFFFFFF;
 
   std::uint32_t caller = 0;  ///< who asked: the effective user id
   std::uint32_t userID = 0;  ///< about whom
   std::string userName;      ///< empty: not known
   Answer answer = Answer::Undecidable;
-  std::string rule;    ///< in words; empty: none was come to
-  std::string source;  ///< of the setting behind the rule; empty: there is none
-  std::string reason;  ///< why it is undecidable; else empty
+  std::string rule;       ///< in words; empty: none was come to
+  std::string source;     ///< of the setting behind the rule; empty: there is none
+  std::string reason;     ///< why it is undecidable; else empty
+  std::string service{};  ///< at the door of that name, pam.d(5); empty: for a switch
 };
 
 /// Where it is kept who was admitted or refused: beside the log of messages, for whoever looks

@@ -13,14 +13,16 @@ namespace {
 
 constexpr std::array<std::string_view, 2> kSettings{"admin-groups", "guests"};
 
-void readNames(const toml::table& local, std::string_view key, Strings& names, FaultLog& faults) {
+/// False when the key has no list of names, which leaves none.
+bool readNames(const toml::table& local, std::string_view key, Strings& names, FaultLog& faults) {
   const auto* node = local.get(key);
-  if (node == nullptr) return;
+  if (node == nullptr) return true;
   names.clear();
   const auto refuse = [&](const toml::node& where) {
     faults.report(DirectoryFile::kPath, where.source().begin.line,
                   "local." + std::string(key) + " is not a list of names");
     names.clear();
+    return false;
   };
   const auto* list = node->as_array();
   if (list == nullptr) return refuse(*node);
@@ -29,6 +31,7 @@ void readNames(const toml::table& local, std::string_view key, Strings& names, F
     if (name == nullptr) return refuse(element);
     names.push_back(name->get());
   }
+  return true;
 }
 
 }  // namespace
@@ -36,7 +39,7 @@ void readNames(const toml::table& local, std::string_view key, Strings& names, F
 Settings Settings::read(const HostOptions& options, FaultLog& faults) {
   Settings settings;
   const auto file = DirectoryFile::read(options, faults);
-  const Settings nobody{{}, {}};
+  const Settings nobody{{}, {}, false};
   if (file.state == DirectoryFile::State::Missing) return settings;
   if (file.state == DirectoryFile::State::Unusable) return nobody;
   const auto* node = file.table.get("local");
@@ -51,7 +54,7 @@ Settings Settings::read(const HostOptions& options, FaultLog& faults) {
       reportUnknownKey(faults, key, "local", kSettings);
     }
   }
-  readNames(*local, "admin-groups", settings.adminGroups, faults);
+  settings.adminGroupsAreKnown = readNames(*local, "admin-groups", settings.adminGroups, faults);
   readNames(*local, "guests", settings.guests, faults);
   return settings;
 }

@@ -19,6 +19,9 @@ struct Settings {
   /// LightDM names its temporary accounts guest- and six characters.
   Strings guests{"guest", "guest-??????"};
 
+  /// False where admin-groups are set and can't be read.
+  bool adminGroupsAreKnown = true;
+
   static Settings read(const HostOptions& options, FaultLog& faults);
 
   bool isGuest(std::string_view loginName) const;

@@ -1,0 +1,124 @@
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "gatehall/linux/LinuxSwitchPlatform.h"
+#include "gatehall/platform/Platform.h"
+#include "linux/LazyService.h"
+#include "linux/MachineLocale.h"
+#include "linux/files/HostOptions.h"
+#include "linux/hours/LinuxParentalControls.h"
+#include "linux/local/AccountAtDoor.h"
+#include "linux/process/ProcessStart.h"
+#include "linux/process/ResourceLimits.h"
+#include "pam/DoorDecision.h"
+#include "pam/Sentence.h"
+#include "pam/door/Message.h"
+
+/// Decides for the module pam_gatehall, in a process of its own: one question comes through
+/// standard input, a socket, and one answer goes back.
+
+namespace {
+
+using namespace gatehall;
+
+constexpr std::string_view kIdentity = "pam_gatehall";
+
+/// What a decision takes, and login hours.
+class DoorPlatform final : public LinuxSwitchPlatform {
+ public:
+  explicit DoorPlatform(const LinuxOptions& options)
+      : LinuxSwitchPlatform(options, std::string(kIdentity)) {}
+
+  ParentalControls& parentalControls() override {
+    return mParentalControls.get(HostOptions(), log(), clock(), [](std::uint32_t, Date) {});
+  }
+
+ private:
+  LazyService<LinuxParentalControls> mParentalControls;
+};
+
+/// Whoever has called the module may have been started by somebody with fewer rights.
+void becomeEffectiveUser() {
+  const auto group = getegid();
+  const auto user = geteuid();
+  if (setresgid(group, group, group) != 0 || setresuid(user, user, user) != 0) std::abort();
+}
+
+bool receive(pam::Question& question) {
+  for (;;) {
+    const auto count = recv(STDIN_FILENO, &question, sizeof question, MSG_TRUNC);
+    if (count < 0 && errno == EINTR) continue;
+    return count == ssize_t{sizeof question};
+  }
+}
+
+pam::Verdict verdictOf(DecisionRecord::Answer answer) {
+  switch (answer) {
+    case DecisionRecord::Answer::Admitted:
+      return pam::Verdict::Admitted;
+    case DecisionRecord::Answer::Refused:
+      return pam::Verdict::Refused;
+    case DecisionRecord::Answer::NotFound:
+      return pam::Verdict::Unknown;
+    case DecisionRecord::Answer::Undecidable:
+      break;
+  }
+  return pam::Verdict::Undecidable;
+}
+
+pam::DoorDecision decide(const pam::Question& question, const pam::Door& door,
+                         const pam::Visitor& visitor) {
+  const std::string fault(question.fault.value());
+  auto decision = pam::decideAtDoor(door, visitor);
+  if (fault.empty() || decision.isNeverShut) return decision;
+  return {
+      .answer = DecisionRecord::Answer::Undecidable, .userID = decision.userID, .reason = fault};
+}
+
+pam::Answer answerTo(const pam::Question& question) {
+  const pam::Door door{.service = std::string(question.service.value()),
+                       .isLocal = question.isLocal == 1,
+                       .hours = question.hours == 1};
+  const auto account =
+      accountAtDoor(HostOptions(), platform().log(), std::string(question.userName.value()));
+  const pam::Visitor visitor{account.userName, account.userID, account.isLocalAdministrator};
+  const auto decision = decide(question, door, visitor);
+  if (auto* decisions = platform().decisionLog()) {
+    decisions->keep(pam::recordOf(door, visitor, decision));
+  }
+
+  pam::Answer answer{};
+  answer.verdict = verdictOf(decision.answer);
+  if (decision.isAdmitted()) return answer;
+  const std::string language(question.language.value());
+  pam::speak(language.empty() ? machineLocale(HostOptions(), "LC_MESSAGES") : language);
+  if (!answer.sentence.set(pam::sentenceFor(decision, platform().clock().now()))) std::abort();
+  return answer;
+}
+
+}  // namespace
+
+/// An exception that nobody catches ends the process without a word.
+void __gnu_cxx::__verbose_terminate_handler() { std::abort(); }
+
+int main() {
+  distrustCaller();
+  alarm(pam::kLongestDecision);
+  becomeEffectiveUser();
+  pam::Question question{};
+  if (!receive(question) || !raiseResourceLimits()) return EXIT_FAILURE;
+  LinuxOptions options;
+  // Accounts are asked for nothing about them: the door asks by itself.
+  options.setSessionLimits(false);
+  Platform::install(std::make_shared<DoorPlatform>(options));
+  const auto answer = answerTo(question);
+  const bool isSent = send(STDIN_FILENO, &answer, sizeof answer, MSG_NOSIGNAL) >= 0;
+  Platform::install(nullptr);
+  return isSent ? EXIT_SUCCESS : EXIT_FAILURE;
+}
