@@ -33,7 +33,7 @@ class Hardened(unittest.TestCase):
         for binary in BINARIES:
             with self.subTest(binary.name):
                 self.assertRegex(readelf(binary, "--file-header"), r"Type:\s+DYN")
-                if binary != LIBRARY:
+                if binary.suffix != ".so":
                     self.assertRegex(readelf(binary, "--dynamic"), r"\(FLAGS_1\).*\bPIE\b")
 
     def test_addresses_of_functions_are_filled_in_at_the_start_and_then_read_only(self):
@@ -71,6 +71,9 @@ class Hardened(unittest.TestCase):
 
     def test_the_cxx_library_looks_at_indexes(self):
         for binary in BINARIES:
+            # The PAM module has none.
+            if binary.name == "pam_gatehall.so":
+                continue
             with self.subTest(binary.name):
                 self.assertIn("std::__glibcxx_assert_fail", run("nm", "--demangle", binary))
 
