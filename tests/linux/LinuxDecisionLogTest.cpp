@@ -20,6 +20,13 @@ TEST(DecisionLine, SaysWhoAskedAboutWhomAndWhichRuleAnswered) {
             "uid 1000 asked for erin (1004): undecidable: no answer");
 }
 
+TEST(DecisionLine, SaysAtWhichDoorAndWithoutAnIDThatNobodyKnows) {
+  DecisionRecord record{0, 20001, "dana", Answer::Refused, "denied by GUID", "managed", "", "sshd"};
+  EXPECT_EQ(decisionLine(record), "sshd: dana (20001): refused: denied by GUID (managed)");
+  record = {0, DecisionRecord::kUnknown, "dan", Answer::NotFound, "", "", "", "login"};
+  EXPECT_EQ(decisionLine(record), "login: dan: not found");
+}
+
 TEST(DecisionLine, StaysOneLineOfBoundedLengthWhateverNamesAndReasonsHold) {
   const auto line = decisionLine({1000, 1001, "b\nob\x1b[2J\xff", Answer::Undecidable, "", "",
                                   std::string(100000, 'x') + "\n"});

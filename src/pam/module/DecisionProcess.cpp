@@ -89,8 +89,8 @@ std::int64_t millisecondsNow() {
 }
 
 /// False when the time is over, or nothing can come any more.
-bool waitForAnswer(int socket) {
-  const auto end = millisecondsNow() + std::int64_t{kLongestDecision} * 1000;
+bool waitForAnswer(int socket, unsigned longest) {
+  const auto end = millisecondsNow() + std::int64_t{longest} * 1000;
   for (;;) {
     const auto left = end - millisecondsNow();
     pollfd waited{socket, POLLIN, 0};
@@ -108,12 +108,12 @@ bool isWhole(const Answer& answer) {
              answer.sentence.bytes.size();
 }
 
-const char* exchange(int socket, const Question& question, Answer& answer) {
+const char* exchange(int socket, const Question& question, Answer& answer, unsigned longest) {
   constexpr int kFlags = MSG_DONTWAIT | MSG_NOSIGNAL;
   if (send(socket, &question, sizeof question, kFlags) != ssize_t{sizeof question}) {
     return "the decision's program can't be asked";
   }
-  if (!waitForAnswer(socket)) return "the decision takes too long";
+  if (!waitForAnswer(socket, longest)) return "the decision takes too long";
   const auto count = recv(socket, &answer, sizeof answer, MSG_DONTWAIT | MSG_TRUNC);
   if (count == 0) return "the decision's program ended without an answer";
   if (count != ssize_t{sizeof answer} || !isWhole(answer)) return "the decision's answer is none";
@@ -122,14 +122,16 @@ const char* exchange(int socket, const Question& question, Answer& answer) {
 
 }  // namespace
 
-const char* askDecisionProcess(const char* program, const Question& question, Answer& answer) {
+const char* askDecisionProcess(const char* program, const Question& question, Answer& answer,
+                               unsigned longest) {
   int ends[2];
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
     return "there are no descriptors left";
   }
   const int error = begin(program, ends[1]);
   close(ends[1]);
-  const char* fault = error != 0 ? strerrordesc_np(error) : exchange(ends[0], question, answer);
+  const char* fault =
+      error != 0 ? strerrordesc_np(error) : exchange(ends[0], question, answer, longest);
   close(ends[0]);
   return fault;
 }

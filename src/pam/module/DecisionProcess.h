@@ -7,9 +7,10 @@ namespace gatehall::pam {
 /// Has a process of its own decide. It shares nothing with the process that calls, which may have
 /// threads, any limits and any credentials: no descriptor, environment, signal handler or folder,
 /// and it is not that one's child, so that nobody is told of its end. Whatever happens the answer
-/// is there, or known to be missing, after kLongestDecision.
+/// is there, or known to be missing, when that many seconds are over.
 ///
 /// nullptr, or why there is no answer.
-const char* askDecisionProcess(const char* program, const Question& question, Answer& answer);
+const char* askDecisionProcess(const char* program, const Question& question, Answer& answer,
+                               unsigned longest = kLongestDecision);
 
 }  // namespace gatehall::pam
