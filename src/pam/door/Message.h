@@ -20,7 +20,7 @@ struct BoundedText {
   bool set(std::string_view value) {
     if (value.size() >= Size || value.find('\0') != std::string_view::npos) return false;
     bytes.fill('\0');
-    std::memcpy(bytes.data(), value.data(), value.size());
+    if (!value.empty()) std::memcpy(bytes.data(), value.data(), value.size());
     return true;
   }
 
