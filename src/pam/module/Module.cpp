@@ -109,7 +109,8 @@ int decide(pam_handle_t* handle, bool isSilent, std::string_view service,
   }
   if (answer.verdict == Verdict::Admitted) return PAM_SUCCESS;
   if (answer.verdict == Verdict::Undecidable && arguments.admitsUndecidable) return PAM_SUCCESS;
-  if (!isSilent) pam_error(handle, "%s", answer.sentence.bytes.data());
+  // Not as an error: lightdm-gtk-greeter shows words of its own, of a wrong password, instead.
+  if (!isSilent) pam_info(handle, "%s", answer.sentence.bytes.data());
   return answer.verdict == Verdict::Unknown ? PAM_USER_UNKNOWN : PAM_PERM_DENIED;
 }
 

@@ -29,7 +29,7 @@ using Strings = std::vector<std::string>;
 int converse(int count, const pam_message** messages, pam_response** responses, void* told) {
   for (int index = 0; index < count; ++index) {
     const auto* message = messages[index];
-    static_cast<Strings*>(told)->push_back((message->msg_style == PAM_ERROR_MSG ? "error: " : "") +
+    static_cast<Strings*>(told)->push_back((message->msg_style == PAM_TEXT_INFO ? "" : "error: ") +
                                            std::string(message->msg));
   }
   *responses = static_cast<pam_response*>(
@@ -99,7 +99,7 @@ TEST_F(Module, LetsInWhomTheProgramAdmitsWithoutAWord) {
 TEST_F(Module, TellsWhoIsRefusedWhyUnlessItIsToBeSilent) {
   auto outcome = ask("sshd", "refused");
   EXPECT_EQ(outcome.status, PAM_PERM_DENIED);
-  EXPECT_THAT(outcome.told, ElementsAre("error: Not you."));
+  EXPECT_THAT(outcome.told, ElementsAre("Not you."));
   outcome = ask("sshd", "refused", static_cast<int>(PAM_SILENT));
   EXPECT_EQ(outcome.status, PAM_PERM_DENIED);
   EXPECT_THAT(outcome.told, IsEmpty());
@@ -110,7 +110,7 @@ TEST_F(Module, KnowsWhomNobodyKnows) { EXPECT_EQ(ask("sshd", "unknown").status, 
 TEST_F(Module, RefusesInDoubtUnlessItIsToAdmit) {
   const auto outcome = ask("sshd", "undecidable");
   EXPECT_EQ(outcome.status, PAM_PERM_DENIED);
-  EXPECT_THAT(outcome.told, ElementsAre("error: Who knows."));
+  EXPECT_THAT(outcome.told, ElementsAre("Who knows."));
   write("sshd", "on-undecidable=admit");
   EXPECT_EQ(ask("sshd", "undecidable").status, PAM_SUCCESS);
   EXPECT_THAT(ask("sshd", "undecidable").told, IsEmpty());
@@ -127,13 +127,12 @@ TEST_F(Module, StandsAsideAtServicesThatItDoesNotGuard) {
 
 TEST_F(Module, TellsTheProgramWhatItNeedsToKnow) {
   write("login", "hours=yes");
-  EXPECT_THAT(ask("login", "asked").told, ElementsAre("error: login, local, hours, , "));
-  EXPECT_THAT(ask("login", "asked", 0, "elsewhere").told,
-              ElementsAre("error: login, remote, hours, , "));
-  EXPECT_THAT(ask("sshd", "asked").told, ElementsAre("error: sshd, remote, , "));
+  EXPECT_THAT(ask("login", "asked").told, ElementsAre("login, local, hours, , "));
+  EXPECT_THAT(ask("login", "asked", 0, "elsewhere").told, ElementsAre("login, remote, hours, , "));
+  EXPECT_THAT(ask("sshd", "asked").told, ElementsAre("sshd, remote, , "));
   write("sshd", "on-undecidable=admit hours=often");
   EXPECT_THAT(ask("sshd", "asked").told,
-              ElementsAre(R"(error: sshd, remote, , "hours=often" is neither "yes" nor "no")"));
+              ElementsAre(R"(sshd, remote, , "hours=often" is neither "yes" nor "no")"));
 }
 
 TEST_F(Module, RefusesWhoeverTheProgramGivesNoProperAnswerAbout) {
@@ -154,7 +153,7 @@ TEST_F(Module, LetsRootInAtALocalDoorWithoutAnAnswer) {
 TEST_F(Module, GivesTheProgramNothingOfTheProcess) {
   const int open = ::open("/dev/null", O_RDONLY);
   EXPECT_THAT(ask("sshd", "surroundings").told,
-              ElementsAre("error: 3 descriptors, no environment, at /, a session of its own"));
+              ElementsAre("3 descriptors, no environment, at /, a session of its own"));
   close(open);
 }
 
@@ -237,7 +236,7 @@ TEST_F(Module, RefusesWithoutDescriptorsAndDoesNotCrash) {
     // PAM's own record for the audit needs one, too, and fails in its own way.
     const bool isRefused = pam_acct_mgmt(handle, 0) != PAM_SUCCESS;
     return isRefused && told == Strings{
-                                    "error: It can't be told now whether you may log in on "
+                                    "It can't be told now whether you may log in on "
                                     "this computer."};
   }));
 }
