@@ -5,7 +5,7 @@
 #include <fnmatch.h>
 #include <string>
 
-#include "linux/files/DirectoryFile.h"
+#include "linux/files/TomlFile.h"
 
 namespace gatehall::local {
 
@@ -19,7 +19,7 @@ bool readNames(const toml::table& local, std::string_view key, Strings& names, F
   if (node == nullptr) return true;
   names.clear();
   const auto refuse = [&](const toml::node& where) {
-    faults.report(DirectoryFile::kPath, where.source().begin.line,
+    faults.report(kDirectoryFile, where.source().begin.line,
                   "local." + std::string(key) + " is not a list of names");
     names.clear();
     return false;
@@ -38,20 +38,20 @@ bool readNames(const toml::table& local, std::string_view key, Strings& names, F
 
 Settings Settings::read(const HostOptions& options, FaultLog& faults) {
   Settings settings;
-  const auto file = DirectoryFile::read(options, faults);
+  const auto file = TomlFile::read(options, kDirectoryFile, faults);
   const Settings nobody{{}, {}, false};
-  if (file.state == DirectoryFile::State::Missing) return settings;
-  if (file.state == DirectoryFile::State::Unusable) return nobody;
+  if (file.state == TomlFile::State::Missing) return settings;
+  if (file.state == TomlFile::State::Unusable) return nobody;
   const auto* node = file.table.get("local");
   if (node == nullptr) return settings;
   const auto* local = node->as_table();
   if (local == nullptr) {
-    faults.report(DirectoryFile::kPath, node->source().begin.line, "local is not a table");
+    faults.report(kDirectoryFile, node->source().begin.line, "local is not a table");
     return nobody;
   }
   for (const auto& [key, value] : *local) {
     if (key != "admin-groups" && key != "guests") {
-      reportUnknownKey(faults, key, "local", kSettings);
+      reportUnknownKey(faults, kDirectoryFile, key, "local", kSettings);
     }
   }
   settings.adminGroupsAreKnown = readNames(*local, "admin-groups", settings.adminGroups, faults);

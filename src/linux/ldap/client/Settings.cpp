@@ -11,7 +11,7 @@
 
 #include "base/Ascii.h"
 #include "gatehall/platform/AttributeKinds.h"
-#include "linux/files/DirectoryFile.h"
+#include "linux/files/TomlFile.h"
 #include "linux/ldap/client/DistinguishedName.h"
 
 namespace gatehall::ldap {
@@ -70,7 +70,7 @@ class DirectoryReader {
     const std::vector<std::string_view> known(mKnown.begin(), mKnown.end());
     for (const auto& [key, value] : mTable) {
       if (!mKnown.contains(key.str())) {
-        keep(reportUnknownKey(mFaults, key, "directory", known));
+        keep(reportUnknownKey(mFaults, kDirectoryFile, key, "directory", known));
       }
     }
     if (isFaulty()) return Settings::Unusable{placeOf(mTable), mFault};
@@ -78,7 +78,7 @@ class DirectoryReader {
   }
 
   static std::string placeOf(const toml::node& node) {
-    std::string place(DirectoryFile::kPath);
+    std::string place(kDirectoryFile);
     return place.append(":").append(std::to_string(node.source().begin.line));
   }
 
@@ -93,7 +93,7 @@ class DirectoryReader {
   }
 
   void report(const toml::node& where, std::string_view key, std::string_view fault) {
-    keep(mFaults.report(DirectoryFile::kPath, where.source().begin.line,
+    keep(mFaults.report(kDirectoryFile, where.source().begin.line,
                         "directory." + std::string(key) + " " + std::string(fault)));
   }
 
@@ -252,15 +252,15 @@ class DirectoryReader {
 
 std::vector<Settings::Configured> Settings::readAll(const HostOptions& options, FaultLog& faults) {
   std::vector<Configured> directories;
-  const auto file = DirectoryFile::read(options, faults);
-  if (file.state == DirectoryFile::State::Unusable) {
-    return {Unusable{std::string(DirectoryFile::kPath), file.fault}};
+  const auto file = TomlFile::read(options, kDirectoryFile, faults);
+  if (file.state == TomlFile::State::Unusable) {
+    return {Unusable{std::string(kDirectoryFile), file.fault}};
   }
   for (const auto& [key, value] : file.table) {
     if (key == "local" || key == "directory") continue;
     // Who knows what was meant; it may be a directory.
-    directories.emplace_back(
-        Unusable{DirectoryReader::placeOf(value), reportUnknownKey(faults, key, "", kTables)});
+    directories.emplace_back(Unusable{DirectoryReader::placeOf(value),
+                                      reportUnknownKey(faults, kDirectoryFile, key, "", kTables)});
   }
   const auto* node = file.table.get("directory");
   if (node == nullptr) return directories;
@@ -268,7 +268,7 @@ std::vector<Settings::Configured> Settings::readAll(const HostOptions& options, 
   const auto refuse = [&](const toml::node& where, const std::string& fault) {
     directories.emplace_back(
         Unusable{DirectoryReader::placeOf(where),
-                 faults.report(DirectoryFile::kPath, where.source().begin.line, fault)});
+                 faults.report(kDirectoryFile, where.source().begin.line, fault)});
   };
   if (list == nullptr) {
     refuse(*node, "directory is not a list of tables: write [[directory]]");

@@ -1,4 +1,4 @@
-#include "linux/files/DirectoryFile.h"
+#include "linux/files/TomlFile.h"
 
 #include "linux/files/NearestName.h"
 #include "linux/files/OwnedFile.h"
@@ -11,30 +11,30 @@ constexpr std::size_t kLargestFile = 1048576;
 
 }  // namespace
 
-DirectoryFile DirectoryFile::read(const HostOptions& options, FaultLog& faults) {
+TomlFile TomlFile::read(const HostOptions& options, std::string_view path, FaultLog& faults) {
   std::string fault;
   const auto content =
-      readOwnedFile(options.root + std::string(kPath), {systemOwner(options)}, kLargestFile, fault);
+      readOwnedFile(options.root + std::string(path), {systemOwner(options)}, kLargestFile, fault);
   if (!content && fault.empty()) return {};
   if (!content) {
-    return {State::Unusable, {}, faults.report(kPath, "ignored: " + fault)};
+    return {State::Unusable, {}, faults.report(path, "ignored: " + fault)};
   }
   auto parsed = toml::parse(std::string_view(*content));
   if (!parsed) {
     const auto& error = parsed.error();
     return {
-        State::Unusable, {}, faults.report(kPath, error.source().begin.line, error.description())};
+        State::Unusable, {}, faults.report(path, error.source().begin.line, error.description())};
   }
   return {State::Read, std::move(parsed).table(), {}};
 }
 
-std::string reportUnknownKey(FaultLog& faults, const toml::key& key, std::string_view table,
-                             std::span<const std::string_view> known) {
+std::string reportUnknownKey(FaultLog& faults, std::string_view path, const toml::key& key,
+                             std::string_view table, std::span<const std::string_view> known) {
   auto name = std::string(table);
   if (!name.empty()) name += '.';
   name += key.str();
   const auto nearest = nearestName(key.str(), known);
-  return faults.report(DirectoryFile::kPath, key.source().begin.line,
+  return faults.report(path, key.source().begin.line,
                        name + " is not a setting; did you mean " + std::string(nearest.name) + "?");
 }
 

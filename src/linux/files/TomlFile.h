@@ -24,10 +24,11 @@
 
 namespace gatehall {
 
-/// /etc/gatehall/directory.toml, read once.
-struct DirectoryFile {
-  static constexpr std::string_view kPath = "/etc/gatehall/directory.toml";
+/// Where the network directories are set up, and what is special about local accounts.
+inline constexpr std::string_view kDirectoryFile = "/etc/gatehall/directory.toml";
 
+/// A file of the administrator's with settings, read once.
+struct TomlFile {
   enum class State {
     Missing,
     Unusable,  ///< not to be trusted or not understood; the log says why
@@ -38,12 +39,12 @@ struct DirectoryFile {
   toml::table table;
   std::string fault;  ///< why it is unusable, as the log says it
 
-  static DirectoryFile read(const HostOptions& options, FaultLog& faults);
+  static TomlFile read(const HostOptions& options, std::string_view path, FaultLog& faults);
 };
 
-/// Reports that the key, "TABLE.NAME", is no setting, and which of those that are is the nearest.
-/// The message.
-std::string reportUnknownKey(FaultLog& faults, const toml::key& key, std::string_view table,
-                             std::span<const std::string_view> known);
+/// Reports that the file's key, "TABLE.NAME", is no setting, and which of those that are is the
+/// nearest. The message.
+std::string reportUnknownKey(FaultLog& faults, std::string_view path, const toml::key& key,
+                             std::string_view table, std::span<const std::string_view> known);
 
 }  // namespace gatehall
