@@ -25,6 +25,7 @@ struct SdBus {
   GATEHALL_SD_BUS(wait);
   GATEHALL_SD_BUS(close_unref);
   GATEHALL_SD_BUS(call);
+  GATEHALL_SD_BUS(send);
   GATEHALL_SD_BUS(error_free);
   GATEHALL_SD_BUS(message_new_method_call);
   GATEHALL_SD_BUS(message_append_basic);
@@ -38,6 +39,9 @@ struct SdBus {
   GATEHALL_SD_BUS(message_get_interface);
   GATEHALL_SD_BUS(message_get_member);
   GATEHALL_SD_BUS(message_is_method_error);
+  GATEHALL_SD_BUS(message_is_signal);
+  GATEHALL_SD_BUS(message_get_reply_cookie);
+  GATEHALL_SD_BUS(message_get_error);
   GATEHALL_SD_BUS(add_match_async);
   GATEHALL_SD_BUS(call_async);
   GATEHALL_SD_BUS(attach_event);

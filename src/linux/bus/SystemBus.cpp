@@ -18,6 +18,8 @@ namespace {
 
 constexpr const char* kUnexpected = "an answer of a type that was not expected";
 
+constexpr const char* kLate = "Timeout";
+
 struct ErrorText {
   sd_bus_error error{};
   ErrorText() = default;
@@ -27,7 +29,7 @@ struct ErrorText {
 };
 
 std::string errorName(int number) {
-  return number == ETIMEDOUT ? "Timeout" : "errno " + std::to_string(number);
+  return number == ETIMEDOUT ? kLate : "errno " + std::to_string(number);
 }
 
 /// Of what others wrote, in a line of the log.
@@ -39,16 +41,37 @@ constexpr std::size_t kLongestText = 300;
                  std::move(name));
 }
 
+[[noreturn]] void refuse(const BusMethod& method, const sd_bus_error& error) {
+  const auto* text = error.message;
+  fail(method, printable(text == nullptr ? error.name : text, kLongestText), error.name);
+}
+
 /// sd-bus answers by negative errno(3) numbers.
 int checked(const BusMethod& method, int result) {
   if (result < 0) fail(method, std::generic_category().message(-result), errorName(-result));
   return result;
 }
 
+constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
+constexpr const char* kChanged = "PropertiesChanged";
+
+/// What waits are told of.
+const BusMethod kSignals{"the system bus", "", "", "its signals"};
+
+bool isChange(sd_bus_message* message) {
+  return sdBus().message_is_signal(message, kProperties, kChanged) > 0;
+}
+
 }  // namespace
+
+bool BusError::isLate() const { return mName == kLate || mName == SD_BUS_ERROR_TIMEOUT; }
 
 struct SystemBus::Connection {
   SdBusConnection bus;
+};
+
+struct SystemBus::Message {
+  SdBusMessage message;
 };
 
 SystemBus::SystemBus(const HostOptions& options, Deadline deadline)
@@ -97,42 +120,100 @@ Array SystemBus::call(const BusMethod& method, const Strings& arguments) {
 }
 
 Value SystemBus::property(const BusMethod& property) {
-  const BusMethod get{property.service, property.path, "org.freedesktop.DBus.Properties", "Get"};
+  const BusMethod get{property.service, property.path, kProperties, "Get"};
   auto values = exchange(get, {property.interface, property.member}, property);
   if (values.size() != 1) fail(property, kUnexpected, errorName(EBADMSG));
   return std::move(values.front());
+}
+
+SystemBus::Message SystemBus::request(const BusMethod& method, const Strings& arguments,
+                                      const BusMethod& subject) const {
+  const auto& sd = sdBus();
+  sd_bus_message* question = nullptr;
+  checked(subject, sd.message_new_method_call(mConnection->bus.get(), &question,
+                                              method.service.c_str(), method.path.c_str(),
+                                              method.interface.c_str(), method.member.c_str()));
+  SdBusMessage request(question);
+  for (const auto& each : arguments) {
+    checked(subject, sd.message_append_basic(question, SD_BUS_TYPE_STRING, each.c_str()));
+  }
+  return {std::move(request)};
 }
 
 /// Calls a method; failures speak of the subject.
 Array SystemBus::exchange(const BusMethod& method, const Strings& arguments,
                           const BusMethod& subject) {
   const auto& sd = sdBus();
-  auto* bus = mConnection->bus.get();
-  sd_bus_message* question = nullptr;
-  checked(subject,
-          sd.message_new_method_call(bus, &question, method.service.c_str(), method.path.c_str(),
-                                     method.interface.c_str(), method.member.c_str()));
-  const SdBusMessage request(question);
-  for (const auto& each : arguments) {
-    checked(subject, sd.message_append_basic(question, SD_BUS_TYPE_STRING, each.c_str()));
-  }
-
+  const auto question = request(method, arguments, subject);
   ErrorText failure;
   sd_bus_message* answer = nullptr;
-  const int result = sd.call(bus, question, static_cast<std::uint64_t>(callLimit().count()),
-                             &failure.error, &answer);
+  const int result =
+      sd.call(mConnection->bus.get(), question.message.get(),
+              static_cast<std::uint64_t>(callLimit().count()), &failure.error, &answer);
   const SdBusMessage reply(answer);
-  if (result < 0 && failure.error.name != nullptr) {
-    const auto* text = failure.error.message;
-    fail(subject, printable(text == nullptr ? failure.error.name : text, kLongestText),
-         failure.error.name);
-  }
+  if (result < 0 && failure.error.name != nullptr) refuse(subject, failure.error);
   checked(subject, result);
   try {
     return messageValues(answer);
   } catch (const UnreadableMessage& unreadable) {
     if (unreadable.error == EBADMSG) fail(subject, kUnexpected, errorName(EBADMSG));
     fail(subject, std::generic_category().message(unreadable.error), errorName(unreadable.error));
+  }
+}
+
+void SystemBus::followProperties(const std::string& service, const std::string& path) {
+  call({"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "AddMatch"},
+       {"type='signal',sender='" + service + "',path_namespace='" + path + "',interface='" +
+        kProperties + "',member='" + kChanged + "'"});
+}
+
+/// What comes next; nothing when nothing comes by then.
+SystemBus::Message SystemBus::next(Deadline deadline) {
+  const auto& sd = sdBus();
+  auto* bus = mConnection->bus.get();
+  for (;;) {
+    const auto left = std::chrono::duration_cast<std::chrono::microseconds>(
+        deadline - std::chrono::steady_clock::now());
+    if (left.count() <= 0) return {};
+    sd_bus_message* raw = nullptr;
+    const int result = checked(kSignals, sd.process(bus, &raw));
+    if (raw != nullptr) return {SdBusMessage(raw)};
+    if (result > 0) continue;
+    const int waited = sd.wait(bus, static_cast<std::uint64_t>(left.count()));
+    if (waited != -EINTR) checked(kSignals, waited);
+  }
+}
+
+bool SystemBus::waitUntil(const Condition& holds, std::chrono::milliseconds limit) {
+  const auto deadline = std::min(mDeadline, std::chrono::steady_clock::now() + limit);
+  while (!holds()) {
+    Message message;
+    do {
+      message = next(deadline);
+      if (!message.message) return false;
+    } while (!isChange(message.message.get()));
+  }
+  return true;
+}
+
+void SystemBus::callUntil(const BusMethod& method, const Strings& arguments, const Condition& holds,
+                          std::chrono::milliseconds limit) {
+  const auto& sd = sdBus();
+  const auto deadline = std::chrono::steady_clock::now() + limit;
+  mDeadline = std::max(mDeadline, deadline);
+  const auto question = request(method, arguments, method);
+  std::uint64_t cookie = 0;
+  checked(method, sd.send(mConnection->bus.get(), question.message.get(), &cookie));
+  for (;;) {
+    const auto message = next(deadline);
+    auto* raw = message.message.get();
+    if (raw == nullptr) checked(method, -ETIMEDOUT);
+    std::uint64_t answered = 0;
+    if (sd.message_get_reply_cookie(raw, &answered) >= 0 && answered == cookie) {
+      if (sd.message_is_method_error(raw, nullptr) > 0) refuse(method, *sd.message_get_error(raw));
+      return;
+    }
+    if (isChange(raw) && holds()) return;
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -28,6 +29,9 @@ class BusError : public PlatformException {
   /// The D-Bus error name, or that of the errno(3) number.
   const std::string& name() const { return mName; }
 
+  /// Whether there was no answer in time, so that what was asked for may still be done.
+  bool isLate() const;
+
  private:
   std::string mName;
 };
@@ -54,11 +58,32 @@ class SystemBus {
   /// The value of an object's property, whose name stands in the member's place. Raises as call.
   Value property(const BusMethod& property);
 
+  /// Whether something holds by now, as services say that are asked for it.
+  using Condition = std::function<bool()>;
+
+  /// From now on a changed property of the service's objects, those below the path, ends the waits
+  /// below, which then look again. Raises as call.
+  void followProperties(const std::string& service, const std::string& path);
+
+  /// Waits until that holds: it is looked at first, and again whenever a property is said to have
+  /// changed, which anybody can say. False when it doesn't hold within the limit. Raises as call.
+  bool waitUntil(const Condition& holds, std::chrono::milliseconds limit);
+
+  /// Calls, and waits for the answer or until that holds, which is looked at whenever a property is
+  /// said to have changed, whichever comes first. Has the whole limit, whatever is left of the
+  /// operation's time. Raises as call.
+  void callUntil(const BusMethod& method, const Strings& arguments, const Condition& holds,
+                 std::chrono::milliseconds limit);
+
  private:
   struct Connection;
+  struct Message;
 
   std::chrono::microseconds callLimit() const;
+  Message request(const BusMethod& method, const Strings& arguments,
+                  const BusMethod& subject) const;
   Array exchange(const BusMethod& method, const Strings& arguments, const BusMethod& subject);
+  Message next(Deadline deadline);
 
   std::chrono::milliseconds mCallTimeout;
   Deadline mDeadline;
