@@ -17,12 +17,13 @@ namespace {
 
 constexpr std::string_view kUserRecords = "/etc/userdb";
 
-constexpr std::array<std::string_view, 6> kFiles{
+constexpr std::array<std::string_view, 7> kFiles{
     "/etc/passwd",
     "/etc/group",
     "/etc/shells",
     "/etc/machine-id",
     "/etc/gatehall/directory.toml",
+    "/etc/gatehall/switch.toml",
     "/etc/gatehall/com.orvane.gatehall.plist",
 };
 

@@ -37,10 +37,13 @@ TEST_F(PolicyFiles, AreAllThereForEverybodyOnAGoodDay) {
 }
 
 TEST_F(PolicyFiles, AreToldOfWhenTheirModeHidesThem) {
+  mMachine.write("/etc/gatehall/switch.toml", "");
   setMode("/etc/group", 0640);
+  setMode("/etc/gatehall/switch.toml", 0600);
   setMode("/etc/userdb/erin.user", 0600);
   EXPECT_EQ(hidden(),
-            (Strings{sentence("/etc/group", "0640"), sentence("/etc/userdb/erin.user", "0600")}));
+            (Strings{sentence("/etc/group", "0640"), sentence("/etc/gatehall/switch.toml", "0600"),
+                     sentence("/etc/userdb/erin.user", "0600")}));
 }
 
 TEST_F(PolicyFiles, AreToldOfOnceByTheFolderThatHidesThem) {

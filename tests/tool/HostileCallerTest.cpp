@@ -26,7 +26,9 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr uid_t kAnn = 1000;
-const std::string kSwitchToBob = "/org/freedesktop/DisplayManager/Seat0 SwitchToUser 'bob' ''\n";
+const std::string kSwitchToBob =
+    "/org/freedesktop/login1 LockSession '2'\n"
+    "/org/freedesktop/DisplayManager/Seat0 SwitchToUser 'bob' ''\n";
 
 /// Words that ask for erin, whom the deny list holds, and then for carol, who has a password and a
 /// running session.

@@ -45,6 +45,10 @@ constexpr const char* kNoLocalUsers =
 const std::string kSeat = "/org/freedesktop/DisplayManager/Seat0 ";
 const std::string kLogin1 = "/org/freedesktop/login1 ";
 
+/// Ann's session is left for Bob's desktop, which asks for no password, once it is locked.
+const std::string kLock = kLogin1 + "LockSession '2'\n";
+const std::string kSwitchToBob = kSeat + "SwitchToUser 'bob' ''\n";
+
 /// A server on loopback that takes calls and never answers.
 class TcpListener {
  public:
@@ -136,14 +140,13 @@ class SwitchTool : public testing::Test {
 TEST_F(SwitchTool, HasLightDMSwitchToAUserWithoutPasswordForTheConsolesOwner) {
   start({"lightdm", "logind"});
   EXPECT_THAT(run({"-switchToUserID", "1001"}, {.userID = kAnn}).log, IsEmpty());
-  EXPECT_EQ(machine->bus.calls(), kSeat + "SwitchToUser 'bob' ''\n");
+  EXPECT_EQ(machine->bus.calls(), kLock + kSwitchToBob);
 }
 
 TEST_F(SwitchTool, ActivatesARunningSessionOfAUserWithoutPasswordAsItReadsTheHashAsAnn) {
   start({"lightdm", "logind", kBobRunning});
   EXPECT_THAT(run({"-switchToUserID", "1001"}, {.userID = kAnn}).log, IsEmpty());
-  EXPECT_EQ(machine->bus.calls(),
-            kLogin1 + "LockSession '2'\n" + kLogin1 + "ActivateSessionOnSeat 'c3' 'seat0'\n");
+  EXPECT_EQ(machine->bus.calls(), kLock + kLogin1 + "ActivateSessionOnSeat 'c3' 'seat0'\n");
 }
 
 TEST_F(SwitchTool, NeverActivatesARunningSessionOfAUserWithAPassword) {
@@ -155,15 +158,14 @@ TEST_F(SwitchTool, NeverActivatesARunningSessionOfAUserWithAPassword) {
 TEST_F(SwitchTool, BringsUpTheLoginScreen) {
   start({"lightdm", "logind"});
   EXPECT_THAT(run({"-suspend", "-switchToUserID", "1001"}, {.userID = kAnn}).log, IsEmpty());
-  EXPECT_EQ(machine->bus.calls(), kLogin1 + "LockSession '2'\n" + kSeat + "SwitchToGreeter\n");
+  EXPECT_EQ(machine->bus.calls(), kLock + kSeat + "SwitchToGreeter\n");
 }
 
 TEST_F(SwitchTool, SwitchesForRootToSeveralUsersInTurn) {
   start({"lightdm", "logind"});
   const auto result = run({"-switchToUserID", "1001", "-x", "-switchToUserID", "1002", "-suspend"});
   EXPECT_THAT(result.log, ElementsAre(kRoot));
-  EXPECT_EQ(machine->bus.calls(), kSeat + "SwitchToUser 'bob' ''\n" + kSeat +
-                                      "SwitchToUser 'carol' ''\n" + kLogin1 + "LockSession '2'\n" +
+  EXPECT_EQ(machine->bus.calls(), kLock + kSwitchToBob + kSeat + "SwitchToUser 'carol' ''\n" +
                                       kSeat + "SwitchToGreeter\n");
 }
 
@@ -243,8 +245,7 @@ TEST_F(SwitchTool, TakesNothingFromItsEnvironment) {
   EXPECT_THAT(run({"-switchToUserID", "1001"}, hostile).log, IsEmpty());
   const Caller hostileRoot{.environment = hostile.environment};
   EXPECT_THAT(run({"-switchToUserID", "1001"}, hostileRoot).log.back(), kRoot);
-  EXPECT_EQ(machine->bus.calls(),
-            kSeat + "SwitchToUser 'bob' ''\n" + kSeat + "SwitchToUser 'bob' ''\n");
+  EXPECT_EQ(machine->bus.calls(), kLock + kSwitchToBob + kSwitchToBob);
 }
 
 TEST_F(SwitchTool, WorksWithClosedStandardDescriptors) {
@@ -252,8 +253,7 @@ TEST_F(SwitchTool, WorksWithClosedStandardDescriptors) {
   for (const uid_t caller : {uid_t{0}, kAnn}) {
     run({"-switchToUserID", "1001"}, {.userID = caller, .closesStandardDescriptors = true});
   }
-  EXPECT_EQ(machine->bus.calls(),
-            kSeat + "SwitchToUser 'bob' ''\n" + kSeat + "SwitchToUser 'bob' ''\n");
+  EXPECT_EQ(machine->bus.calls(), kLock + kSwitchToBob + kSwitchToBob);
 }
 
 /// An administrator's setting must not go away because a caller leaves the tool too little to read
@@ -279,7 +279,7 @@ TEST_F(SwitchTool, NeverSwitchesAgainstASettingHoweverLittleItsCallerLeavesIt) {
   EXPECT_EQ(callsWith({.userID = kAnn}), "");
   machine->remove(kSettings);
   EXPECT_EQ(callsWith({.userID = kAnn, .limits = {{RLIMIT_AS, sizes.back()}}}),
-            kSeat + "SwitchToUser 'bob' ''\n");
+            kLock + kSwitchToBob);
 }
 
 TEST_F(SwitchTool, EndsByASignalAndSaysWhyWhenASettingCanNotBeRead) {
@@ -305,7 +305,7 @@ TEST_F(SwitchTool, ReadsNoFileWhereItsCallerStands) {
   run({"-switchToUserID", "1001"}, {.userID = kAnn, .folder = trap.folder()});
   EXPECT_TRUE(silent.wasCalled());
   EXPECT_FALSE(trap.wasOpened());
-  EXPECT_EQ(machine->bus.calls(), kSeat + "SwitchToUser 'bob' ''\n");
+  EXPECT_EQ(machine->bus.calls(), kLock + kSwitchToBob);
 }
 
 TEST_F(SwitchTool, SaysThatItsCallersLimitsAreTooLow) {
@@ -332,7 +332,7 @@ TEST_F(SwitchTool, IgnoresWhatItIsCalledAndAnEmptyArgumentVector) {
   EXPECT_THAT(run({}, {.userID = kAnn, .name = {}}).log, IsEmpty());
   const Caller oddlyNamed{.userID = kAnn, .name = {std::string(100000, '%') + "s\n"}};
   EXPECT_THAT(run({"-switchToUserID", "1001"}, oddlyNamed).log, IsEmpty());
-  EXPECT_EQ(machine->bus.calls(), kSeat + "SwitchToUser 'bob' ''\n");
+  EXPECT_EQ(machine->bus.calls(), kLock + kSwitchToBob);
 }
 
 }  // namespace

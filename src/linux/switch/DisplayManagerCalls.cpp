@@ -57,8 +57,8 @@ std::string seatPath(SystemBus& bus) {
   return hasUsual ? usual : *paths->front().string();
 }
 
-void callSeat(SystemBus& bus, const char* member, const Strings& arguments) {
-  bus.call({kSeatService, seatPath(bus), "org.freedesktop.DisplayManager.Seat", member}, arguments);
+BusMethod seat(SystemBus& bus, const char* member) {
+  return {kSeatService, seatPath(bus), "org.freedesktop.DisplayManager.Seat", member};
 }
 
 }  // namespace
@@ -70,19 +70,21 @@ DisplayManager find(SystemBus& bus) {
   return isOnBus(bus, kGdmService) ? DisplayManager::GDM : DisplayManager::None;
 }
 
-void perform(SystemBus& bus, Step step, const switchDecision::Target& target) {
+void perform(SystemBus& bus, Step step, const switchDecision::Target& target,
+             const SystemBus::Condition& isDone, std::chrono::milliseconds limit) {
   // An empty session name asks for the user's usual session.
   switch (step) {
     case Step::SwitchToUser:
-      return callSeat(bus, "SwitchToUser", {target.name, ""});
+      return bus.callUntil(seat(bus, "SwitchToUser"), {target.name, ""}, isDone, limit);
     case Step::SwitchToGuest:
-      return callSeat(bus, "SwitchToGuest", {""});
+      return bus.callUntil(seat(bus, "SwitchToGuest"), {""}, isDone, limit);
     case Step::SwitchToGreeter:
-      return callSeat(bus, "SwitchToGreeter", {});
+      return bus.callUntil(seat(bus, "SwitchToGreeter"), {}, isDone, limit);
     case Step::CreateTransientDisplay:
-      bus.call({kGdmService, "/org/gnome/DisplayManager/LocalDisplayFactory",
-                "org.gnome.DisplayManager.LocalDisplayFactory", "CreateTransientDisplay"});
-      return;
+      return bus.callUntil(
+          {kGdmService, "/org/gnome/DisplayManager/LocalDisplayFactory",
+           "org.gnome.DisplayManager.LocalDisplayFactory", "CreateTransientDisplay"},
+          {}, isDone, limit);
     case Step::Impossible:
       return;
   }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include "linux/bus/SystemBus.h"
 #include "linux/switch/SwitchDecision.h"
 
@@ -9,7 +11,9 @@ namespace gatehall::displayManagerCalls {
 /// The display manager that is on the bus; nothing is started by asking.
 switchDecision::DisplayManager find(SystemBus& bus);
 
-/// Performs the step, which is not Impossible.
-void perform(SystemBus& bus, switchDecision::Step step, const switchDecision::Target& target);
+/// Performs the step, which is not Impossible, and waits until the display manager answers or the
+/// step is seen to be done, at most for the limit.
+void perform(SystemBus& bus, switchDecision::Step step, const switchDecision::Target& target,
+             const SystemBus::Condition& isDone, std::chrono::milliseconds limit);
 
 }  // namespace gatehall::displayManagerCalls

@@ -11,7 +11,7 @@ namespace gatehall {
 /// Switches the console by the display manager's own means, or by logind where a session may be
 /// brought to the front without asking for a password. Raises nothing: a switch that fails answers
 /// a status of 1, and the log says what could not be done and why. Ends
-/// within five seconds.
+/// within fifteen seconds: five for the questions before, nine for what the display manager does.
 class LinuxLoginService final : public LoginService {
  public:
   LinuxLoginService(HostOptions options, Log& log);

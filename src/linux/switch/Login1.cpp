@@ -33,10 +33,20 @@ bool isSet(const Dictionary& properties, std::string_view name) {
 }
 
 /// One of ListSessions' entries: name, user id, user name, seat, object.
-bool isOnSeat(const Array& entry, std::uint32_t userID) {
-  return entry.size() == 5 && entry[1].integerValue() == std::int64_t{userID} &&
-         textAt(entry, 3) == graphicalSession::kSeat && !textAt(entry, 0).empty();
+bool isOnSeat(const Array& entry) {
+  return entry.size() == 5 && textAt(entry, 3) == graphicalSession::kSeat &&
+         !textAt(entry, 0).empty();
 }
+
+std::optional<std::int64_t> ownersID(const Array& entry) { return entry[1].integerValue(); }
+
+/// Login screens run as accounts of the system. A session of anybody else's that calls itself one
+/// may be made to ask for passwords.
+constexpr std::int64_t kFirstPersonsID = 1000;
+
+bool isSystems(std::optional<std::int64_t> userID) { return userID && *userID < kFirstPersonsID; }
+
+std::string seatPath() { return std::string(kPath) + "/seat/" + graphicalSession::kSeat; }
 
 std::optional<Login1::Owner> ownerIn(const Dictionary& properties) {
   const auto user = properties.find("User");
@@ -51,21 +61,22 @@ std::optional<Login1::Owner> ownerIn(const Dictionary& properties) {
 
 }  // namespace
 
-std::optional<Login1::Reference> Login1::active() {
-  const auto path = std::string(kPath) + "/seat/" + graphicalSession::kSeat;
-  const auto value =
-      mBus.property({kService, path, "org.freedesktop.login1.Seat", "ActiveSession"});
-  const auto* structure = value.array();
-  if (structure == nullptr || textAt(*structure, 0).empty()) return std::nullopt;
-  return Reference{std::string(textAt(*structure, 0)), std::string(textAt(*structure, 1))};
-}
-
-std::optional<Dictionary> Login1::properties(const std::string& path) {
+std::optional<Login1::Session> Login1::session(const std::string& name, const std::string& path) {
   try {
     const auto values =
         mBus.call({kService, path, "org.freedesktop.DBus.Properties", "GetAll"}, {kSession});
     const auto* found = values.size() == 1 ? values.front().dictionary() : nullptr;
-    return found == nullptr ? std::nullopt : std::optional(*found);
+    if (found == nullptr) return std::nullopt;
+    const auto state = textOf(*found, "State");
+    Session session{.name = name, .path = path, .owner = ownerIn(*found)};
+    session.isUsers = graphicalSession::isUsers(textOf(*found, "Class"));
+    session.isGreeter =
+        textOf(*found, "Class") == "greeter" && session.owner && isSystems(session.owner->userID);
+    session.isGraphical = graphicalSession::isGraphical(textOf(*found, "Type"));
+    session.isLoggedIn = graphicalSession::isLoggedIn(state);
+    session.isLocked = isSet(*found, "LockedHint");
+    session.isActive = state == "active";
+    return session;
   } catch (const BusError& error) {
     // A session that went away meanwhile is nothing out of the ordinary.
     if (error.name() != "org.freedesktop.DBus.Error.UnknownObject") throw;
@@ -73,47 +84,79 @@ std::optional<Dictionary> Login1::properties(const std::string& path) {
   }
 }
 
-std::optional<Login1::RunningSession> Login1::runningSession(std::uint32_t userID) {
+std::optional<Login1::Reference> Login1::active() {
+  const auto value =
+      mBus.property({kService, seatPath(), "org.freedesktop.login1.Seat", "ActiveSession"});
+  const auto* structure = value.array();
+  if (structure == nullptr || textAt(*structure, 0).empty()) return std::nullopt;
+  return Reference{std::string(textAt(*structure, 0)), std::string(textAt(*structure, 1))};
+}
+
+std::optional<Login1::Session> Login1::front() {
+  const auto reference = active();
+  return reference ? session(reference->name, reference->path) : std::nullopt;
+}
+
+/// The first session on the seat that is one, but the active one before others.
+std::optional<Login1::Session> Login1::onSeat(const std::function<bool(const Array& entry)>& mayBe,
+                                              const std::function<bool(const Session&)>& is) {
   const auto values = mBus.call({kService, kPath, kManager, "ListSessions"});
   const auto* list = values.size() == 1 ? values.front().array() : nullptr;
-  std::optional<RunningSession> running;
+  std::optional<Session> first;
   for (const auto& each : list == nullptr ? Array() : *list) {
     const auto* entry = each.array();
-    if (entry == nullptr || !isOnSeat(*entry, userID)) continue;
-    const auto session = properties(std::string(textAt(*entry, 4)));
-    if (!session || !graphicalSession::isUsers(textOf(*session, "Class")) ||
-        !graphicalSession::isGraphical(textOf(*session, "Type"))) {
-      continue;
-    }
-    const auto state = textOf(*session, "State");
-    RunningSession found{std::string(textAt(*entry, 0)), std::string(textAt(*entry, 4)),
-                         ownerIn(*session), isSet(*session, "LockedHint"), state == "active"};
-    if (found.isActive) return found;
-    if (!running && graphicalSession::isLoggedIn(state)) running = std::move(found);
+    if (entry == nullptr || !isOnSeat(*entry) || !mayBe(*entry)) continue;
+    auto found = session(std::string(textAt(*entry, 0)), std::string(textAt(*entry, 4)));
+    if (!found || !found->isGraphical || !found->isLoggedIn || !is(*found)) continue;
+    if (found->isActive) return found;
+    if (!first) first = std::move(found);
   }
-  return running;
+  return first;
 }
 
-std::optional<Login1::Owner> Login1::owner(const RunningSession& session) {
-  const auto found = properties(session.path);
-  return found ? ownerIn(*found) : std::nullopt;
+std::optional<Login1::Session> Login1::runningSession(std::uint32_t userID) {
+  return onSeat([userID](const Array& entry) { return ownersID(entry) == std::int64_t{userID}; },
+                [](const Session& session) { return session.isUsers; });
 }
 
-void Login1::lockActiveSession() {
-  const auto session = active();
-  if (!session) return;
-  const auto found = properties(session->path);
-  if (!found || !graphicalSession::isUsers(textOf(*found, "Class"))) return;
-  mBus.call({kService, kPath, kManager, "LockSession"}, {session->name});
+std::optional<Login1::Session> Login1::greeter() {
+  return onSeat([](const Array& entry) { return isSystems(ownersID(entry)); },
+                [](const Session& session) { return session.isGreeter; });
 }
 
-void Login1::activate(const std::string& session) {
+std::optional<Login1::Owner> Login1::owner(const Session& session) {
+  const auto found = this->session(session.name, session.path);
+  return found ? found->owner : std::nullopt;
+}
+
+void Login1::followChanges() {
+  if (!std::exchange(mFollowsChanges, true)) mBus.followProperties(kService, kPath);
+}
+
+bool Login1::lock(const Session& session, std::chrono::milliseconds limit) {
+  followChanges();
+  mBus.call({kService, kPath, kManager, "LockSession"}, {session.name});
+  return mBus.waitUntil(
+      [&] {
+        return mBus.property({kService, session.path, kSession, "LockedHint"}) == Value(true);
+      },
+      limit);
+}
+
+void Login1::unlock(const Session& session) {
+  mBus.call({kService, kPath, kManager, "UnlockSession"}, {session.name});
+}
+
+void Login1::activate(const Session& session, std::chrono::milliseconds limit) {
+  followChanges();
   mBus.call({kService, kPath, kManager, "ActivateSessionOnSeat"},
-            {session, graphicalSession::kSeat});
-}
-
-void Login1::unlock(const std::string& session) {
-  mBus.call({kService, kPath, kManager, "UnlockSession"}, {session});
+            {session.name, graphicalSession::kSeat});
+  mBus.waitUntil(
+      [&] {
+        const auto reference = active();
+        return reference && reference->name == session.name;
+      },
+      limit);
 }
 
 }  // namespace gatehall

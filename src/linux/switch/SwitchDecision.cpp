@@ -48,6 +48,14 @@ Target target(const Dictionary& attributes) {
 
 bool mayActivate(const Target& target) { return target.hasEmptyPassword && !target.isGuest; }
 
+bool opensUnasked(Step step, const Target& target) {
+  return step == Step::SwitchToGuest || (step == Step::SwitchToUser && target.hasEmptyPassword);
+}
+
+bool makesAnotherGreeter(DisplayManager displayManager) {
+  return displayManager == DisplayManager::OtherSeat || displayManager == DisplayManager::GDM;
+}
+
 Step loginScreen(DisplayManager displayManager) {
   switch (displayManager) {
     case DisplayManager::LightDM:

@@ -40,6 +40,13 @@ Target target(const Dictionary& attributes);
 /// for a password then, so the account must have none.
 bool mayActivate(const Target& target);
 
+/// Whether the display manager's step brings up a desktop without asking anybody for a password.
+bool opensUnasked(Step step, const Target& target);
+
+/// Whether the display manager makes another login screen each time that it is asked for one, so
+/// that one that runs is better brought to the front by logind.
+bool makesAnotherGreeter(DisplayManager displayManager);
+
 /// How the display manager brings up its login screen.
 Step loginScreen(DisplayManager displayManager);
 

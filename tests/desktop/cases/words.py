@@ -73,15 +73,18 @@ def several_ids_by_ann_are_asked_for_in_turn(desktop):
     desktop.until_locked("ann")
 
 
-def several_running_sessions_come_to_the_front_in_turn_for_ann(desktop):
-    """Once ann's session is not in front any more, others than LightDM refuse her."""
+def several_running_sessions_end_at_the_greeter_for_ann(desktop):
+    """Once ann's session is not in front any more, she may not have bob's locked, and it is left for
+    no desktop."""
     desktop.start_session_of("bob")
     desktop.start_session_of("erin")
     desktop.bring_to_front("ann")
     for user in ("ann", "bob"):
         desktop.unlock(user)
-    desktop.switch("-switchToUserID", "1001", "-switchToUserID", "1003")
-    desktop.until_in_front("erin")
+    result = desktop.switch("-switchToUserID", "1001", "-switchToUserID", "1003")
+    assert len(result.log) == 1 and "LockSession" in result.log[0], result
+    assert desktop.asked()[-1] == "greeter", desktop.asked()
+    desktop.until_greeter()
     desktop.until_locked("ann")
 
 

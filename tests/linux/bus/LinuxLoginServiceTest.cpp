@@ -149,7 +149,7 @@ TEST_F(LinuxLoginServiceTest, DoesNothingWhenTheUsersSessionIsInFront) {
 TEST_F(LinuxLoginServiceTest, StartsASessionOfAUserWithoutPassword) {
   start({"lightdm", "logind"});
   EXPECT_EQ(service().switchToUser(bob), 0);
-  EXPECT_EQ(callsWithoutTrouble(), "/org/freedesktop/DisplayManager/Seat0 SwitchToUser 'bob' ''\n");
+  EXPECT_EQ(callsWithoutTrouble(), std::string(kLockAnn) + kSwitchToBob);
   start({"sddm", "logind"});
   EXPECT_EQ(service().switchToUser(bob), 0);
   EXPECT_EQ(callsWithoutTrouble(), std::string(kLockAnn) + kGreeter);
@@ -165,7 +165,7 @@ TEST_F(LinuxLoginServiceTest, ActivatesOnlyGraphicalUserSessionsOnTheSeatThatAre
          "session=9,1001,bob,seat0,x11,user,closing", "session=10,1003,dana,seat0,x11,user,online",
          "gone=11,1001,bob,seat0"});
   EXPECT_EQ(service().switchToUser(bob), 0);
-  EXPECT_EQ(callsWithoutTrouble(), "/org/freedesktop/DisplayManager/Seat0 SwitchToUser 'bob' ''\n");
+  EXPECT_EQ(callsWithoutTrouble(), std::string(kLockAnn) + kSwitchToBob);
 }
 
 TEST_F(LinuxLoginServiceTest, BringsNoSessionOfAnotherNameToTheFrontAndSwitchesNothing) {
@@ -206,7 +206,8 @@ TEST_F(LinuxLoginServiceTest, ActivatesNothingForAPasswordThatIsNotEmptyOrIsNoTe
 TEST_F(LinuxLoginServiceTest, StartsAGuestSessionWithLightDM) {
   start({"lightdm", "logind"});
   EXPECT_EQ(service().switchToUser(guest()), 0);
-  EXPECT_EQ(callsWithoutTrouble(), "/org/freedesktop/DisplayManager/Seat0 SwitchToGuest ''\n");
+  EXPECT_EQ(callsWithoutTrouble(),
+            std::string(kLockAnn) + "/org/freedesktop/DisplayManager/Seat0 SwitchToGuest ''\n");
 }
 
 TEST_F(LinuxLoginServiceTest, ShowsTheLoginScreenForAGuestElsewhere) {
@@ -258,12 +259,14 @@ TEST_F(LinuxLoginServiceTest, SaysWhatADisplayManagerRefusedAndWhy) {
                                       "SwitchToUser: Not?today"));
 }
 
-TEST_F(LinuxLoginServiceTest, LeavesItToLightDMWhenItCanNotLock) {
+TEST_F(LinuxLoginServiceTest, ShowsTheLoginScreenInsteadOfADesktopWhenItMayNotLock) {
   start({"lightdm", "logind=LockSession", kBobRunning});
   EXPECT_EQ(service().switchToUser(bob), 0);
   EXPECT_THAT(log.errors,
-              ElementsAre("Unable to ask org.freedesktop.login1 for LockSession: Not?today"));
-  EXPECT_EQ(bus.calls(), std::string(kLockAnn) + kSwitchToBob);
+              ElementsAre("Unable to ask org.freedesktop.login1 for LockSession: Not?today; the "
+                          "session in front is not left for the desktop of bob, which asks for no "
+                          "password."));
+  EXPECT_EQ(bus.calls(), std::string(kLockAnn) + kGreeter);
 }
 
 TEST_F(LinuxLoginServiceTest, LeavesItToTheDisplayManagerWhenItMayNotActivate) {
@@ -274,7 +277,7 @@ TEST_F(LinuxLoginServiceTest, LeavesItToTheDisplayManagerWhenItMayNotActivate) {
   EXPECT_EQ(bus.calls(), std::string(kLockAnn) + kActivateBob + kSwitchToBob);
   start({"sddm", "logind=ActivateSessionOnSeat", kBobRunning});
   EXPECT_EQ(service().switchToUser(bob), 0);
-  EXPECT_EQ(bus.calls(), std::string(kLockAnn) + kActivateBob + kLockAnn + kGreeter);
+  EXPECT_EQ(bus.calls(), std::string(kLockAnn) + kActivateBob + kGreeter);
   EXPECT_THAT(log.errors, ElementsAre(refused, refused));
 }
 
@@ -282,20 +285,20 @@ TEST_F(LinuxLoginServiceTest, UnlocksALockedSessionBeforeItActivatesIt) {
   for (const auto* displayManager : {"lightdm", "sddm", "gdm"}) {
     start({displayManager, "logind", kBobLocked});
     EXPECT_EQ(service().switchToUser(bob), 0);
-    EXPECT_EQ(callsWithoutTrouble(), std::string(kUnlockBob) + kLockAnn + kActivateBob);
+    EXPECT_EQ(callsWithoutTrouble(), std::string(kLockAnn) + kUnlockBob + kActivateBob);
   }
 }
 
 TEST_F(LinuxLoginServiceTest, LeavesALockedSessionToLightDMWhenItMayNotUnlock) {
   start({"lightdm", "logind=UnlockSession", kBobLocked});
   EXPECT_EQ(service().switchToUser(bob), 0);
-  EXPECT_EQ(callsWithoutTrouble(), std::string(kUnlockBob) + kSwitchToBob);
+  EXPECT_EQ(callsWithoutTrouble(), std::string(kLockAnn) + kUnlockBob + kSwitchToBob);
 }
 
 TEST_F(LinuxLoginServiceTest, ActivatesALockedSessionElsewhereWhenItMayNotUnlock) {
   start({"sddm", "logind=UnlockSession", kBobLocked});
   EXPECT_EQ(service().switchToUser(bob), 0);
-  EXPECT_EQ(bus.calls(), std::string(kUnlockBob) + kLockAnn + kActivateBob);
+  EXPECT_EQ(bus.calls(), std::string(kLockAnn) + kUnlockBob + kActivateBob);
   EXPECT_THAT(log.errors,
               ElementsAre("Unable to ask org.freedesktop.login1 for UnlockSession: Not?today"));
 }
@@ -308,12 +311,20 @@ TEST_F(LinuxLoginServiceTest, ShowsTheLoginScreenEvenWhenItCanNotLock) {
   EXPECT_EQ(bus.calls(), kGreeter);
 }
 
-TEST_F(LinuxLoginServiceTest, LeavesItToLightDMWhenThereIsNoLogind) {
+TEST_F(LinuxLoginServiceTest, ShowsTheLoginScreenInsteadOfADesktopWhenThereIsNoLogind) {
   bus.start({"lightdm"});
   EXPECT_EQ(service().switchToUser(bob), 0);
   EXPECT_THAT(log.errors,
-              ElementsAre(StartsWith("Unable to ask org.freedesktop.login1 for ListSessions: ")));
-  EXPECT_EQ(bus.calls(), "/org/freedesktop/DisplayManager/Seat0 SwitchToUser 'bob' ''\n");
+              ElementsAre(StartsWith("Unable to ask org.freedesktop.login1 for ListSessions: "),
+                          StartsWith("Unable to ask org.freedesktop.login1 for ActiveSession: ")));
+  EXPECT_EQ(bus.calls(), kGreeter);
+}
+
+TEST_F(LinuxLoginServiceTest, LeavesAUserWithAPasswordToLightDMWhenThereIsNoLogind) {
+  bus.start({"lightdm"});
+  EXPECT_EQ(service().switchToUser(carol), 0);
+  EXPECT_EQ(callsWithoutTrouble(),
+            "/org/freedesktop/DisplayManager/Seat0 SwitchToUser 'carol' ''\n");
 }
 
 TEST_F(LinuxLoginServiceTest, WithstandsAnswersOfAnyType) {
@@ -361,7 +372,9 @@ TEST_F(LinuxLoginServiceInTime, GoesOnWhenLogindNeverAnswers) {
   EXPECT_EQ(service(bus.address()).switchToUser(bob), 0);
   expectItEndedInTime();
   EXPECT_THAT(log.errors, ElementsAre("Unable to ask org.freedesktop.login1 for ListSessions: "
-                                      "Connection timed out"));
+                                      "Connection timed out",
+                                      StartsWith("Unable to ask org.freedesktop.login1 for "
+                                                 "ActiveSession: Connection timed out; ")));
 }
 
 TEST_F(LinuxLoginServiceInTime, GivesUpOnAGDMThatNeverAnswers) {

@@ -60,5 +60,22 @@ TEST(SwitchDecision, LeavesUsersAndGuestsToLightDMAndElsewhereToTheLoginScreen) 
   }
 }
 
+TEST(SwitchDecision, KnowsWhichStepsOpenADesktopThatAsksForNoPassword) {
+  const Target bob{.name = "bob", .userID = 1001, .hasEmptyPassword = true};
+  const Target carol{.name = "carol", .userID = 1002};
+  EXPECT_TRUE(opensUnasked(Step::SwitchToUser, bob));
+  EXPECT_FALSE(opensUnasked(Step::SwitchToUser, carol));
+  EXPECT_TRUE(opensUnasked(Step::SwitchToGuest, carol));
+  for (const auto screen : {Step::SwitchToGreeter, Step::CreateTransientDisplay}) {
+    EXPECT_FALSE(opensUnasked(screen, bob));
+  }
+}
+
+TEST(SwitchDecision, LeavesALoginScreenThatRunsToLightDMAlone) {
+  EXPECT_FALSE(makesAnotherGreeter(DisplayManager::LightDM));
+  EXPECT_TRUE(makesAnotherGreeter(DisplayManager::OtherSeat));
+  EXPECT_TRUE(makesAnotherGreeter(DisplayManager::GDM));
+}
+
 }  // namespace
 }  // namespace gatehall::switchDecision

@@ -5,11 +5,16 @@
 //
 // Words: lightdm, sddm, gdm, logind, accounts, each of them plain or with how it behaves
 // (lightdm=refusing: the calls that change something are answered with an error; =MEMBER: those of
-// this method are; =nonsense: every call is answered with a number; =silent: none is answered);
+// this method are; =nonsense: every call is answered with a number; =silent: none is answered;
+// =late: what a display manager is asked to bring comes to the front and no answer does);
 // seat=PATH, a seat of the display manager in place of .../Seat0;
 // session=NAME,UID,USER,SEAT,TYPE,CLASS,STATE, a locked one with ",locked" behind it, and
 // gone=NAME,UID,USER,SEAT (listed, but gone when asked about), in logind's list; active=NAME, the
-// seat's active session; account=…, in AccountsService (Accounts.h).
+// seat's active session; brings=NAME, the one that comes to the front when a display manager is
+// asked for a switch; locker=HOW, who locks a session when logind says so (without the word
+// somebody who does at once): none, late (only once the lock was looked for), lying (the change is
+// told, and the session isn't locked); terminal=late: a session that logind activates is in front
+// only once that was looked for; account=…, in AccountsService (Accounts.h).
 //
 // Prints "ready" once it is on the bus, then every call that would change something, as
 // "OBJECT-PATH MEMBER ARGUMENT...", and every call of AccountsService, until its standard input
@@ -26,6 +31,7 @@
 #include <string_view>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "tests/linux/bus/standin/Accounts.h"
@@ -33,6 +39,8 @@
 namespace {
 
 constexpr const char* kAccounts = "org.freedesktop.Accounts";
+
+constexpr const char* kLogin1 = "org.freedesktop.login1";
 
 constexpr const char* kSeatService = "org.freedesktop.DisplayManager";
 constexpr const char* kSeatPath = "/org/freedesktop/DisplayManager/Seat0";
@@ -57,7 +65,19 @@ struct Host {
   std::vector<std::string> seats;
   std::vector<Session> sessions;
   std::string active;
+  std::string brings;
+  std::string locker;
+  std::string lockAwaited;  ///< the session that is locked once that is looked for
+  bool isTerminalLate = false;
+  std::string frontAwaited;  ///< the session that is in front once that is looked for
   Accounts accounts;
+
+  Session* session(std::string_view name) {
+    for (auto& each : sessions) {
+      if (each.name == name) return &each;
+    }
+    return nullptr;
+  }
 };
 
 void require(int result, const char* what) {
@@ -100,14 +120,57 @@ int seats(const Host& host, sd_bus_message* message) {
   return result;
 }
 
-int activeSession(const Host& host, sd_bus_message* message) {
-  for (const auto& session : host.sessions) {
-    if (session.name == host.active) {
-      return sd_bus_reply_method_return(message, "v", "(so)", session.name.c_str(),
-                                        session.path().c_str());
+/// Says that a property of one of logind's objects has another value, but not which.
+void tellChange(sd_bus* bus, const std::string& path, const char* interface, const char* property) {
+  sd_bus_message* signal = nullptr;
+  require(sd_bus_message_new_signal(bus, &signal, path.c_str(), "org.freedesktop.DBus.Properties",
+                                    "PropertiesChanged"),
+          "signal");
+  require(sd_bus_message_append(signal, "sa{sv}as", interface, 0, 1, property), "signal");
+  require(sd_bus_send(bus, signal, nullptr), "signal");
+  sd_bus_message_unref(signal);
+}
+
+void setLocked(sd_bus* bus, Session& session, bool isLocked) {
+  session.isLocked = isLocked;
+  tellChange(bus, session.path(), "org.freedesktop.login1.Session", "LockedHint");
+}
+
+void setActive(Host& host, sd_bus* bus, const std::string& name) {
+  host.active = name;
+  tellChange(bus, "/org/freedesktop/login1/seat/seat0", "org.freedesktop.login1.Seat",
+             "ActiveSession");
+}
+
+int activeSession(Host& host, sd_bus_message* message) {
+  const auto* session = host.session(host.active);
+  const std::string name = session == nullptr ? "" : session->name;
+  const std::string path = session == nullptr ? "/" : session->path();
+  const int result = sd_bus_reply_method_return(message, "v", "(so)", name.c_str(), path.c_str());
+  const auto next = std::exchange(host.frontAwaited, "");
+  if (!next.empty()) setActive(host, sd_bus_message_get_bus(message), next);
+  return result;
+}
+
+/// What the locker makes of logind's word.
+void lock(Host& host, sd_bus* bus, Session& session) {
+  if (host.locker == "late") host.lockAwaited = session.name;
+  if (host.locker == "lying") setLocked(bus, session, false);
+  if (host.locker.empty()) setLocked(bus, session, true);
+}
+
+int lockedHint(Host& host, sd_bus_message* message) {
+  const std::string_view path = sd_bus_message_get_path(message);
+  for (auto& session : host.sessions) {
+    if (session.path() != path) continue;
+    const int result = sd_bus_reply_method_return(message, "v", "b", session.isLocked);
+    if (host.lockAwaited == session.name) {
+      host.lockAwaited.clear();
+      setLocked(sd_bus_message_get_bus(message), session, true);
     }
+    return result;
   }
-  return sd_bus_reply_method_return(message, "v", "(so)", "", "/");
+  return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_UNKNOWN_OBJECT, "No such session");
 }
 
 int listSessions(const Host& host, sd_bus_message* message) {
@@ -139,7 +202,7 @@ int sessionProperties(const Host& host, sd_bus_message* message) {
 }
 
 /// Answers a question; 0 when the call is none.
-int answerQuestion(const Host& host, sd_bus_message* message) {
+int answerQuestion(Host& host, sd_bus_message* message) {
   const std::string_view member = sd_bus_message_get_member(message);
   if (member == "Introspect") return introspect(host, message);
   if (member == "ListSessions") return listSessions(host, message);
@@ -148,11 +211,36 @@ int answerQuestion(const Host& host, sd_bus_message* message) {
   const char* interface = nullptr;
   const char* name = nullptr;
   require(sd_bus_message_read(message, "ss", &interface, &name), "Get");
-  return std::string_view(name) == "Seats" ? seats(host, message) : activeSession(host, message);
+  const std::string_view property = name;
+  if (property == "LockedHint") return lockedHint(host, message);
+  return property == "Seats" ? seats(host, message) : activeSession(host, message);
+}
+
+/// What the call, which is not refused, does to the sessions.
+void perform(Host& host, sd_bus_message* message) {
+  auto* bus = sd_bus_message_get_bus(message);
+  const std::string_view member = sd_bus_message_get_member(message);
+  if (std::string_view(sd_bus_message_get_destination(message)) != kLogin1) {
+    if (!host.brings.empty()) setActive(host, bus, host.brings);
+    return;
+  }
+  const char* name = "";
+  require(sd_bus_message_rewind(message, 1), "rewind");
+  require(sd_bus_message_read_basic(message, SD_BUS_TYPE_STRING, &name), "name");
+  auto* session = host.session(name);
+  if (session == nullptr) return;
+  if (member == "LockSession") lock(host, bus, *session);
+  if (member == "UnlockSession") setLocked(bus, *session, false);
+  if (member != "ActivateSessionOnSeat") return;
+  if (host.isTerminalLate) {
+    host.frontAwaited = name;
+  } else {
+    setActive(host, bus, name);
+  }
 }
 
 int onMessage(sd_bus_message* message, void* data, sd_bus_error* /*error*/) {
-  const auto& host = *static_cast<const Host*>(data);
+  auto& host = *static_cast<Host*>(data);
   const char* destination = sd_bus_message_get_destination(message);
   if (sd_bus_message_is_method_call(message, nullptr, nullptr) <= 0 || destination == nullptr) {
     return 0;
@@ -167,7 +255,11 @@ int onMessage(sd_bus_message* message, void* data, sd_bus_error* /*error*/) {
   record(message);
   if (behaviour == "refusing" || behaviour == sd_bus_message_get_member(message)) {
     require(sd_bus_reply_method_errorf(message, SD_BUS_ERROR_ACCESS_DENIED, "Not\ntoday"), "error");
-  } else if (service->first == "org.gnome.DisplayManager") {
+    return 1;
+  }
+  perform(host, message);
+  if (behaviour == "late") return 1;
+  if (service->first == "org.gnome.DisplayManager") {
     require(sd_bus_reply_method_return(message, "o", "/org/gnome/DisplayManager/Displays/1"),
             "reply");
   } else {
@@ -204,12 +296,18 @@ void readWord(Host& host, const std::string& word) {
     host.accounts.add(value);
   } else if (name == "active") {
     host.active = value;
+  } else if (name == "brings") {
+    host.brings = value;
+  } else if (name == "terminal") {
+    host.isTerminalLate = value == "late";
+  } else if (name == "locker") {
+    host.locker = value;
   } else if (name == "seat") {
     host.seats.push_back(value);
   } else if (name == "gdm") {
     host.behaviour["org.gnome.DisplayManager"] = value;
   } else if (name == "logind") {
-    host.behaviour["org.freedesktop.login1"] = value;
+    host.behaviour[kLogin1] = value;
   } else if (name == "lightdm" || name == "sddm") {
     host.behaviour[kSeatService] = value;
     host.isLightDM = name == "lightdm";
