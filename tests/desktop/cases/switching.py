@@ -1,7 +1,12 @@
 """The console goes from one person to another."""
 import os
 
+from programs import SWITCH
 from system import run
+
+NOBODY_LOCKS = ("Nobody locks session {}: no screen locker listens, or none that says so (LockedHint); "
+                "the session in front {}")
+NOT_LEFT = "is not left for the desktop of bob, which asks for no password."
 
 
 def to_a_user_without_a_password_starts_the_session_and_asks_nothing(desktop):
@@ -91,3 +96,66 @@ def without_a_network_loginctl_shows_who_has_the_seat(desktop):
         "Name": "ann", "Seat": "seat0", "Active": "no", "State": "online", "LockedHint": "yes"}
     assert run("loginctl", "show-seat", "seat0", "--property=ActiveSession", "--value") == (
         f"{bob.name}\n")
+
+
+def _stays_out_of_bobs_desktop(desktop):
+    ann = desktop.session_of("ann")
+    desktop.stop_locker("ann")
+    result = desktop.switch("-switchToUserID", "1001")
+    desktop.until_greeter()
+    assert result.log == [NOBODY_LOCKS.format(ann.name, NOT_LEFT)], result
+    assert not desktop.session_of("ann").is_locked
+    assert "user bob" not in desktop.asked()[1:], desktop.asked()
+
+
+def a_session_that_nobody_locks_is_left_for_the_greeter_instead_of_a_new_desktop(desktop):
+    _stays_out_of_bobs_desktop(desktop)
+    assert desktop.asked() == ["greeter"]
+    assert desktop.session_of("bob") is None, desktop.describe()
+
+
+def a_session_that_nobody_locks_is_left_for_the_greeter_instead_of_a_running_desktop(desktop):
+    desktop.start_session_of("bob")
+    desktop.bring_to_front("ann")
+    desktop.unlock("ann")
+    _stays_out_of_bobs_desktop(desktop)
+    assert not desktop.session_of("bob").is_active, desktop.describe()
+
+
+def a_session_that_nobody_locks_is_left_for_a_user_who_is_asked_for_the_password(desktop):
+    desktop.stop_locker("ann")
+    result = desktop.switch("-switchToUserID", "1002")
+    desktop.until_greeter(selected="carol")
+    assert result.log == [], result
+
+
+def a_session_that_nobody_locks_is_left_for_a_desktop_where_the_configuration_says_so(desktop):
+    ann = desktop.session_of("ann")
+    desktop.write("/etc/gatehall/switch.toml", 'lock = "try"\n')
+    desktop.stop_locker("ann")
+    result = desktop.switch("-switchToUserID", "1001")
+    desktop.until_in_front("bob")
+    assert result.log == [NOBODY_LOCKS.format(
+        ann.name, "is left unlocked, as /etc/gatehall/switch.toml says.")], result
+
+
+def a_damaged_configuration_requires_the_lock_and_is_reported(desktop):
+    desktop.write("/etc/gatehall/switch.toml", 'lock = "tyr"\n')
+    desktop.stop_locker("ann")
+    result = desktop.switch("-switchToUserID", "1001")
+    desktop.until_greeter()
+    assert result.log[0] == (
+        '/etc/gatehall/switch.toml:1: lock is neither "require" nor "try"'), result
+    assert len(result.log) == 2 and result.log[1].endswith(NOT_LEFT), result
+    assert desktop.asked() == ["greeter"]
+
+
+def a_caller_outside_of_the_session_is_left_to_the_display_manager(desktop):
+    """Who may bring sessions to the front is up to polkit, which asks where the caller sits."""
+    bob = desktop.start_session_of("bob")
+    desktop.bring_to_front("ann")
+    desktop.unlock("ann")
+    result = desktop.run_tool([SWITCH, "-switchToUserID", "1001"], "ann")
+    assert len(result.log) == 1 and "ActivateSessionOnSeat" in result.log[0], result
+    assert desktop.until_in_front("bob").name == bob.name
+    desktop.until_locked("ann")

@@ -7,12 +7,13 @@ import contextlib
 import os
 import re
 import shutil
+import signal
 from pathlib import Path
 
 from gi.repository import Gio, GLib
 
 import journal
-from programs import SWITCH, Run, run_as
+from programs import SWITCH, Run, run_as, session_processes
 from session import Session
 from system import SystemBus, run, strings
 
@@ -23,6 +24,11 @@ ACTIVE_TERMINAL = "/sys/class/tty/tty0/active"
 
 # The longest that a step of the desktop may take, in seconds, however busy the machine is.
 PATIENCE = 60
+
+
+def _resume(process):
+    with contextlib.suppress(ProcessLookupError):
+        os.kill(process, signal.SIGCONT)
 
 
 class Desktop:
@@ -186,21 +192,27 @@ class Desktop:
                                         and (s.is_listening or type == "tty")), None),
                           f"{user}'s session on tty{number}")
 
-    def play_display_manager(self, who):
+    def play_display_manager(self, who, *how):
         """Instead of LightDM: "sddm" or "gdm", played by a stand-in, or None; with a session of
-        ann's in front."""
+        ann's in front. "mute": it answers nobody."""
         self.stop_display_manager()
         self.until(lambda: not self.sessions(), "no session left")
         if who:
             name = {"sddm": "org.freedesktop.DisplayManager", "gdm": "org.gnome.DisplayManager"}[who]
             # Not Type=dbus: systemd has one unit for a bus name, and that is LightDM.
             run("systemd-run", "--quiet", "--collect", f"--unit={who}-stand-in",
-                "/usr/local/bin/display-manager-stand-in", who)
+                "/usr/local/bin/display-manager-stand-in", who, *how)
             self.after(run, "systemctl", "stop", f"{who}-stand-in", "plain-session-lightdm-11",
-                       check=False)
+                       "plain-session-lightdm-12", check=False)
             self.until(lambda: self.bus.has(name), f"{name} on the bus")
         self.start_plain_session_of("ann", 7)
         self.bring_to_front("ann")
+
+    def stop_locker(self, user):
+        """For the time of the case nobody listens when the user's session is to be locked."""
+        desktop = session_processes(self.session_of(user))[-1]
+        os.kill(desktop, signal.SIGSTOP)
+        self.after(_resume, desktop)
 
     def freeze(self, unit):
         """Has a service answer nobody for the time of the case."""

@@ -87,8 +87,12 @@ def session_groups(session):
     return files
 
 
+def session_processes(session):
+    """The session's processes; the last is the desktop itself, until others are started."""
+    return [int(pid) for pid in Path(session_groups(session)[0]).read_text().split()]
+
+
 def session_environment(session):
     """The environment of the session's last program, which is the desktop itself."""
-    pids = Path(session_groups(session)[0]).read_text().split()
-    block = Path(f"/proc/{pids[-1]}/environ").read_bytes()
+    block = Path(f"/proc/{session_processes(session)[-1]}/environ").read_bytes()
     return dict(entry.split(b"=", 1) for entry in block.split(b"\0") if b"=" in entry)
