@@ -89,6 +89,10 @@ ROOMS = {
         "base linux/files linux/ldap linux/local linux/records platform portable",
     ),
     "linux/sessions": Room("sessions and seats, from logind", "base linux/records platform portable"),
+    "linux/pam": Room(
+        "PAM's configuration: what a service's stack asks about an account, and what gets past a module",
+        "base linux/files",
+    ),
     "linux/switch": Room(
         "asking display managers and logind for a switch",
         "base linux/accounts linux/bus linux/files linux/local linux/sessions platform",
