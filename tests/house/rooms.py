@@ -126,9 +126,13 @@ ROOMS = {
         "the list of users as it changes",
         "access base ctl/print ctl/request instrumented linux/loop platform users",
     ),
+    "ctl/doors": Room(
+        "the machine's doors: which are guarded, and what is wrong with them",
+        "base ctl/print ctl/request linux/files linux/pam pam/door",
+    ),
     "ctl/verbs": Room(
         "the verbs, one file each",
-        "access base ctl/picture ctl/print ctl/request ctl/watch directory linux/loop linux/records "
+        "access base ctl/doors ctl/picture ctl/print ctl/request ctl/watch directory linux/loop linux/records "
         "platform switcher users world/script",
     ),
     "ctl": Room("gatehallctl's command line", "ctl/print ctl/request ctl/verbs world/json"),

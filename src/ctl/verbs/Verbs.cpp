@@ -6,9 +6,9 @@
 namespace gatehall::ctl {
 
 std::span<const Verb> verbs() {
-  static const std::array all = {switchVerb(),       canLogInVerb(), usersVerb(),      watchVerb(),
-                                 networkUsersVerb(), userVerb(),     expandVerb(),     adminsVerb(),
-                                 prefsVerb(),        networkVerb(),  directoriesVerb()};
+  static const std::array all = {
+      switchVerb(), canLogInVerb(), usersVerb(), watchVerb(),   networkUsersVerb(), userVerb(),
+      expandVerb(), adminsVerb(),   prefsVerb(), networkVerb(), directoriesVerb(),  checkVerb()};
   return all;
 }
 

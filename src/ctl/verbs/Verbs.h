@@ -10,6 +10,7 @@ namespace gatehall::ctl {
 // Each in its own file.
 Verb switchVerb();
 Verb canLogInVerb();
+Verb checkVerb();
 Verb usersVerb();
 Verb watchVerb();
 Verb networkUsersVerb();

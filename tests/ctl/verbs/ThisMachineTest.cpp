@@ -40,6 +40,13 @@ TEST(ThisMachine, ItsPreferencesAndItsNetworkAreShown) {
   EXPECT_EQ(documentOf(run({"--json", "network"})).size(), 5U);
 }
 
+TEST(ThisMachine, ItsDoorsAreToldWithWhatIsWrongWithThem) {
+  const auto outcome = run({"--json", "check"});
+  const auto document = documentOf(outcome);
+  EXPECT_TRUE(document["doors"].is_array());
+  EXPECT_EQ(outcome.status == ExitStatus::Done, document["findings"].empty()) << outcome.output;
+}
+
 TEST(ThisMachine, FindsNobodyWithTheReservedUserID) {
   const auto outcome = run({"--json", "user", "4294967294"});
   EXPECT_EQ(outcome.status, ExitStatus::No) << outcome.errors;

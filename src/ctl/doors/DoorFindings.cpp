@@ -1,0 +1,106 @@
+#include "ctl/doors/DoorFindings.h"
+
+#include <algorithm>
+#include <set>
+#include <string>
+#include <utility>
+
+namespace gatehall::ctl {
+
+namespace {
+
+using pam::Guard;
+using Severity = Finding::Severity;
+
+const std::string kGuard(kGuardModule);
+
+Finding finding(Severity severity, const pam::Place& place, std::string text, std::string remedy) {
+  return {severity, place.file, place.line, std::move(text), std::move(remedy)};
+}
+
+Finding notGuarded(const DoorState& door) {
+  const auto text = door.service + " isn't guarded: ";
+  if (!door.idle.empty()) {
+    return finding(Severity::Warning, door.idle.front().place, text + kGuard + " leaves it out",
+                   "Name it in services= there, if the login rules are to hold at it.");
+  }
+  return finding(Severity::Warning, {door.stack.file, 0},
+                 text + "its account stack has no " + kGuard,
+                 "Run \"pam-auth-update --enable gatehall\" (package libpam-gatehall).");
+}
+
+Finding partlyGuarded(const DoorState& door) {
+  const auto& [entry, answer, isPassedBy] = *door.passage.gap;
+  auto text = door.service + " isn't guarded for everybody: ";
+  const std::string result(answer);
+  if (isPassedBy) {
+    return finding(Severity::Warning, entry.place,
+                   text + entry.module + " (" + result + ") passes it by",
+                   "Put " + kGuard + " in front of that line, as \"required\".");
+  }
+  if (entry.module == kGuardModule) {
+    return finding(Severity::Warning, entry.place, text + "a refusal (" + result + ") is ignored",
+                   "Make " + kGuard + " \"required\" there.");
+  }
+  return finding(Severity::Warning, entry.place,
+                 text + entry.module + " (" + result + ") outdoes it",
+                 "Make that line \"required\", or put it behind " + kGuard + ".");
+}
+
+}  // namespace
+
+std::optional<Finding> findingAt(const DoorState& door) {
+  if (!door.unreadable.empty()) {
+    return finding(Severity::Error, {}, door.service + " can't be told of: " + door.unreadable,
+                   "Mend what PAM's configuration says there.");
+  }
+  switch (door.passage.guard) {
+    case Guard::NotGuarded:
+      return notGuarded(door);
+    case Guard::Partly:
+      return partlyGuarded(door);
+    case Guard::Shut:
+      // Where modules shut it, somebody meant it.
+      if (door.stack.fault.empty()) return std::nullopt;
+      return finding(Severity::Error, {}, door.service + " lets nobody in: " + door.stack.fault,
+                     "Mend what PAM's configuration says there.");
+    case Guard::Guarded:
+      break;
+  }
+  return std::nullopt;
+}
+
+std::vector<Finding> findingsOfDoors(const HostOptions& options,
+                                     const std::vector<DoorState>& doors) {
+  std::vector<Finding> findings;
+  for (const auto& door : doors) {
+    if (auto found = findingAt(door)) findings.push_back(std::move(*found));
+  }
+  std::set<std::string> told;
+  for (const auto& door : doors) {
+    for (const auto& file : door.stack.untrusted) {
+      if (!told.insert(file.file).second) continue;
+      findings.push_back(finding(Severity::Error, {file.file, 0},
+                                 "the file " + file.reason + ", who so decide who gets in",
+                                 "Run \"chown root:root\" and \"chmod 644\" on it."));
+    }
+    for (const auto* lines : {&door.guards, &door.idle}) {
+      for (const auto& line : *lines) {
+        const auto arguments = argumentsOf(line);
+        if (arguments.fault == nullptr || !told.insert(textOf(line.place)).second) continue;
+        findings.push_back(
+            finding(Severity::Error, line.place,
+                    "\"" + std::string(arguments.faulty) + "\" " + arguments.fault,
+                    "Mend the line: until then nobody is decided about, and so let in."));
+      }
+    }
+  }
+  for (const auto& [service, place] : servicesWithoutFile(options, doors)) {
+    findings.push_back(finding(Severity::Warning, place,
+                               "services= names " + service + ", which has no file",
+                               "Correct the name, or leave it out."));
+  }
+  return findings;
+}
+
+}  // namespace gatehall::ctl

@@ -1,0 +1,58 @@
+#include "ctl/print/Findings.h"
+
+#include <algorithm>
+
+namespace gatehall::ctl {
+
+namespace {
+
+std::string severityName(Finding::Severity severity) {
+  return severity == Finding::Severity::Error ? "error" : "warning";
+}
+
+bool isError(const Finding& finding) { return finding.severity == Finding::Severity::Error; }
+
+Json textOrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
+
+}  // namespace
+
+std::string placeText(const Finding& finding) {
+  return finding.line == 0 ? finding.file : finding.file + ":" + std::to_string(finding.line);
+}
+
+Json findingsJson(const std::vector<Finding>& findings) {
+  auto list = Json::array();
+  for (const auto& finding : findings) {
+    list.push_back({{"severity", severityName(finding.severity)},
+                    {"file", textOrNull(finding.file)},
+                    {"line", finding.line == 0 ? Json() : Json(finding.line)},
+                    {"text", finding.text},
+                    {"remedy", textOrNull(finding.remedy)}});
+  }
+  return list;
+}
+
+Table findingsTable(const std::vector<Finding>& findings) {
+  Table table;
+  if (findings.empty()) {
+    table.count = "nothing is wrong";
+    return table;
+  }
+  table.header = {"SEVERITY", "FINDING"};
+  for (const auto& finding : findings) {
+    table.rows.push_back({{severityName(finding.severity), Tone::Bad}, {finding.text}});
+    for (const auto& more : {placeText(finding), finding.remedy}) {
+      if (!more.empty()) table.rows.push_back({{}, {"  " + more}});
+    }
+  }
+  const auto errors = static_cast<std::size_t>(std::ranges::count_if(findings, isError));
+  table.count = countText(errors, "error") + ", " + countText(findings.size() - errors, "warning");
+  return table;
+}
+
+ExitStatus statusOf(const std::vector<Finding>& findings) {
+  if (findings.empty()) return ExitStatus::Done;
+  return std::ranges::any_of(findings, isError) ? ExitStatus::WrongUsage : ExitStatus::No;
+}
+
+}  // namespace gatehall::ctl
