@@ -1,10 +1,10 @@
 #include "linux/pam/Passage.h"
 
 #include <algorithm>
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -24,7 +24,9 @@ struct Opinion {
   Impression impression = Impression::None;
   Status status = Status::Failure;
 
-  auto operator<=>(const Opinion&) const = default;
+  bool operator<(const Opinion& other) const {
+    return std::tie(impression, status) < std::tie(other.impression, other.status);
+  }
 
   /// A password that has to be changed first is told whatever else is thought of the account.
   bool admits() const {
@@ -45,7 +47,13 @@ struct State {
   bool isAsked = false;             ///< a guard
   bool isRefused = false;           ///< by a guard
 
-  auto operator<=>(const State&) const = default;
+  bool operator<(const State& other) const { return parts() < other.parts(); }
+
+  std::tuple<const std::size_t&, const std::size_t&, const Opinion&, const std::vector<Opinion>&,
+             const bool&, const bool&>
+  parts() const {
+    return std::tie(at, previousLevel, opinion, before, isAsked, isRefused);
+  }
 };
 
 /// How a state came about.
