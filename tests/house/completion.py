@@ -69,6 +69,11 @@ class Completion(unittest.TestCase):
         (self.folder / "a.events.json").touch()
         self.assertEqual(self.offered("watch", "--script", ""), ["a.events.json"])
 
+    def test_offers_the_services_of_pam_after_at(self):
+        offered = set(self.offered("can-log-in", "--at", ""))
+        self.assertIn("login", offered)
+        self.assertNotIn("common-account", offered)
+
     def test_offers_verbs_after_the_world(self):
         self.assertEqual(self.offered("--world", "users", "adm"), ["admins"])
 

@@ -127,8 +127,8 @@ ROOMS = {
         "access base ctl/print ctl/request instrumented linux/loop platform users",
     ),
     "ctl/doors": Room(
-        "the machine's doors: which are guarded, and what is wrong with them",
-        "base ctl/print ctl/request linux/files linux/pam pam/door",
+        "the machine's doors: which are guarded, what is wrong with them, what they answer",
+        "base ctl/print ctl/request directory linux/files linux/local linux/pam pam pam/door platform users",
     ),
     "ctl/verbs": Room(
         "the verbs, one file each",

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "ctl/doors/AtDoor.h"
 #include "ctl/request/UserID.h"
 #include "ctl/verbs/Verbs.h"
 #include "gatehall/access/LoginDecision.h"
@@ -75,6 +76,9 @@ std::vector<Cell> rowOf(const Finding& finding, const Json& json) {
 Answer run(const Host& host, const Request& request) {
   std::vector<std::int32_t> userIDs;
   for (const auto& operand : request.operands) userIDs.push_back(userIDOperand(operand));
+  if (const auto service = request.option("--at")) {
+    return answersAtDoor(host, doorNamed(host, *service), userIDs);
+  }
 
   Answer answer{.json = Json::array(),
                 .tables = {{.header = {"UID", "NAME", "ALLOWED", "RULE", "SOURCE"}}},
@@ -106,6 +110,7 @@ Verb canLogInVerb() {
       .name = "can-log-in",
       .operands = Verb::Operands::OneOrMore,
       .operandName = "UID",
+      .options = {{"--at", "SERVICE", "What the door of that PAM service answers"}},
       .summary = "Whether users may log in here, and the rule that decides",
       .description =
           R"(Says of each user id whether that user may log in here, which rule decides, and where the
@@ -113,7 +118,15 @@ setting behind the rule comes from. An account that nobody can log in with, and 
 that the service access list leaves out, is not found. Exit status 1 when anyone may not or
 is not found. Where a directory or a file that the answer needs can't be read, it is
 undecidable: nobody is let in, the reason is told, and the exit status is 3. Root is also
-told which of the policy's files other users' programs, such as gatehall-switch, can't read.)",
+told which of the policy's files other users' programs, such as gatehall-switch, can't read.
+
+With --at it is what the door of a PAM service (pam.d(5): login, sshd, lightdm) answers to who has
+passed the password there, with the arguments that the module pam_gatehall.so has in its stack,
+and the sentence that the person is told. Root and local administrators pass local doors. Where
+the module is not in the account stack, or its arguments leave the service out, the door is not
+guarded: whoever the service lets in gets in, the rules have no say, and the exit status is 1.
+A world has no PAM: there every door that the module guards by default is guarded by it, without
+arguments.)",
       .example = "--world examples/lab.world.json can-log-in 1000 20001",
       .run = run,
   };

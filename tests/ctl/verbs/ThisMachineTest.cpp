@@ -47,6 +47,15 @@ TEST(ThisMachine, ItsDoorsAreToldWithWhatIsWrongWithThem) {
   EXPECT_EQ(outcome.status == ExitStatus::Done, document["findings"].empty()) << outcome.output;
 }
 
+TEST(ThisMachine, SaysWhatADoorThatNobodyGuardsAnswers) {
+  const auto outcome = run({"--json", "can-log-in", "--at", "gatehall-unknown", "0"});
+  EXPECT_EQ(outcome.status, ExitStatus::No) << outcome.errors;
+  const auto document = documentOf(outcome);
+  EXPECT_EQ(document["door"]["service"], "gatehall-unknown");
+  EXPECT_NE(document["door"]["guarded"], "yes") << "it is none of the services that are guarded";
+  EXPECT_EQ(document["users"][0]["name"], "root");
+}
+
 TEST(ThisMachine, FindsNobodyWithTheReservedUserID) {
   const auto outcome = run({"--json", "user", "4294967294"});
   EXPECT_EQ(outcome.status, ExitStatus::No) << outcome.errors;
