@@ -50,6 +50,30 @@ class Libpam {
     return {(bits & 1U) != 0, (bits & 2U) != 0, (bits & 4U) != 0};
   }
 
+  /// What the module of that name is given behind it, each word between angle brackets; empty when
+  /// it isn't asked.
+  static std::string wordsFor(const Machine& machine, const std::string& service,
+                              const std::string& name) {
+    std::array<int, 2> ends{};
+    if (pipe(ends.data()) != 0) throw std::runtime_error("pipe");
+    const auto child = fork();
+    if (child == 0) {
+      auto* handle = start(machine, service);
+      if (handle == nullptr) _exit(kFailed);
+      pam_acct_mgmt(handle, 0);
+      const char* words = pam_getenv(handle, (name + "_WORDS").c_str());
+      const std::string text(words != nullptr ? words : "");
+      _exit(write(ends[1], text.data(), text.size()) < 0 ? kFailed : 0);
+    }
+    close(ends[1]);
+    std::string text(2000, '\0');
+    const auto length = read(ends[0], text.data(), text.size());
+    close(ends[0]);
+    text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+    waitpid(child, nullptr, 0);
+    return text;
+  }
+
  private:
   static constexpr int kFailed = 99;
 
@@ -67,13 +91,20 @@ class Libpam {
     return PAM_CONV_ERR;
   }
 
-  static int answers(const Machine& machine, const std::string& service, const Strings& names) {
+  /// nullptr where libpam refuses to start.
+  static pam_handle_t* start(const Machine& machine, const std::string& service) {
     if (!enterNamespace() || !put(machine, "/etc/pam.d") || !put(machine, "/usr/lib/pam.d")) {
-      return kFailed;
+      _exit(kFailed);
     }
+    static const pam_conv conversation{noConversation, nullptr};
     pam_handle_t* handle = nullptr;
-    const pam_conv conversation{noConversation, nullptr};
-    if (pam_start(service.c_str(), "carol", &conversation, &handle) != PAM_SUCCESS) return 0;
+    const int status = pam_start(service.c_str(), "carol", &conversation, &handle);
+    return status == PAM_SUCCESS ? handle : nullptr;
+  }
+
+  static int answers(const Machine& machine, const std::string& service, const Strings& names) {
+    auto* handle = start(machine, service);
+    if (handle == nullptr) return 0;
     unsigned bits = 0;
     tryAnswers(handle, names, 0, false, bits);
     pam_end(handle, PAM_SUCCESS);
