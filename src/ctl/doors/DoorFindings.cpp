@@ -36,15 +36,15 @@ Finding partlyGuarded(const DoorState& door) {
   if (isPassedBy) {
     return finding(Severity::Warning, entry.place,
                    text + entry.module + " (" + result + ") passes it by",
-                   "Put " + kGuard + " in front of that line, as \"required\".");
+                   "Put " + kGuard + " in front of that line.");
   }
   if (entry.module == kGuardModule) {
     return finding(Severity::Warning, entry.place, text + "a refusal (" + result + ") is ignored",
-                   "Make " + kGuard + " \"required\" there.");
+                   "Make " + kGuard + " \"requisite\" there.");
   }
   return finding(Severity::Warning, entry.place,
                  text + entry.module + " (" + result + ") outdoes it",
-                 "Make that line \"required\", or put it behind " + kGuard + ".");
+                 "Make " + kGuard + " \"requisite\", in front of that line.");
 }
 
 }  // namespace

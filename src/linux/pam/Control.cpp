@@ -25,7 +25,7 @@ Control word(int success, int otherwise) {
   control.fill(otherwise);
   control[kSuccess] = success;
   control[kNewAuthtokReqd] = success;
-  if (otherwise != Ignore) control[kIgnore] = Ignore;
+  control[kIgnore] = Ignore;
   return control;
 }
 

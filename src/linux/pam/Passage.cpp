@@ -14,7 +14,7 @@ namespace gatehall::pam {
 
 namespace {
 
-constexpr std::size_t kMostStates = 200000;
+constexpr std::size_t kMostStates = 100000;
 
 /// What libpam makes of the answers so far.
 struct Opinion {

@@ -97,7 +97,7 @@ TEST_F(Doors, ThatAreNotGuardedAreWarnings) {
             "            Run \"pam-auth-update --enable gatehall\" (package libpam-gatehall).\n"
             "warning   sshd isn't guarded for everybody: pam_localuser.so (success) passes it by\n"
             "            /etc/pam.d/sshd:1\n"
-            "            Put pam_gatehall.so in front of that line, as \"required\".\n"
+            "            Put pam_gatehall.so in front of that line.\n"
             "\n"
             "0 errors, 2 warnings\n");
   EXPECT_EQ(answer.status, ExitStatus::No);

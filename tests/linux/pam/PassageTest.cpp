@@ -275,6 +275,22 @@ TEST_F(Stacks, AreTakenAsLibpamTakesThem) {
   }
 }
 
+TEST_F(Stacks, EndInSixteenSubstacksInOneAnotherAsInLibpam) {
+  for (const int deepest : {15, 16}) {
+    SCOPED_TRACE(deepest);
+    Files files{{"door", "account substack s1\n"}};
+    for (int level = 1; level < deepest; ++level) {
+      files.emplace_back("s" + std::to_string(level),
+                         "account substack s" + std::to_string(level + 1) + "\n");
+    }
+    files.emplace_back("s" + std::to_string(deepest), "account required GUARD\n");
+    write(files);
+    const auto found = passage();
+    EXPECT_EQ(found.guard, deepest == 15 ? Guard::Guarded : Guard::Shut);
+    if (Libpam::isThere()) compare(found, files);
+  }
+}
+
 TEST_F(Stacks, OfAnyKindAreTakenAsLibpamTakesThem) {
   if (!Libpam::isThere()) GTEST_SKIP() << "needs the right to bind folders";
   std::minstd_rand random(1);

@@ -144,6 +144,25 @@ TEST_F(StackFiles, ThatOthersMayHaveWrittenAreTold) {
   EXPECT_EQ(stack().untrusted[0].reason, "belongs to user 1000");
 }
 
+TEST_F(StackFiles, ThatOthersMayHaveWrittenAreToldOfAServiceWithAnothersStackToo) {
+  door("auth required pam_a.so\n");
+  machine.write("/etc/pam.d/other", "account required pam_a.so\n");
+  ASSERT_EQ(chmod(machine.path("/etc/pam.d/door").c_str(), 0666), 0);
+  ASSERT_EQ(stack().untrusted.size(), 1U);
+  EXPECT_EQ(stack().untrusted[0].file, "/etc/pam.d/door");
+}
+
+TEST_F(StackFiles, HaveAFailureWhereAnIncludedFileEndsThatIsNotWhole) {
+  door("account include more\naccount required pam_b.so\n");
+  machine.write("/etc/pam.d/more", "account required pam_a.so\naccount required pam_c.so \\\n");
+  const auto entries = stack().entries;
+  ASSERT_EQ(entries.size(), 3U);
+  EXPECT_EQ(entries[0].module, "pam_a.so");
+  EXPECT_EQ(entries[1].kind, pam::Entry::Kind::Failure);
+  EXPECT_EQ(textOf(entries[1].place), "/etc/pam.d/door:1");
+  EXPECT_EQ(entries[2].module, "pam_b.so");
+}
+
 TEST_F(StackFiles, ThatLibpamCantUseAreTold) {
   const auto faultOf = [this](const std::string& text) {
     door(text);
