@@ -1,4 +1,4 @@
-// The account stack of a PAM service, pam.d(5), and what a module in it guards.
+// A file of pam.d(5), and who gets past a module in it.
 
 #include <filesystem>
 #include <fstream>
@@ -12,24 +12,24 @@
 
 namespace {
 
-using namespace gatehall;
+using gatehall::fuzz::require;
+namespace pam = gatehall::pam;
 
-/// A machine's root whose service "door" has that file, and can include it from another one.
+/// A machine's root with nothing but the files of PAM.
 class Root {
  public:
   Root() {
     auto name = (std::filesystem::temp_directory_path() / "gatehall-fuzz-XXXXXX").string();
-    fuzz::require(mkdtemp(name.data()) != nullptr);
+    require(mkdtemp(name.data()) != nullptr);
     mPath = name;
     std::filesystem::create_directories(mPath / "etc/pam.d");
-    write("common-account", "account required pam_gatehall.so\n");
-    write("other", "account required pam_deny.so\n");
+    write("more", "account sufficient pam_a.so\naccount required pam_guard.so\n");
   }
   ~Root() { std::filesystem::remove_all(mPath); }
   Root(const Root&) = delete;
   Root& operator=(const Root&) = delete;
 
-  void write(std::string_view service, std::string_view text) const {
+  void write(const std::string& service, std::string_view text) const {
     std::ofstream(mPath / "etc/pam.d" / service, std::ios::binary) << text;
   }
   std::string path() const { return mPath.string(); }
@@ -38,27 +38,34 @@ class Root {
   std::filesystem::path mPath;
 };
 
+bool isGuard(const pam::Entry& entry) { return entry.module == "pam_guard.so"; }
+
 void readArgumentsOf(const pam::Entry& entry) {
   const std::vector<std::string_view> words(entry.arguments.begin(), entry.arguments.end());
   const auto arguments = pam::readArguments(words);
-  fuzz::require(arguments.fault == nullptr || arguments.services == pam::kUsualServices);
+  require(arguments.fault == nullptr || arguments.services == pam::kUsualServices);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const Root root;
-  root.write("door", fuzz::text(data, size));
-  HostOptions options;
+  root.write("door", gatehall::fuzz::text(data, size));
+  gatehall::HostOptions options;
   options.root = root.path();
   try {
     const auto stack = pam::readAccountStack(options, "door");
-    for (const auto& entry : stack.entries) readArgumentsOf(entry);
-    const auto passage = pam::passageThrough(
-        stack, [](const pam::Entry& entry) { return entry.module == "pam_gatehall.so"; });
-    fuzz::require(passage.gap.has_value() == (passage.guard == pam::Guard::Partly));
-  } catch (const PlatformException& failure) {
-    fuzz::require(*failure.what() != '\0');
+    require(stack.entries.empty() == !stack.fault.empty());
+    for (const auto& entry : stack.entries) {
+      require(entry.place.line > 0 && entry.level < 17);
+      require(entry.module.find('/') == std::string::npos);
+      readArgumentsOf(entry);
+    }
+    const auto passage = passageThrough(stack, isGuard);
+    require(passage.gap.has_value() == (passage.guard == pam::Guard::Partly));
+    if (passage.gap) require(passage.gap->entry.kind == pam::Entry::Kind::Module);
+  } catch (const gatehall::PlatformException& failure) {
+    require(*failure.what() != '\0');
   }
   return 0;
 }
