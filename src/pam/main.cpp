@@ -90,7 +90,12 @@ pam::Answer answerTo(const pam::Question& question) {
   const pam::Visitor visitor{account.userName, account.userID, account.isLocalAdministrator};
   const auto decision = decide(question, door, visitor);
   if (auto* decisions = platform().decisionLog()) {
-    decisions->keep(pam::recordOf(door, visitor, decision));
+    auto record = pam::recordOf(door, visitor, decision);
+    const bool isUndecidable = record.answer == DecisionRecord::Answer::Undecidable;
+    if (isUndecidable && question.admitsUndecidable == 1) {
+      record.reason.insert(0, "let in all the same: ");
+    }
+    decisions->keep(record);
   }
 
   pam::Answer answer{};

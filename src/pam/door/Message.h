@@ -39,6 +39,7 @@ struct Question {
   BoundedText<192> fault;    ///< of the module's arguments, which leaves nothing to decide by
   std::uint32_t isLocal;     ///< 1 at a local door, else 0
   std::uint32_t hours;       ///< 1 where login hours count, else 0
+  std::uint32_t admitsUndecidable;  ///< 1 where whoever it can't be told of is let in, else 0
 };
 
 enum class Verdict : std::uint32_t {

@@ -74,6 +74,7 @@ bool fill(Question& question, pam_handle_t* handle, const char* user, std::strin
           const Arguments& arguments) {
   question.isLocal = isLocalDoor(service, item(handle, PAM_RHOST)) ? 1 : 0;
   question.hours = arguments.hours ? 1 : 0;
+  question.admitsUndecidable = arguments.admitsUndecidable ? 1 : 0;
   if (!question.language.set(language(handle))) question.language.set({});
   question.fault.set({});
   if (arguments.fault != nullptr) {

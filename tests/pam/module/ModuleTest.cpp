@@ -130,6 +130,8 @@ TEST_F(Module, TellsTheProgramWhatItNeedsToKnow) {
   EXPECT_THAT(ask("login", "asked").told, ElementsAre("login, local, hours, , "));
   EXPECT_THAT(ask("login", "asked", 0, "elsewhere").told, ElementsAre("login, remote, hours, , "));
   EXPECT_THAT(ask("sshd", "asked").told, ElementsAre("sshd, remote, , "));
+  write("sshd", "on-undecidable=admit");
+  EXPECT_THAT(ask("sshd", "asked").told, ElementsAre("sshd, remote, doubt admits, , "));
   write("sshd", "on-undecidable=admit hours=often");
   EXPECT_THAT(ask("sshd", "asked").told,
               ElementsAre(R"(sshd, remote, , "hours=often" is neither "yes" nor "no")"));

@@ -64,7 +64,8 @@ int main() {
   if (user == "asked") {
     reply(Verdict::Refused,
           std::string(question.service.value()) + (question.isLocal == 1 ? ", local" : ", remote") +
-              (question.hours == 1 ? ", hours" : "") + ", " +
+              (question.hours == 1 ? ", hours" : "") +
+              (question.admitsUndecidable == 1 ? ", doubt admits" : "") + ", " +
               std::string(question.language.value()) + ", " + std::string(question.fault.value()));
   }
   if (user == "mute") pause();
