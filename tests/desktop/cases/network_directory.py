@@ -15,16 +15,10 @@ def _configure(desktop):
                   'base = "dc=example,dc=org"\ntls = "off"\n')
 
 
-def _start(desktop, *units):
-    for unit in units:
-        run("systemctl", "start", unit)
-        desktop.after(run, "systemctl", "stop", unit)
-
-
 def _bring_dana(desktop):
     """The directory answers, and dana is one of the machine's users."""
     _configure(desktop)
-    _start(desktop, "directory.service", "nslcd.service")
+    desktop.start("directory.service", "nslcd.service")
     home = Path("/home/dana")
     shutil.copytree("/etc/skel", home)
     desktop.after(shutil.rmtree, home)
@@ -115,7 +109,7 @@ def a_mobile_user_is_admitted_by_a_deny_list_of_others_while_the_directory_is_aw
 def a_local_user_waits_for_a_silent_directory_no_longer_than_its_limit(desktop):
     """It takes connections and says nothing."""
     _configure(desktop)
-    _start(desktop, "directory.service")
+    desktop.start("directory.service")
     desktop.freeze("directory.service")
     result = _is_admitted(desktop, "bob", "1001")
     _says_that_the_directory_is_away(result)

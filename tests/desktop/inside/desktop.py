@@ -251,6 +251,12 @@ class Desktop:
         run("gpasswd", "--add", member, name)
         self.after(run, "gpasswd", "--delete", member, name)
 
+    def start(self, *units):
+        """Starts services for the time of the case."""
+        for unit in units:
+            run("systemctl", "start", unit)
+            self.after(run, "systemctl", "stop", unit)
+
     def stop(self, *units):
         """Stops services for the time of the case, and keeps others from starting them."""
         self.after(run, "systemctl", "start", *units)

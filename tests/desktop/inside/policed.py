@@ -1,6 +1,7 @@
 """A machine with a policy, of which one thing at a time goes wrong: its people, its network directory,
 and the files that say who may log in."""
 import contextlib
+import functools
 import os
 import plistlib
 import re
@@ -140,7 +141,7 @@ def remove(path):
         path.unlink(missing_ok=True)
 
 
-def _keep(desktop, path):
+def keep(desktop, path):
     """Has a file be as it is now when the case is over; or not be."""
     if not path.exists():
         desktop.after(remove, path)
@@ -161,7 +162,7 @@ class Machine:
         """Any of the other people may be those of the directory, see configure()."""
         for path in (DIRECTORIES, GROUPS, PASSWD, SHADOW, HOSTS, ERINS_RECORD, PEOPLE, MANAGED,
                      MANAGED_BY_OTHERS):
-            _keep(desktop, path)
+            keep(desktop, path)
         self._groups = re.sub(r"(?m)^sudo:.*", "sudo:x:27:carol,phantom", GROUPS.read_text())
         self._erins = ERINS_RECORD.read_text()
         for name, number, shell, secret in UNUSABLE:
@@ -170,17 +171,20 @@ class Machine:
         self._branches = {people: f"people-{number}"
                           for number, people in enumerate((GOOD_PEOPLE, *other_people))}
         PEOPLE.write_text(_directory(self._branches))
-        run("systemctl", "start", "directory.service")
-        desktop.after(run, "systemctl", "stop", "directory.service")
+        desktop.start("directory.service")
         place(HOSTS, "127.0.0.1 localhost\n")
         self.desktop = desktop
         self.proxy = DirectoryProxy()
         desktop.after(self.proxy.stop)
-        self.admission = Admission(desktop)
         self.undo = contextlib.ExitStack()
         desktop.after(self.undo.close)
         self.policy, self.file = None, None
         self._good = {}
+
+    @functools.cached_property
+    def admission(self):
+        """Those who ask have the desktop for themselves, from the first question on."""
+        return Admission(self.desktop)
 
     def have(self, policy, file=MANAGED_BY_OTHERS):
         """Everything is as on a good day under that policy."""

@@ -33,6 +33,17 @@ def limit(desktop, uid, start, end):
     _set(desktop, uid, "LimitType", GLib.Variant("u", DAILY))
 
 
+def limit_to_come(desktop, uid):
+    """A schedule for the time of the case whose hours are yet to begin; when, as people are told."""
+    now = second_of_day()
+    if now < DAY // 2:
+        start = now - now % 60 + 3600
+        limit(desktop, uid, start, DAY)
+        return f"{start // 3600:02}:{start // 60 % 60:02}"
+    limit(desktop, uid, 60, now - 3600)
+    return "00:01 tomorrow"
+
+
 def lift(desktop, uid):
     _set(desktop, uid, "LimitType", GLib.Variant("u", NONE))
 

@@ -4,10 +4,10 @@ import subprocess
 from gi.repository import Gio, GLib
 
 
-def run(*command, check=True, **options):
+def run(*command, check=True, input="", **options):
     """Runs a command of the system; what it printed."""
-    done = subprocess.run(command, check=False, text=True, stdin=subprocess.DEVNULL,
-                          stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=120, **options)
+    done = subprocess.run(command, check=False, text=True, input=input, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, timeout=120, **options)
     if check and done.returncode != 0:
         raise AssertionError(f"{' '.join(command)} ended with {done.returncode}: {done.stderr}")
     return done.stdout
