@@ -2,13 +2,16 @@
 import grp
 import json
 import pwd
+import re
 import subprocess
 import sys
 from pathlib import Path
 
+from guarded import ACCOUNTS, ask
 from programs import SWITCH
 from system import run
 
+PACKAGES = ("gatehall", "libgatehall1", "libpam-gatehall")
 EXAMPLES = Path("/usr/share/doc/gatehall/examples")
 
 
@@ -23,7 +26,7 @@ def the_tool_belongs_to_root_and_is_set_group_id_shadow(desktop):
 
 
 def nothing_else_has_rights_of_its_own(desktop):
-    files = run("dpkg", "--listfiles", "gatehall", "libgatehall1").splitlines()
+    files = run("dpkg", "--listfiles", *PACKAGES).splitlines()
     special = [f for f in files if Path(f).is_file() and Path(f).stat().st_mode & 0o7000]
     assert special == [SWITCH], special
     assert _ownership("/usr/bin/gatehallctl") == ("755", "root", "root")
@@ -32,21 +35,45 @@ def nothing_else_has_rights_of_its_own(desktop):
 
 def every_file_is_as_it_was_packed(desktop):
     """But the documents that this machine's dpkg leaves out."""
-    changed = [line for line in run("dpkg", "--verify", "gatehall", "libgatehall1").splitlines()
+    changed = [line for line in run("dpkg", "--verify", *PACKAGES).splitlines()
                if not line.startswith("missing     /usr/share/doc/libgatehall1/")]
     assert changed == [], changed
+
+
+def _install(package):
+    (file,) = Path("/opt/packages").glob(f"{package}_*.deb")
+    run("dpkg", "--force-unsafe-io", "--path-include=/usr/share/*gatehall*", "--install", str(file))
 
 
 def what_an_administrator_set_survives_an_installation(desktop):
     """As dpkg has it for every file with rights of its own."""
     run("dpkg-statoverride", "--update", "--add", "root", "root", "0755", SWITCH)
-    (package,) = Path("/opt/packages").glob("gatehall_*.deb")
-    install = ["dpkg", "--force-unsafe-io", "--path-include=/usr/share/*gatehall*", "--install",
-               str(package)]
-    desktop.after(run, *install)
+    desktop.after(_install, "gatehall")
     desktop.after(run, "dpkg-statoverride", "--remove", SWITCH)
-    run(*install)
+    _install("gatehall")
     assert _ownership(SWITCH) == ("755", "root", "root"), _ownership(SWITCH)
+
+
+def _account_modules():
+    """In the order in which they are asked about every account."""
+    return re.findall(r"(?m)^account\s.*\s(pam_\S+\.so.*?)\s*$", ACCOUNTS.read_text())
+
+
+def the_module_is_the_first_to_be_asked_about_accounts(desktop):
+    assert _account_modules() == ["pam_gatehall.so", "pam_unix.so", "pam_deny.so", "pam_permit.so"]
+
+
+def the_modules_arguments_survive_an_installation(desktop):
+    desktop.write(ACCOUNTS, ACCOUNTS.read_text().replace("pam_gatehall.so", "pam_gatehall.so hours=yes"))
+    _install("libpam-gatehall")
+    assert _account_modules()[0] == "pam_gatehall.so hours=yes"
+
+
+def without_its_package_the_module_is_asked_no_more(desktop):
+    desktop.after(_install, "libpam-gatehall")
+    run("dpkg", "--remove", "libpam-gatehall")
+    assert _account_modules() == ["pam_unix.so", "pam_deny.so", "pam_permit.so"]
+    assert ask("login", "bob") is None
 
 
 def the_library_is_found_by_its_soname(desktop):

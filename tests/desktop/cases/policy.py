@@ -1,8 +1,11 @@
 """Who is admitted: the login rules, as the machine's files and groups state them."""
 import signal
 
+import journal
+
 MANAGED = "/Library/Managed Preferences/com.orvane.gatehall.plist"
 SYSTEM = "/etc/gatehall/com.orvane.gatehall.plist"
+ANNS = "/home/ann/.config/gatehall/com.orvane.gatehall.plist"
 # The ids that the people's user records give them.
 CAROLS = "C0FFEE00-0000-4000-8000-000000001002"
 ERINS = "C0FFEE00-0000-4000-8000-000000001003"
@@ -99,9 +102,20 @@ def a_mobile_user_missing_from_the_allow_list_is_refused(desktop):
     _is_refused(desktop, "1003")
 
 
-def anns_own_preferences_decide_over_the_systems(desktop):
-    """They are those of the user who runs the tool."""
+def anns_own_preferences_decide_for_her_tool(desktop):
+    """They are those of the user who runs it."""
+    desktop.write(ANNS, _property_list(_list("DenyList", ERINS)), owner="ann")
+    _is_refused(desktop, "1003")
+
+
+def anns_own_preferences_decide_nothing_at_the_door(desktop):
+    """Which is root's: LightDM, whom the tool asks, shows its greeter instead."""
     desktop.write(SYSTEM, _property_list(_list("DenyList", ERINS)))
-    desktop.write("/home/ann/.config/gatehall/com.orvane.gatehall.plist",
-                  _property_list(_list("DenyList", CAROLS)), owner="ann")
-    _is_admitted(desktop, "erin", "1003")
+    desktop.write(ANNS, _property_list(_list("DenyList", CAROLS)), owner="ann")
+    cursor = journal.cursor()
+    result = desktop.switch("-switchToUserID", "1003")
+    assert "erin (1003): admitted: no allow list" in result.decisions[0], result
+    desktop.until_greeter()
+    assert {s.user for s in desktop.sessions()} == {"ann", "lightdm"}, desktop.describe()
+    said = {entry["MESSAGE"] for entry in journal.records(cursor, "pam_gatehall")}
+    assert said == {"lightdm: erin (1003): refused: denied by GUID (preferences)"}, said
