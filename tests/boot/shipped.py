@@ -1,0 +1,13 @@
+"""What ships, from the packages that scripts/package makes."""
+from pathlib import Path
+
+PACKAGES = Path(__file__).resolve().parents[2] / "build/packages"
+NAMES = ("gatehall", "libgatehall1")
+
+
+def packages_to_install(folder):
+    """Their files, as a booted system sees them, which has PACKAGES in that folder."""
+    files = [file for name in NAMES for file in PACKAGES.glob(f"{name}_*.deb")]
+    if len(files) != len(NAMES):
+        raise SystemExit(f"{PACKAGES} does not hold the packages: run scripts/package")
+    return [f"{folder}/{file.name}" for file in files]
