@@ -36,4 +36,4 @@ def story(since):
     """What those who take part in a switch said since the cursor, for a person to read."""
     return "\n".join(f"    {program}[{pid}]: {text}" for program, pid, text in entries(
         since, "gatehall-switch", "lightdm", "polkitd", "systemd-logind", "dbus-daemon", "su",
-        "display-manager-stand-in"))
+        "display-manager-stand-in", "sddm", "gdm3"))
