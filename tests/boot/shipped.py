@@ -2,7 +2,7 @@
 from pathlib import Path
 
 PACKAGES = Path(__file__).resolve().parents[2] / "build/packages"
-NAMES = ("gatehall", "libgatehall1")
+NAMES = ("gatehall", "libgatehall1", "libpam-gatehall")
 
 
 def packages_to_install(folder):
