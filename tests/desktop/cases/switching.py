@@ -67,6 +67,21 @@ def suspend_brings_the_greeter_and_locks_the_session(desktop):
     desktop.until_locked("ann")
 
 
+def a_greeter_that_runs_is_used_again_by_lightdm(desktop):
+    desktop.switch("-suspend")
+    desktop.until_greeter()
+    greeter = desktop.in_front()
+    desktop.bring_to_front("ann")
+    desktop.switch("-suspend")
+    desktop.until_greeter()
+    assert desktop.in_front().name == greeter.name, desktop.describe()
+    desktop.bring_to_front("ann")
+    desktop.switch("-switchToUserID", "1002")
+    desktop.until_greeter()
+    assert [s.name for s in desktop.sessions() if s.kind == "greeter"] == [greeter.name], (
+        desktop.describe())
+
+
 def to_a_guest_starts_the_display_managers_guest_session(desktop):
     desktop.write("/etc/gatehall/directory.toml", '[local]\nguests = ["gus"]\n')
     with desktop.without_password("gus"):
