@@ -88,11 +88,15 @@ class Switch {
     if (running->isActive) return !running->isLocked || unlock(*running);
     if (!mayLeaveUnasked()) return false;
     if (running->isLocked && !unlock(*running)) return false;
-    return orElse(false, [&] {
+    try {
       requireOwner(mLogin1.owner(*running), running->name);
       mLogin1.activate(*running, mMoment);
       return true;
-    });
+    } catch (const BusError& error) {
+      mIsUnderWay = error.isLate();
+      mLog.error(error.what());
+      return false;
+    }
   }
 
   /// Sessions know no nodes: one of a network account must not be taken for the session of a local
@@ -186,7 +190,7 @@ class Switch {
     try {
       displayManagerCalls::perform(mBus, step, mTarget, isDone, 3 * mOptions.callTimeout);
     } catch (const BusError& error) {
-      mIsUnderWay = error.isLate();
+      mIsUnderWay = mIsUnderWay || error.isLate();
       throw;
     }
   }
@@ -199,7 +203,7 @@ class Switch {
   const std::chrono::milliseconds mMoment;  ///< for what follows an answer of logind
   Departure mDeparture;
   std::optional<bool> mMayLeaveUnasked;
-  bool mIsUnderWay = false;  ///< the display manager may still bring what it was asked for
+  bool mIsUnderWay = false;  ///< what was asked for and not answered may still come to the front
 };
 
 }  // namespace

@@ -231,6 +231,12 @@ TEST_F(DepartureTest, UnlocksWhatItLockedWhenItLeavesTheSessionForNobody) {
   EXPECT_EQ(bus.calls(), kLockAnn + kShowGreeter + kUnlockAnn);
 }
 
+TEST_F(DepartureTest, StaysLockedWhenAnActivationThatIsNotAnsweredMayStillCome) {
+  start({"logind=late:ActivateSessionOnSeat", kBob});
+  EXPECT_EQ(switchTo(bob()), 1);
+  EXPECT_EQ(bus.calls(), kLockAnn + kActivateBob);
+}
+
 TEST_F(DepartureTest, UnlocksNothingThatItDidNotLock) {
   start({"logind=ActivateSessionOnSeat", kBob}, kAnnLocked);
   EXPECT_EQ(switchTo(bob()), 1);

@@ -6,7 +6,8 @@
 // Words: lightdm, sddm, gdm, logind, accounts, each of them plain or with how it behaves
 // (lightdm=refusing: the calls that change something are answered with an error; =MEMBER: those of
 // this method are; =nonsense: every call is answered with a number; =silent: none is answered;
-// =late: what a display manager is asked to bring comes to the front and no answer does);
+// =late: what a service is asked to do is done and not answered; =late:MEMBER: that is so of this
+// method);
 // seat=PATH, a seat of the display manager in place of .../Seat0;
 // session=NAME,UID,USER,SEAT,TYPE,CLASS,STATE, a locked one with ",locked" behind it, and
 // gone=NAME,UID,USER,SEAT (listed, but gone when asked about), in logind's list; active=NAME, the
@@ -253,12 +254,13 @@ int onMessage(sd_bus_message* message, void* data, sd_bus_error* /*error*/) {
   if (service->first == kAccounts) return host.accounts.answer(message);
   if (answerQuestion(host, message) > 0) return 1;
   record(message);
-  if (behaviour == "refusing" || behaviour == sd_bus_message_get_member(message)) {
+  const std::string member = sd_bus_message_get_member(message);
+  if (behaviour == "refusing" || behaviour == member) {
     require(sd_bus_reply_method_errorf(message, SD_BUS_ERROR_ACCESS_DENIED, "Not\ntoday"), "error");
     return 1;
   }
   perform(host, message);
-  if (behaviour == "late") return 1;
+  if (behaviour == "late" || behaviour == "late:" + member) return 1;
   if (service->first == "org.gnome.DisplayManager") {
     require(sd_bus_reply_method_return(message, "o", "/org/gnome/DisplayManager/Displays/1"),
             "reply");
