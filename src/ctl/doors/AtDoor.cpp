@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/Ascii.h"
 #include "ctl/doors/DoorFindings.h"
 #include "ctl/doors/DoorsAnswer.h"
 #include "ctl/request/Verb.h"
@@ -164,10 +165,7 @@ void addRows(const AtDoor& found, Table& table) {
 
 DoorState doorNamed(const Host& host, const std::string& service) {
   if (!pam::isServiceName(service)) throw UsageError("'" + service + "' is no service's name");
-  auto name = service;
-  for (auto& each : name) {
-    if (each >= 'A' && each <= 'Z') each = static_cast<char>(each - 'A' + 'a');
-  }
+  const auto name = ascii::lower(service);
   return host.machine() != nullptr ? doorState(HostOptions(), name) : guardedDoor(name);
 }
 

@@ -1,5 +1,6 @@
 #include "linux/pam/ConfigFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <sys/stat.h>

@@ -5,8 +5,9 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
-#include <strings.h>
 #include <utility>
+
+#include "base/Ascii.h"
 
 namespace gatehall::pam {
 
@@ -27,11 +28,6 @@ Control word(int success, int otherwise) {
   control[kNewAuthtokReqd] = success;
   control[kIgnore] = Ignore;
   return control;
-}
-
-bool isWord(std::string_view text, std::string_view expected) {
-  return text.size() == expected.size() &&
-         strncasecmp(text.data(), expected.data(), expected.size()) == 0;
 }
 
 /// Takes the prefix away; false when the text has another.
@@ -60,7 +56,7 @@ std::optional<int> takeAction(std::string_view& text) {
     if (take(text, name)) return action;
   }
   std::uint32_t jump = 0;  // a number that is too large wraps around, as in libpam
-  for (; !text.empty() && text.front() >= '0' && text.front() <= '9'; text.remove_prefix(1)) {
+  for (; !text.empty() && ascii::isDigit(text.front()); text.remove_prefix(1)) {
     jump = jump * 10 + static_cast<std::uint32_t>(text.front() - '0');
   }
   return jump != 0 ? std::optional(static_cast<int>(jump)) : std::nullopt;
@@ -88,10 +84,10 @@ bool readPairs(std::string_view text, Control& control) {
 }  // namespace
 
 Control readControl(std::string_view text) {
-  if (isWord(text, "required")) return word(Ok, Bad);
-  if (isWord(text, "requisite")) return word(Ok, Die);
-  if (isWord(text, "optional")) return word(Ok, Ignore);
-  if (isWord(text, "sufficient")) return word(Done, Ignore);
+  if (ascii::isSame(text, "required")) return word(Ok, Bad);
+  if (ascii::isSame(text, "requisite")) return word(Ok, Die);
+  if (ascii::isSame(text, "optional")) return word(Ok, Ignore);
+  if (ascii::isSame(text, "sufficient")) return word(Done, Ignore);
   Control control{};
   control.fill(kUnset);
   if (!readPairs(text, control)) return everythingIsBad();

@@ -8,10 +8,10 @@
 #include <memory>
 #include <optional>
 #include <set>
-#include <strings.h>
 #include <system_error>
 #include <utility>
 
+#include "base/Ascii.h"
 #include "gatehall/base/PlatformException.h"
 #include "linux/pam/ConfigFile.h"
 
@@ -21,23 +21,12 @@ namespace {
 
 constexpr std::array<std::string_view, 2> kFolders{"/etc/pam.d", "/usr/lib/pam.d"};
 constexpr std::string_view kOther = "other";
+constexpr std::size_t kLongestName = 64;
 constexpr std::size_t kLongestLine = 1000;
 constexpr std::size_t kMostFilesInOneAnother = 32;
 constexpr std::size_t kMostFiles = 1000;
 constexpr std::size_t kMostEntries = 1000;
 constexpr std::size_t kMostLevels = 16;  // libpam's own limit of substacks in one another
-
-bool isWord(std::string_view text, const char* expected) {
-  return strcasecmp(std::string(text).c_str(), expected) == 0;
-}
-
-std::string lowerCase(std::string_view text) {
-  std::string result;
-  std::ranges::transform(text, std::back_inserter(result), [](char each) {
-    return each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each;
-  });
-  return result;
-}
 
 std::string inFolder(std::string_view folder, std::string_view name) {
   return std::string(folder).append("/").append(name);
@@ -74,10 +63,10 @@ class Reader {
 
   static Type typeOf(std::string_view word) {
     if (word.starts_with('-')) word.remove_prefix(1);
-    if (isWord(word, "account")) return Type::Account;
-    if (isWord(word, "@include")) return Type::Include;
-    const bool isKnown =
-        isWord(word, "auth") || isWord(word, "session") || isWord(word, "password");
+    if (ascii::isSame(word, "account")) return Type::Account;
+    if (ascii::isSame(word, "@include")) return Type::Include;
+    const bool isKnown = ascii::isSame(word, "auth") || ascii::isSame(word, "session") ||
+                         ascii::isSame(word, "password");
     return isKnown ? Type::Another : Type::Wrong;
   }
 
@@ -127,8 +116,8 @@ class Reader {
       return true;
     }
     entry.controlText = *control;
-    const bool isSubstack = isWord(*control, "substack");
-    if (isSubstack || isWord(*control, "include")) {
+    const bool isSubstack = ascii::isSame(*control, "substack");
+    if (isSubstack || ascii::isSame(*control, "include")) {
       const auto name = words.next();
       if (!name) return fails(place, "an include without a file");
       if (isSubstack) {
@@ -200,14 +189,16 @@ std::string textOf(const Place& place) {
 }
 
 bool isServiceName(std::string_view name) {
-  constexpr std::string_view kLetters =
-      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._+-";
-  return !name.empty() && name.size() <= 64 && name != "." && name != ".." &&
-         name.find_first_not_of(kLetters) == std::string_view::npos;
+  const auto isPlain = [](char each) {
+    return ascii::isAlphanumeric(each) ||
+           std::string_view("._+-").find(each) != std::string_view::npos;
+  };
+  return !name.empty() && name.size() <= kLongestName && name != "." && name != ".." &&
+         std::ranges::all_of(name, isPlain);
 }
 
 Stack readAccountStack(const HostOptions& options, std::string_view service) {
-  auto stack = readOwn(options, lowerCase(service));
+  auto stack = readOwn(options, ascii::lower(service));
   // A fault in the file of "other" stops every service, also those with a stack of their own.
   auto other = readOwn(options, kOther);
   if (stack.fault.empty() && !other.fault.empty()) stack.fault = other.fault;
