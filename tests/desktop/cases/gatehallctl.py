@@ -62,6 +62,25 @@ def the_access_group_is_the_rule_that_refuses(desktop):
     assert not bob["allowed"] and carol["allowed"], (bob, carol)
 
 
+def every_door_is_guarded_and_a_way_past_one_is_told(desktop):
+    check = _answer("check")
+    doors = {door["service"]: door["guarded"] for door in check["doors"]}
+    assert {"lightdm", "lightdm-autologin", "login"} <= doors.keys(), doors
+    assert set(doors.values()) == {"yes"} and check["findings"] == [], check
+    desktop.write("/etc/pam.d/login", "account sufficient pam_permit.so\n@include common-account\n")
+    (finding,) = _answer("check")["findings"]
+    assert (finding["file"], finding["line"]) == ("/etc/pam.d/login", 1), finding
+
+
+def a_door_is_told_to_refuse_by_the_same_rule_and_the_sentence_with_it(desktop):
+    desktop.add_group("gatehall-access", "ann")
+    ann, carol = _answer("can-log-in", "--at", "lightdm", "1000", "1002")["users"]
+    assert ann["allowed"] and not carol["allowed"], (ann, carol)
+    assert carol["sentence"].startswith("You may not log in on this computer: "), carol
+    door = _answer("can-log-in", "--at", "sudo", "1002")
+    assert door["users"][0]["allowed"] is None and door["door"]["guarded"] == "no", door
+
+
 def an_administrator_is_one_by_the_group(desktop):
     assert _answer("admins")["users"] == []
     desktop.join_group("sudo", "bob")
