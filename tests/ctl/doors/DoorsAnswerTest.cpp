@@ -5,6 +5,7 @@
 #include "ctl/doors/DoorsAnswer.h"
 #include "ctl/print/Table.h"
 #include "gatehall/base/PlatformException.h"
+#include "tests/ctl/RunWorld.h"
 #include "tests/linux/Machine.h"
 
 namespace gatehall::ctl {
@@ -166,6 +167,12 @@ TEST_F(Doors, WhoseFilesOthersCanWriteAreErrorsTheFileOnce) {
               testing::ElementsAre("error: /etc/pam.d/common-account: the file can be written by "
                                    "others than its owner, who so decide who gets in"));
   EXPECT_EQ(answer.status, ExitStatus::WrongUsage);
+}
+
+TEST(CheckOfAWorld, HasNoDoors) {
+  const auto outcome = runIn("{}", {"--json", "check"});
+  EXPECT_EQ(documentOf(outcome), Json::parse(R"({"doors": [], "findings": []})"));
+  EXPECT_EQ(outcome.status, ExitStatus::Done);
 }
 
 TEST_F(Doors, AreNotToldOfWhereTheFolderIsUnreadable) {

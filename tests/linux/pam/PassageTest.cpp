@@ -71,6 +71,7 @@ class Stacks : public testing::Test {
     EXPECT_EQ(passage.guard == Guard::Partly || passage.guard == Guard::NotGuarded,
               seen.isPassedBy || seen.isRefusalLost);
     if (!passage.gap) return;
+    EXPECT_GT(passage.gap->entry.place.line, 0U) << "which line it is";
     EXPECT_TRUE(passage.gap->isPassedBy ? seen.isPassedBy : seen.isRefusalLost);
   }
 
