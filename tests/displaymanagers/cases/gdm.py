@@ -9,8 +9,14 @@ def suspend_brings_its_greeter_and_locks_the_session(machine):
     steps.brings_the_greeter(machine, "-suspend")
 
 
-def suspended_again_its_greeter_is_used_again(machine):
-    steps.uses_its_greeter_again(machine)
+def suspended_again_there_is_one_greeter(machine):
+    """GDM takes a greeter away ten seconds after its terminal was left, or sooner."""
+    steps.brings_the_greeter(machine, "-suspend")
+    machine.bring_to_front("ann")
+    machine.unlock("ann")
+    steps.brings_the_greeter(machine, "-suspend")
+    machine.until(lambda: len(machine.greeters()) == 1 and machine.has_greeter_in_front(),
+                  "one greeter, in front")
 
 
 def a_user_with_a_password_gets_its_greeter(machine):

@@ -1,4 +1,4 @@
-"""What cases ask of the machine that they run in: the desktop's questions, of one real display manager."""
+"""What cases ask of the machine that they run in: as of the desktop, of one real display manager."""
 import contextlib
 import signal
 from pathlib import Path
@@ -6,6 +6,7 @@ from pathlib import Path
 from gi.repository import Gio, GLib
 
 from desktop import LOGIN1, Desktop
+from programs import session_groups
 from system import run
 
 # The longest that a step may take in emulation, in seconds: a greeter alone is drawn in twenty.
@@ -23,6 +24,15 @@ UP = Path("/run/desk")
 NO_LOCKER = Path("/run/no-locker")
 
 
+def programs_of(session):
+    """The names of the session's programs, as the kernel shortens them."""
+    names = set()
+    with contextlib.suppress(OSError):  # one is gone meanwhile
+        for process in Path(session_groups(session)[0]).read_text().split():
+            names.add(Path("/proc", process, "comm").read_text().strip())
+    return names
+
+
 class Machine(Desktop):
     def __init__(self, display_manager):
         """One of the display managers, or "none"."""
@@ -32,6 +42,8 @@ class Machine(Desktop):
         self._up = Gio.File.new_for_path(str(UP)).monitor_directory(Gio.FileMonitorFlags.NONE)
         self._up.set_rate_limit(0)
         self._up.connect("changed", lambda *_: None)
+        # A program's start tells nobody.
+        GLib.timeout_add_seconds(1, lambda: True)
 
     # What is there.
 
@@ -45,9 +57,10 @@ class Machine(Desktop):
         return [session for session in self.sessions() if session.kind == "greeter"]
 
     def has_greeter_in_front(self):
-        """One whose opening is done: the X server may be in front before that."""
+        """One that is up: while it starts, it comes to the front once more when it is left."""
         session = self.in_front()
-        return session is not None and (session.kind, session.state) == ("greeter", "active")
+        return (session is not None and (session.kind, session.state) == ("greeter", "active")
+                and (self._unit != "gdm.service" or "gnome-session-b" in programs_of(session)))
 
     def outcome(self):
         """What became of the seat, and what the tool said, for a person to read."""
