@@ -65,8 +65,8 @@ TEST(AtDoor, IsUndecidableWithTheReasonAndStatus3) {
   const auto faults =
       R"(, "faults": [ { "operation": "applicationBoolean", "raise": "platform" } ])";
   const auto outcome =
-      runIn(household(faults), {"--json", "can-log-in", "--at", "login", "1001", "1000"});
-  EXPECT_EQ(outcome.status, ExitStatus::HostFailure);
+      runIn(household(faults), {"--json", "can-log-in", "--at", "login", "1001", "1000", "1002"});
+  EXPECT_EQ(outcome.status, ExitStatus::HostFailure) << "also with somebody who isn't found";
   const auto users = documentOf(outcome)["users"];
   EXPECT_EQ(users[0]["rule"], "undecidable");
   EXPECT_EQ(users[0]["allowed"], false);
