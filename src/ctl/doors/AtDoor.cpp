@@ -27,6 +27,9 @@ namespace {
 
 using pam::Guard;
 
+/// Of a sentence: what a narrow terminal holds behind the first column.
+constexpr std::size_t kLongestLine = 66;
+
 /// What comes out about one user id.
 struct AtDoor {
   std::uint32_t userID = 0;
@@ -133,20 +136,6 @@ Json jsonOf(const AtDoor& found) {
   return json;
 }
 
-/// The text in lines that a narrow terminal holds behind the first column.
-Strings linesOf(std::string_view text) {
-  constexpr std::size_t kLongest = 66;
-  Strings lines;
-  while (text.size() > kLongest) {
-    const auto blank = text.rfind(' ', kLongest);
-    if (blank == std::string_view::npos) break;
-    lines.emplace_back(text.substr(0, blank));
-    text.remove_prefix(blank + 1);
-  }
-  lines.emplace_back(text);
-  return lines;
-}
-
 void addRows(const AtDoor& found, Table& table) {
   Cell allowed{"-"};
   if (found.isAllowed) {
@@ -158,7 +147,8 @@ void addRows(const AtDoor& found, Table& table) {
                         {found.rule.value_or("not found")},
                         {found.source.value_or("-")}});
   if (!found.sentence) return;
-  for (auto& line : linesOf(*found.sentence)) table.rows.push_back({{}, {std::move(line)}});
+  for (auto& line : linesOf(*found.sentence, kLongestLine))
+    table.rows.push_back({{}, {std::move(line)}});
 }
 
 }  // namespace

@@ -1,10 +1,15 @@
 #include "ctl/print/Findings.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <utility>
 
 namespace gatehall::ctl {
 
 namespace {
+
+/// What a narrow terminal holds behind the severity.
+constexpr std::size_t kLongestLine = 70;
 
 std::string severityName(Finding::Severity severity) {
   return severity == Finding::Severity::Error ? "error" : "warning";
@@ -40,9 +45,15 @@ Table findingsTable(const std::vector<Finding>& findings) {
   }
   table.header = {"SEVERITY", "FINDING"};
   for (const auto& finding : findings) {
-    table.rows.push_back({{severityName(finding.severity), Tone::Bad}, {finding.text}});
+    Cell severity{severityName(finding.severity), Tone::Bad};
+    for (auto& line : linesOf(finding.text, kLongestLine)) {
+      table.rows.push_back({std::exchange(severity, {}), {std::move(line)}});
+    }
     for (const auto& more : {placeText(finding), finding.remedy}) {
-      if (!more.empty()) table.rows.push_back({{}, {"  " + more}});
+      if (more.empty()) continue;
+      for (const auto& line : linesOf(more, kLongestLine - 2)) {
+        table.rows.push_back({{}, {"  " + line}});
+      }
     }
   }
   const auto errors = static_cast<std::size_t>(std::ranges::count_if(findings, isError));

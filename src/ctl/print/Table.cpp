@@ -130,6 +130,18 @@ std::string cellText(const Json& value) {
   return text.empty() ? "(empty)" : text;
 }
 
+Strings linesOf(std::string_view text, std::size_t longest) {
+  Strings lines;
+  while (text.size() > longest) {
+    const auto blank = std::min(text.rfind(' ', longest), text.find(' ', longest));
+    if (blank == std::string_view::npos) break;
+    lines.emplace_back(text.substr(0, blank));
+    text.remove_prefix(blank + 1);
+  }
+  lines.emplace_back(text);
+  return lines;
+}
+
 std::string countText(std::size_t count, const std::string& noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }

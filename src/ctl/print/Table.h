@@ -1,9 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ctl/print/Json.h"
+#include "gatehall/base/Value.h"
 
 namespace gatehall::ctl {
 
@@ -32,6 +35,9 @@ std::string tableText(const Table& table, TableStyle style);
 
 /// A JSON value as a cell says it: absent "-", a flag "yes" or "no", a list "a, b".
 std::string cellText(const Json& value);
+
+/// The text in lines of at most so many bytes each, as far as there are spaces to end them at.
+Strings linesOf(std::string_view text, std::size_t longest);
 
 /// "1 user", "2 users".
 std::string countText(std::size_t count, const std::string& noun);

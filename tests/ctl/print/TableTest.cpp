@@ -22,6 +22,14 @@ TEST(Table, AlignsColumnsByWhatTheyTakeOnATerminal) {
             "Ann-Lee  3\n");
 }
 
+TEST(Lines, EndAtSpacesWhereThereAreAny) {
+  EXPECT_EQ(linesOf("one two three", 7), (Strings{"one two", "three"}));
+  EXPECT_EQ(linesOf("one two three", 6), (Strings{"one", "two", "three"}));
+  EXPECT_EQ(linesOf("atlongest two", 4), (Strings{"atlongest", "two"}));
+  EXPECT_EQ(linesOf("atlongest", 4), Strings{"atlongest"});
+  EXPECT_EQ(linesOf("", 4), Strings{""});
+}
+
 TEST(Table, EndsLinesWithoutSpaces) {
   const Table table{.rows = {{{"a"}, {""}}, {{"long"}, {"b"}}}};
   EXPECT_EQ(tableText(table, {}), "a\nlong  b\n");
