@@ -1,0 +1,115 @@
+#!/usr/bin/env python3
+"""What one account decision takes through pam_gatehall, pam_sss and pam_access, in turns, on the desktop
+of tests/desktop: each call of pam_acct_mgmt(3) in one process, and a fresh process with one call.
+
+Two people are asked about whom all admit. Dora is of the network directory, the same slapd for all, and
+not in the denied group: the deny list's for pam_gatehall, which asks the directory each time, simple_deny_groups
+for SSSD, which remembers. Bob is of the machine, and in the one group that may log in: the service access
+list for pam_gatehall, a line of access.conf(5) for pam_access.
+
+usage: tests/desktop/container run bench/pam-door.py     or scripts/bench pam-door
+"""
+import shutil
+import statistics
+from pathlib import Path
+
+from desktop import Desktop
+from guarded import Guarded
+from policed import DENY_LIST, DIRECTORIES, Policy, place
+from programs import run_as
+from system import run
+
+CALLS, PROCESSES, COLD = 101, 41, 7
+PROGRAM = "/opt/programs/account-calls"
+SSSD = """[sssd]
+services = pam
+domains = example
+
+[domain/example]
+id_provider = ldap
+auth_provider = none
+access_provider = simple
+simple_deny_groups = banned
+ldap_uri = ldap://127.0.0.1/
+ldap_search_base = dc=example,dc=org
+ldap_id_use_start_tls = false
+"""
+DIRECTORY = """[[directory]]
+name = "example"
+servers = ["ldap://127.0.0.1/"]
+base = "dc=example,dc=org"
+tls = "off"
+"""
+STACKS = {
+    "pam_gatehall": "services=door-pam_gatehall",
+    "pam_sss": "",
+    "pam_access": "accessfile=/etc/security/door.conf",
+}
+
+
+def calls(module, user, count):
+    """Milliseconds of each call in one process."""
+    status, output, _ = run_as([PROGRAM, f"door-{module}", user, str(count)], "root")
+    assert status == 0, f"{module}: {output}"
+    return [int(line) / 1e6 for line in output.splitlines()]
+
+
+def process(module, user):
+    """Milliseconds of a process with one call."""
+    status, output, _ = run_as(["/opt/programs/measure", PROGRAM, f"door-{module}", user, "1"], "root")
+    assert status == 0, f"{module}: {output}"
+    return int(output.splitlines()[-1].split()[0]) / 1e6
+
+
+def compare(name, aim, user, theirs):
+    """Ours against theirs, in turns; the first of each reads files from the disk."""
+    for module in ("pam_gatehall", theirs):
+        calls(module, user, 1)
+    each = {"pam_gatehall": [], theirs: []}
+    fresh = {"pam_gatehall": [], theirs: []}
+    for _ in range(CALLS // 10 + 1):
+        for module, taken in each.items():
+            taken.extend(calls(module, user, 10))
+    for _ in range(PROCESSES):
+        for module, taken in fresh.items():
+            taken.append(process(module, user))
+    for module in each:
+        print(f"{module}, {user}: {statistics.median(each[module]):.3f} ms a call, "
+              f"{statistics.median(fresh[module]):.3f} ms a process with one")
+    ratios = [statistics.median(taken["pam_gatehall"]) / statistics.median(taken[theirs])
+              for taken in (each, fresh)]
+    return [f"pam-door-{name} ratio {ratios[0]:.2f} aim {aim}",
+            f"pam-door-{name}-fresh ratio {ratios[1]:.2f} aim {aim}"]
+
+
+def start_sssd_without_its_cache():
+    run("systemctl", "stop", "sssd.service")
+    for file in Path("/var/lib/sss/db").glob("*"):
+        file.unlink()
+    run("systemctl", "start", "sssd.service")
+
+
+def main():
+    desktop = Desktop()
+    desktop.begin()
+    for module, arguments in STACKS.items():
+        place(Path(f"/etc/pam.d/door-{module}"), f"account required {module}.so {arguments}\n")
+    place(Path("/etc/security/door.conf"), "- : ALL EXCEPT (gatehall-access) : ALL\n")
+    place(Path("/etc/sssd/sssd.conf"), SSSD, 0o600)
+    shutil.chown("/etc/sssd/sssd.conf", "root", "root")
+    machine = Guarded(desktop)
+    machine.have(DENY_LIST)
+    place(DIRECTORIES, DIRECTORY)
+    cold = []
+    for _ in range(COLD):
+        start_sssd_without_its_cache()
+        cold += calls("pam_sss", "dora", 1)
+    print(f"pam_sss, dora: {statistics.median(cold):.3f} ms the first call without a cache")
+    lines = compare("network", 1.0, "dora", "pam_sss")
+    machine.have(Policy("bob", (), (), group="gatehall-access:x:990:bob"))
+    place(DIRECTORIES, DIRECTORY)
+    lines += compare("local", 2.0, "bob", "pam_access")
+    print("\n".join(lines))
+
+
+main()
