@@ -1,8 +1,8 @@
 """The services of PAM: every rule at every one of them that opens sessions for people, and nothing at
 the others."""
 from guarded import NEVER_SHUT_OUT, SENTENCES, UNDECIDABLE, Guarded, ask
-from policed import (ACCESS_GROUP, ACCESS_GROUP_ELSEWHERE, ALLOW_LIST, DENY_LIST, LOCAL_LOGIN_OFF,
-                     Policy)
+from policed import (ACCESS_GROUP, ACCESS_GROUP_ELSEWHERE, ALLOW_LIST, DENY_LIST, DIRECTORIES,
+                     LOCAL_LOGIN_OFF, Policy, remove)
 from programs import run_as
 from system import run
 
@@ -12,13 +12,14 @@ REMOTE = ("remote", "sshd", "xrdp-sesman")
 OTHERS = ("su", "su-l", "sudo", "cron", "systemd-user", "lightdm-greeter", "sddm-greeter",
           "gdm-launch-environment", "polkit-1", "passwd", "chsh", "other")
 
+NONE = Policy("none", (), ())
 NOBODY = Policy("nobody at all", (), (), managed={"LocalUserLoginEnabled": False},
                 group="gatehall-access:x:990:")
 
 # By policy and person, the rule that decides.
 LOCALS = {"ann": "local login enabled", "bob": "local login enabled", "carol": "administrator"}
 TABLE = (
-    (Policy("none", (), ()),
+    (NONE,
      {**LOCALS, "dana": "no allow list", "dora": "no allow list", "erin": "no allow list"}),
     (DENY_LIST,
      {**LOCALS, "dana": "denied by GUID", "dora": "no allow list", "erin": "denied by GUID"}),
@@ -108,6 +109,34 @@ def nobody_is_told_anything_who_must_not_be(desktop):
     machine.has_decided("sshd", "erin", "refused", "denied by GUID")
 
 
+def an_account_that_no_directory_of_the_policy_has_is_refused_where_there_is_one(desktop):
+    """Dana is the machine's by its name service alone."""
+    machine = Guarded(desktop)
+    for policy in (DENY_LIST, ALLOW_LIST, ACCESS_GROUP):
+        machine.have(policy)
+        remove(DIRECTORIES)
+        machine.refuses(ask("sshd", "dana"), "sshd", "dana", "in no directory of the policy")
+    machine.have(NONE)
+    remove(DIRECTORIES)
+    machine.admits(ask("sshd", "dana"), "sshd", "dana", "in no directory of the policy")
+
+
+def an_account_that_nobody_has_is_unknown(desktop):
+    machine = Guarded(desktop)
+    machine.have(NONE)
+    said = ask("sshd", "nobody-here")
+    assert "User not known" in said, said
+    machine.has_decided("sshd", "nobody-here", "not found", None)
+
+
+def people_read_the_machines_language(desktop):
+    machine = Guarded(desktop)
+    machine.have(DENY_LIST)
+    desktop.write("/etc/default/locale", "LANG=de_AT.UTF-8\n")
+    said = ask("sshd", "erin")
+    assert "Sie dürfen sich an diesem Computer nicht anmelden: Ihr Konto ist ausgeschlossen." in said, said
+
+
 def what_cannot_be_decided_is_refused_with_another_sentence(desktop):
     machine = Guarded(desktop)
     machine.have(DENY_LIST)
@@ -129,7 +158,8 @@ def what_cannot_be_decided_is_admitted_where_the_module_is_told_so(desktop):
     desktop.after(run, "systemctl", "start", "directory.service")
     for service in ("login", "sshd"):
         assert ask(service, "erin") is None
-        machine.has_decided(service, "erin", "undecidable", None)
+        said = machine.has_decided(service, "erin", "undecidable", None)
+        assert "let in all the same: ldap/example" in said, said
 
 
 def an_argument_that_cannot_be_meant_leaves_everybody_undecidable(desktop):

@@ -3,7 +3,7 @@ told, and what the log says of each."""
 import os
 import re
 import subprocess
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from pathlib import Path
 
 import journal
@@ -21,6 +21,7 @@ SENTENCES = {rule: f"You may not log in on this computer: {why}" for rule, why i
     "everyone denied": "it is closed to everybody from the network.",
     "denied by GUID": "your account is excluded.",
     "not in the allow list": "your account is not among those that may.",
+    "in no directory of the policy": "it doesn't know your account.",
 }.items()}
 UNDECIDABLE = ("It can't be told now whether you may log in on this computer. "
                "Try again later, or ask whoever looks after it.")
@@ -35,6 +36,7 @@ class Decision:
     user: str
     answer: str
     rule: str
+    text: str = field(default="", compare=False)
 
 
 class Guarded(Machine):
@@ -65,7 +67,7 @@ class Guarded(Machine):
     def decisions(self):
         """What was decided since the last time."""
         found = [Decision(entry["GATEHALL_SERVICE"], entry["GATEHALL_USER"], entry["GATEHALL_ANSWER"],
-                          entry.get("GATEHALL_RULE"))
+                          entry.get("GATEHALL_RULE"), entry["MESSAGE"])
                  for entry in journal.records(self._cursor, IDENTITY)
                  if journal.is_decision(entry)]
         self._cursor = journal.cursor()
@@ -84,8 +86,10 @@ class Guarded(Machine):
         self.has_decided(service, user, answer, rule)
 
     def has_decided(self, service, user, answer, rule):
+        """Checks that the log has that one line, and gives it."""
         found = self.decisions()
         assert found == [Decision(service, user, answer, rule)], found
+        return found[0].text
 
 
 def ask(service, user, flags="", host=None):
