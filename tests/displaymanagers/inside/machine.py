@@ -6,7 +6,7 @@ from pathlib import Path
 from gi.repository import Gio, GLib
 
 from desktop import LOGIN1, Desktop
-from programs import session_groups
+from programs import session_processes
 from system import run
 
 # The longest that a step may take in emulation, in seconds: a greeter alone is drawn in twenty.
@@ -28,8 +28,8 @@ def programs_of(session):
     """The names of the session's programs, as the kernel shortens them."""
     names = set()
     with contextlib.suppress(OSError):  # one is gone meanwhile
-        for process in Path(session_groups(session)[0]).read_text().split():
-            names.add(Path("/proc", process, "comm").read_text().strip())
+        for process in session_processes(session):
+            names.add(Path(f"/proc/{process}/comm").read_text().strip())
     return names
 
 

@@ -1,6 +1,4 @@
 """What cases of several display managers have in common."""
-from system import run
-
 
 
 def brings_the_greeter(machine, *words):
@@ -42,8 +40,7 @@ def has_a_guest(machine):
 
 def leaves_everything_as_it_is_for_dana(machine):
     """Who is from the network, and denied by the policy."""
-    run("systemctl", "start", "directory.service")
-    machine.after(run, "systemctl", "stop", "directory.service")
+    machine.start("directory.service")
     machine.write("/etc/gatehall/directory.toml", """[[directory]]
 name = "example"
 servers = ["ldap://127.0.0.1/"]
