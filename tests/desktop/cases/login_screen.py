@@ -110,8 +110,9 @@ def an_expired_password_is_changed_by_who_is_admitted(desktop):
     run("chage", "--lastday", "0", "bob")
     machine.have(DENY_LIST)
     greeter = Greeter(desktop)
-    _is_admitted(machine, greeter, "bob", "local login enabled", "bobs", "bobs", NEW_PASSWORD,
-                 NEW_PASSWORD)
+    _is_admitted(machine, greeter, "bob", "local login enabled", "bobs",
+                 ("Changing password for bob", "bobs"), ("New password", NEW_PASSWORD),
+                 ("Retype new password", NEW_PASSWORD))
 
 
 def who_is_refused_with_an_expired_password_reads_why_and_is_not_asked_for_another(desktop):

@@ -50,12 +50,12 @@ class Greeter:
         self._environment = {**os.environ, "DISPLAY": display, "XAUTHORITY": authority}
         self.until_shows("Log In")
 
-    def log_in(self, name, *secrets):
-        """Types a name, and what it is expected to ask for then. LightDM's result: "Success",
-        "Permission denied", …"""
+    def log_in(self, name, *answers):
+        """Types a name, and what it is expected to ask for then: a password, and others with what it
+        says to them, ("New password", "secret"). LightDM's result: "Success", "Permission denied", …"""
         self.name(name)
-        for secret in secrets:
-            self.answer(secret)
+        for answer in answers:
+            self.answer(*((answer,) if isinstance(answer, str) else reversed(answer)))
         return self._until_log(rf"Authenticate result for user {name}: (.*)\n")[1]
 
     def name(self, name):
@@ -66,9 +66,10 @@ class Greeter:
         self._press("Return")
         self._log_start += self._until_log(rf"Greeter start authentication for {name}\n").end()
 
-    def answer(self, secret):
-        """Types something when it is asked for."""
+    def answer(self, secret, prompt="Log In"):
+        """Types something when it is asked for, and that is on the screen."""
         self._log_start += self._until_log(r"Prompt greeter with \d+ message").end()
+        self.until_shows(prompt)
         # The greeter takes one key at a time, and what LightDM told it before the next.
         self._press("Shift_L")
         self._type(secret)
