@@ -12,7 +12,8 @@ std::string LinuxCollation::sortKey(std::string_view text) { return present()->s
 
 std::shared_ptr<IcuCollation> LinuxCollation::present() {
   if (auto collation = mCollation.load()) return collation;
-  return mCollation.storeIfEmpty(std::make_shared<IcuCollation>(machineLocale(mOptions, "LC_COLLATE")));
+  return mCollation.storeIfEmpty(
+      std::make_shared<IcuCollation>(machineLocale(mOptions, "LC_COLLATE")));
 }
 
 }  // namespace gatehall
