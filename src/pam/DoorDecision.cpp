@@ -53,21 +53,32 @@ std::shared_ptr<CachedUser> userOf(const std::shared_ptr<DirectoryRecord>& recor
   return user;
 }
 
-/// Whether there is a service access list that doesn't hold the user id, or may be.
-bool accessListRefuses(std::uint32_t userID) {
+/// Whether there is a service access list, or may be.
+bool hasAccessList(std::uint32_t userID) {
   auto& membership = platform().membership();
   Identifier identifier{};
   if (membership.userIDToIdentifier(userID, identifier) != 0) return true;
   bool isMember = false;
-  const int status = membership.checkServiceMembership(identifier, kAccessListOf, isMember);
-  return status == 0 ? !isMember : status != MembershipService::kNoAccessList;
+  return membership.checkServiceMembership(identifier, kAccessListOf, isMember) !=
+         MembershipService::kNoAccessList;
+}
+
+/// Raises PlatformException when the session would be another account's: of root, or of one that a
+/// directory has.
+void requireOwnUserID(std::uint32_t userID) {
+  const auto found = queryResults(
+      searchNode(), equalTo({record::Users}, attribute::UniqueID, {std::to_string(userID)},
+                            CachedUser::desiredAttributes()));
+  if (!found) throw PlatformException("The directory does not answer.");
+  if (userID == 0 || !found->empty()) throw PlatformException("The user id is another account's.");
 }
 
 /// An account that only the name service has is a network's whose directory the policy doesn't
 /// know.
 DoorDecision decideUnlisted(std::uint32_t userID) {
+  requireOwnUserID(userID);
   const auto access = UserAccess::sharedUserAccess();
-  const bool mayBeMeant = accessListRefuses(userID) || access->denyList() || access->allowList();
+  const bool mayBeMeant = hasAccessList(userID) || access->denyList() || access->allowList();
   DoorDecision decision{.answer = mayBeMeant ? Answer::Refused : Answer::Admitted};
   decision.isUnlisted = true;
   decision.userID = userID;
@@ -107,21 +118,20 @@ std::string_view ruleInWords(const DoorDecision& decision) {
 }  // namespace
 
 DoorDecision decideAtDoor(const Door& door, const Visitor& visitor) {
+  const auto userID = visitor.userID.value_or(DecisionRecord::kUnknown);
   // Their refusal could only be mended by somebody who takes the machine apart.
-  const bool isRoot = visitor.userID == 0U;
-  if (door.isLocal && (isRoot || visitor.isLocalAdministrator)) {
-    return {.answer = Answer::Admitted,
-            .isNeverShut = true,
-            .userID = visitor.userID.value_or(DecisionRecord::kUnknown)};
+  if (door.isLocal && visitor.isLocalAdministrator) {
+    return {.answer = Answer::Admitted, .isNeverShut = true, .userID = userID};
+  }
+  if (!door.fault.empty()) {
+    return {.answer = Answer::Undecidable, .userID = userID, .reason = door.fault};
   }
   try {
     auto decision = decideByRules(visitor);
     if (decision.isAdmitted() && door.hours) applyHours(decision);
     return decision;
   } catch (const PlatformException& failure) {
-    return {.answer = Answer::Undecidable,
-            .userID = visitor.userID.value_or(DecisionRecord::kUnknown),
-            .reason = failure.what()};
+    return {.answer = Answer::Undecidable, .userID = userID, .reason = failure.what()};
   }
 }
 

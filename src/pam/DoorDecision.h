@@ -16,13 +16,14 @@ namespace gatehall::pam {
 struct Visitor {
   std::string userName;
   std::optional<std::uint32_t> userID;  ///< by the name service; absent: it knows nobody
-  bool isLocalAdministrator = false;    ///< by the machine's own group file
+  bool isLocalAdministrator = false;    ///< or root, by the machine's own files
 };
 
 struct Door {
   std::string service;
   bool isLocal = false;  ///< who passes sits at the machine
   bool hours = false;    ///< login hours count
+  std::string fault{};   ///< why nothing can be decided there; empty: it can
 };
 
 struct DoorDecision {
@@ -42,9 +43,9 @@ struct DoorDecision {
 /// Decides, on the installed platform. Whether the account has a password, and which, is not asked:
 /// that is for the door. Raises nothing of the platform's: what can't be told is undecidable.
 ///
-/// An account that the name service has and no directory of the platform, is refused as soon as
+/// An account that the name service has, and no directory of the platform, is refused as soon as
 /// there is a service access list, a deny list or an allow list, none of which can be held against
-/// it.
+/// it. One of the user id of another account is undecidable.
 DoorDecision decideAtDoor(const Door& door, const Visitor& visitor);
 
 /// The decision as it is kept.

@@ -16,7 +16,7 @@ const Door kSsh{"sshd", false, false};
 const Visitor kAnnAtDoor{"ann", 1000, true};
 const Visitor kBobAtDoor{"bob", 1001, false};
 const Visitor kDanaAtDoor{"dana", 2001, false};
-const Visitor kRootAtDoor{"root", 0, false};
+const Visitor kRootAtDoor{"root", 0, true};
 const Visitor kStrangerAtDoor{"stranger", 7000, false};
 
 class DoorDecisionTest : public LoginWorld {
@@ -62,6 +62,13 @@ TEST_F(DoorDecisionTest, LeavesThePasswordAndTheShellToTheDoor) {
   EXPECT_EQ(decideAtDoor(kSsh, visitor).rule, LoginRule::LocalLoginEnabled);
   set("LocalUserLoginEnabled", false);
   EXPECT_EQ(decideAtDoor(kSsh, visitor).rule, LoginRule::LocalLoginDisabled);
+}
+
+TEST_F(DoorDecisionTest, LeavesAPasswordThatFitsNothingToTheDoor) {
+  auto unset = user("unset", "1011", "6C6B2F1E-0000-4000-8000-000000001011");
+  unset.attributes.push_back({"Password", {"*"}});
+  local()->addRecord(unset);
+  EXPECT_EQ(decideAtDoor(kSsh, {"unset", 1011, false}).rule, LoginRule::LocalLoginEnabled);
 }
 
 TEST_F(DoorDecisionTest, IsUndecidableWithTheReasonWhereTheDirectoryDoesNotAnswer) {
@@ -116,6 +123,22 @@ TEST_F(DoorDecisionTest, RefusesWhomOnlyTheNameServiceKnowsUnderAServiceAccessLi
   EXPECT_EQ(decideAtDoor(kSsh, kStrangerAtDoor).answer, Answer::Refused);
 }
 
+TEST_F(DoorDecisionTest, IsUndecidableForAnAccountOfTheNameServiceThatWouldBeAnother) {
+  for (const std::uint32_t another : {0U, 1001U, 2001U}) {
+    const auto decision = decideAtDoor(kTerminal, {"twin", another, false});
+    EXPECT_EQ(decision.answer, Answer::Undecidable) << another;
+    EXPECT_THAT(decision.reason, HasSubstr("another account's"));
+  }
+}
+
+TEST_F(DoorDecisionTest, IsUndecidableAtADoorWithAFaultForAllButThoseWhoAreNeverShutOut) {
+  const Door faulty{"login", true, false, "a fault"};
+  EXPECT_EQ(decideAtDoor(faulty, kBobAtDoor).answer, Answer::Undecidable);
+  EXPECT_EQ(recordOf(faulty, kBobAtDoor, decideAtDoor(faulty, kBobAtDoor)).reason, "a fault");
+  EXPECT_TRUE(decideAtDoor(faulty, kAnnAtDoor).isAdmitted());
+  EXPECT_FALSE(decideAtDoor({"sshd", false, false, "a fault"}, kAnnAtDoor).isAdmitted());
+}
+
 TEST_F(DoorDecisionTest, LooksAtLoginHoursOnlyWhereTheyCount) {
   const auto begin = platform().clock().now() + std::chrono::hours(3);
   mWorld->parentalControls().setLimit(1001, {.allowed = false, .nextCurfew = begin});
@@ -139,6 +162,7 @@ TEST_F(DoorDecisionTest, DoesNotTellWhomTheRulesRefuseOfLoginHours) {
 TEST_F(DoorDecisionTest, IsKeptWithTheDoorTheRuleAndItsSource) {
   set("DenyList", Array{kDana});
   const auto record = recordOf(kSsh, kDanaAtDoor, decideAtDoor(kSsh, kDanaAtDoor));
+  EXPECT_EQ(record.caller, platform().process().effectiveUserID());
   EXPECT_EQ(record.service, "sshd");
   EXPECT_EQ(record.userName, "dana");
   EXPECT_EQ(record.userID, 2001U);

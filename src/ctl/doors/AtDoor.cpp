@@ -58,7 +58,7 @@ std::optional<std::string> nameOf(const Host& host, std::uint32_t userID) {
 bool isAdministratorInWorld(std::uint32_t userID) {
   try {
     const auto user = cachedUserForUID(static_cast<std::int32_t>(userID));
-    return user && user->isLocalUser() && user->isInAdminGroup();
+    return user && user->isLocalUser() && (user->isRootUser() || user->isInAdminGroup());
   } catch (const PlatformException& failure) {
     platform().log().error(failure.what());
     return false;
@@ -75,14 +75,13 @@ pam::Visitor visitorNamed(const Host& host, std::uint32_t userID, const std::str
 void decideIn(const GuardLine& line, const std::string& service, const pam::Visitor& visitor,
               AtDoor& found) {
   const auto arguments = argumentsOf(line);
-  const pam::Door door{
+  pam::Door door{
       .service = service, .isLocal = pam::isLocalDoor(service, ""), .hours = arguments.hours};
-  auto decision = decideAtDoor(door, visitor);
-  if (arguments.fault != nullptr && !decision.isNeverShut) {
-    decision = {.answer = DecisionRecord::Answer::Undecidable,
-                .reason = textOf(line.place) + ": \"" + std::string(arguments.faulty) + "\" " +
-                          arguments.fault};
+  if (arguments.fault != nullptr) {
+    door.fault = textOf(line.place);
+    door.fault.append(": \"").append(arguments.faulty).append("\" ").append(arguments.fault);
   }
+  const auto decision = decideAtDoor(door, visitor);
   const auto record = recordOf(door, visitor, decision);
   const bool isUndecidable = decision.answer == DecisionRecord::Answer::Undecidable;
   found.isAllowed = decision.isAdmitted() || (isUndecidable && arguments.admitsUndecidable);

@@ -18,7 +18,7 @@ bool isGuardModule(const pam::Entry& entry) {
 }
 
 bool isFor(const GuardLine& line, std::string_view service) {
-  return pam::holdsService(argumentsOf(line).services, service);
+  return pam::guards(argumentsOf(line), service);
 }
 
 Strings namesBetweenCommas(std::string_view list) {

@@ -67,12 +67,12 @@ AccountAtDoor accountAtDoor(const HostOptions& options, Log& log, const std::str
   try {
     FaultLog faults(log);
     const auto local = localAccount(options, faults, loginName);
-    if (local) {
+    const auto* entry = options.root.empty() ? getpwnam(loginName.c_str()) : nullptr;
+    if (entry != nullptr) account = {entry->pw_name, entry->pw_uid};
+    if (local && (entry == nullptr || entry->pw_uid == local->userID)) {
       account.userID = local->userID;
-      account.isLocalAdministrator = isAdministrator(options, faults, loginName, local->groupID);
-    } else if (options.root.empty()) {
-      const auto* entry = getpwnam(loginName.c_str());
-      if (entry != nullptr) account = {entry->pw_name, entry->pw_uid};
+      account.isLocalAdministrator =
+          local->userID == 0 || isAdministrator(options, faults, loginName, local->groupID);
     }
   } catch (const PlatformException& failure) {
     log.error(failure.what());

@@ -38,6 +38,7 @@ TEST_F(AccountAtDoorTest, HasTheUserIDOfItsLine) {
 TEST_F(AccountAtDoorTest, IsAnAdministratorByTheGroupFileAlone) {
   EXPECT_TRUE(isAdministrator("ann"));
   EXPECT_TRUE(isAdministrator("gus")) << "whose primary group it is";
+  EXPECT_TRUE(isAdministrator("root"));
   EXPECT_FALSE(isAdministrator("bob"));
   EXPECT_FALSE(isAdministrator("chief"));
   EXPECT_FALSE(isAdministrator("phantom")) << "who has no account here";
