@@ -54,6 +54,15 @@ std::tm localTime(Date date) {
   return time;
 }
 
+/// Of days that are longer or shorter, too.
+std::tm dayAfter(std::tm time) {
+  ++time.tm_mday;
+  time.tm_hour = 12;
+  time.tm_isdst = -1;
+  mktime(&time);
+  return time;
+}
+
 bool isSameDay(const std::tm& one, const std::tm& other) {
   return one.tm_year == other.tm_year && one.tm_yday == other.tm_yday;
 }
@@ -76,12 +85,13 @@ std::string hoursSentence(const std::optional<Date>& begin, Date now) {
     return withTime(translated("You may not log in on this computer: not before %s."), time,
                     "%H:%M");
   }
-  if (isSameDay(time, localTime(now + std::chrono::hours(24)))) {
+  if (isSameDay(time, dayAfter(localTime(now)))) {
     // TRANSLATORS: %s is a time of the day, such as 08:00.
     return withTime(translated("You may not log in on this computer: not before %s tomorrow."),
                     time, "%H:%M");
   }
-  return withTime(translated("You may not log in on this computer: not before %s."), time,
+  // TRANSLATORS: %s is a day and a time, such as 2026-11-30 08:00.
+  return withTime(translated("You may not log in on this computer: not until %s."), time,
                   "%Y-%m-%d %H:%M");
 }
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -50,6 +51,19 @@ void becomeEffectiveUser() {
   if (setresgid(group, group, group) != 0 || setresuid(user, user, user) != 0) std::abort();
 }
 
+/// Of somebody with fewer rights for whom the service acts; they stay where they can't be lifted.
+void liftLimits() {
+  constexpr rlim_t kOpenFiles = 1024;
+  const rlimit none{RLIM_INFINITY, RLIM_INFINITY};
+  for (const auto which : {RLIMIT_AS, RLIMIT_DATA, RLIMIT_CPU, RLIMIT_NPROC}) {
+    setrlimit(which, &none);
+  }
+  rlimit files{};
+  if (getrlimit(RLIMIT_NOFILE, &files) != 0 || files.rlim_max >= kOpenFiles) return;
+  files.rlim_max = kOpenFiles;
+  setrlimit(RLIMIT_NOFILE, &files);
+}
+
 bool receive(pam::Question& question) {
   for (;;) {
     const auto count = recv(STDIN_FILENO, &question, sizeof question, MSG_TRUNC);
@@ -72,27 +86,20 @@ pam::Verdict verdictOf(DecisionRecord::Answer answer) {
   return pam::Verdict::Undecidable;
 }
 
-pam::DoorDecision decide(const pam::Question& question, const pam::Door& door,
-                         const pam::Visitor& visitor) {
-  const std::string fault(question.fault.value());
-  auto decision = pam::decideAtDoor(door, visitor);
-  if (fault.empty() || decision.isNeverShut) return decision;
-  return {
-      .answer = DecisionRecord::Answer::Undecidable, .userID = decision.userID, .reason = fault};
-}
-
-pam::Answer answerTo(const pam::Question& question) {
-  const pam::Door door{.service = std::string(question.service.value()),
-                       .isLocal = question.isLocal == 1,
-                       .hours = question.hours == 1};
+pam::Answer answerTo(const pam::Question& question, bool hasRoom) {
+  pam::Door door{.service = std::string(question.service.value()),
+                 .isLocal = question.isLocal == 1,
+                 .hours = question.hours == 1,
+                 .fault = std::string(question.fault.value())};
+  if (!hasRoom) door.fault = "The caller's limits on memory or open files are too low.";
   const auto account =
       accountAtDoor(HostOptions(), platform().log(), std::string(question.userName.value()));
   const pam::Visitor visitor{account.userName, account.userID, account.isLocalAdministrator};
-  const auto decision = decide(question, door, visitor);
+  const auto decision = pam::decideAtDoor(door, visitor);
   if (auto* decisions = platform().decisionLog()) {
     auto record = pam::recordOf(door, visitor, decision);
     const bool isUndecidable = record.answer == DecisionRecord::Answer::Undecidable;
-    if (isUndecidable && question.admitsUndecidable == 1) {
+    if (isUndecidable && hasRoom && question.admitsUndecidable == 1) {
       record.reason.insert(0, "let in all the same: ");
     }
     decisions->keep(record);
@@ -101,6 +108,8 @@ pam::Answer answerTo(const pam::Question& question) {
   pam::Answer answer{};
   answer.verdict = verdictOf(decision.answer);
   if (decision.isAdmitted()) return answer;
+  // Nobody gets in by limits of their own making.
+  if (!hasRoom) answer.verdict = pam::Verdict::Refused;
   const std::string language(question.language.value());
   pam::speak(language.empty() ? machineLocale(HostOptions(), "LC_MESSAGES") : language);
   if (!answer.sentence.set(pam::sentenceFor(decision, platform().clock().now()))) std::abort();
@@ -117,12 +126,14 @@ int main() {
   alarm(pam::kLongestDecision);
   becomeEffectiveUser();
   pam::Question question{};
-  if (!receive(question) || !raiseResourceLimits()) return EXIT_FAILURE;
+  if (!receive(question)) return EXIT_FAILURE;
+  liftLimits();
+  const bool hasRoom = raiseResourceLimits();
   LinuxOptions options;
   // Accounts are asked for nothing about them: the door asks by itself.
   options.setSessionLimits(false);
   Platform::install(std::make_shared<DoorPlatform>(options));
-  const auto answer = answerTo(question);
+  const auto answer = answerTo(question, hasRoom);
   const bool isSent = send(STDIN_FILENO, &answer, sizeof answer, MSG_NOSIGNAL) >= 0;
   Platform::install(nullptr);
   return isSent ? EXIT_SUCCESS : EXIT_FAILURE;

@@ -36,10 +36,19 @@ TEST(Arguments, ThatAreWrongAreTellNamedAndLeaveNoOtherInForce) {
     const auto arguments = read({"services=su-l", "on-undecidable=admit", wrong, "hours=yes"});
     EXPECT_NE(arguments.fault, nullptr) << wrong;
     EXPECT_EQ(arguments.faulty, wrong);
-    EXPECT_EQ(arguments.services, kUsualServices) << wrong;
+    EXPECT_TRUE(guards(arguments, "su-l")) << wrong;
+    EXPECT_TRUE(guards(arguments, "login")) << wrong;
+    EXPECT_FALSE(guards(arguments, "sudo")) << wrong;
     EXPECT_FALSE(arguments.admitsUndecidable) << wrong;
     EXPECT_FALSE(arguments.hours) << wrong;
   }
+}
+
+TEST(Arguments, GuardTheServicesThatTheyNameAndNoOthers) {
+  EXPECT_TRUE(guards(read({}), "sshd"));
+  EXPECT_FALSE(guards(read({}), "su-l"));
+  EXPECT_TRUE(guards(read({"services=su-l"}), "su-l"));
+  EXPECT_FALSE(guards(read({"services=su-l"}), "sshd"));
 }
 
 TEST(Arguments, StandThereOnce) {

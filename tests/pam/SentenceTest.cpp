@@ -78,8 +78,22 @@ TEST_F(SentenceTest, OfHoursTellsWhenTheyBeginAgain) {
   EXPECT_EQ(untilHours(at(kSeconds + 30 * 3600)),
             "You may not log in on this computer: not before 08:00 tomorrow.");
   EXPECT_EQ(untilHours(at(kSeconds + 54 * 3600)),
-            "You may not log in on this computer: not before 2024-10-06 08:00.");
+            "You may not log in on this computer: not until 2024-10-06 08:00.");
   EXPECT_EQ(untilHours({}), "You may not log in on this computer: not at this time.");
+}
+
+TEST_F(SentenceTest, OfHoursKnowsTheNextDayWhereTheClocksChange) {
+  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  tzset();
+  DoorDecision decision{.answer = Answer::Refused};
+  decision.isOutsideHours = true;
+  const auto now = at(1711837800);       // 2024-03-30 23:30, the day before one of 23 hours
+  decision.hoursBegin = at(1711951200);  // 2024-04-01 08:00
+  EXPECT_EQ(sentenceFor(decision, now),
+            "You may not log in on this computer: not until 2024-04-01 08:00.");
+  decision.hoursBegin = at(1711864800);  // 2024-03-31 08:00
+  EXPECT_EQ(sentenceFor(decision, now),
+            "You may not log in on this computer: not before 08:00 tomorrow.");
 }
 
 TEST_F(SentenceTest, OfWhatCantBeToldIsAnotherAndTellsNoReason) {
@@ -99,7 +113,7 @@ TEST_F(SentenceTest, IsInTheLanguageOfTheLocaleWhetherTheMachineHasThatOrNot) {
   EXPECT_EQ(refusedBy(LoginRule::DeniedByGUID),
             "Sie dürfen sich an diesem Computer nicht anmelden: Ihr Konto ist ausgeschlossen.");
   EXPECT_EQ(untilHours(at(kSeconds + 6 * 3600)),
-            "Sie dürfen sich an diesem Computer nicht anmelden: nicht vor 08:00.");
+            "Sie dürfen sich an diesem Computer nicht anmelden: nicht vor 08:00 Uhr.");
   speakInstead("zh_CN.UTF-8");
   EXPECT_EQ(refusedBy(LoginRule::DeniedByGUID), "您不能登录这台计算机：您的帐户已被排除。");
   speakInstead("POSIX");

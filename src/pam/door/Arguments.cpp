@@ -58,6 +58,7 @@ constexpr Known kKnown[] = {
 
 Arguments readArguments(std::span<const std::string_view> words) {
   Arguments arguments;
+  Arguments unusable;
   unsigned seen = 0;
   for (const auto word : words) {
     const char* fault = "is no argument of this module";
@@ -70,13 +71,18 @@ Arguments readArguments(std::span<const std::string_view> words) {
       }
       bit <<= 1U;
     }
-    if (fault == nullptr) continue;
-    Arguments unusable;
+    if (fault == nullptr || unusable.fault != nullptr) continue;
     unusable.fault = fault;
     unusable.faulty = word;
-    return unusable;
   }
-  return arguments;
+  if (unusable.fault == nullptr) return arguments;
+  unusable.services = arguments.services;
+  return unusable;
+}
+
+bool guards(const Arguments& arguments, std::string_view service) {
+  return holdsService(arguments.services, service) ||
+         (arguments.fault != nullptr && holdsService(kUsualServices, service));
 }
 
 }  // namespace gatehall::pam

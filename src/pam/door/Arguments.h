@@ -19,8 +19,12 @@ struct Arguments {
   std::string_view faulty = {};  ///< the argument that the fault is about
 };
 
-/// Reads them. After a fault everything but the fault is as without arguments. The texts point into
-/// the words.
+/// Reads them. After a fault everything but the fault is as without arguments, and but for services
+/// that can be read. The texts point into the words.
 Arguments readArguments(std::span<const std::string_view> words);
+
+/// Whether the module with these arguments guards the service: one that they name, and after a
+/// fault also one of the usual ones.
+bool guards(const Arguments& arguments, std::string_view service);
 
 }  // namespace gatehall::pam

@@ -56,6 +56,19 @@ std::string_view item(pam_handle_t* handle, int which) {
   close(log);
 }
 
+/// Whether it is a virtual terminal, which has the letters of few scripts.
+bool isConsole(std::string_view terminal) {
+  constexpr std::string_view kFolder = "/dev/";
+  constexpr std::string_view kName = "tty";
+  if (terminal.starts_with(kFolder)) terminal.remove_prefix(kFolder.size());
+  if (!terminal.starts_with(kName)) return false;
+  terminal.remove_prefix(kName.size());
+  for (const char each : terminal) {
+    if (each < '0' || each > '9') return false;
+  }
+  return !terminal.empty();
+}
+
 /// The locale of the program's messages, or of the environment that the person is to have.
 std::string_view language(pam_handle_t* handle) {
   const char* locale = setlocale(LC_MESSAGES, nullptr);
@@ -66,6 +79,8 @@ std::string_view language(pam_handle_t* handle) {
     const char* value = pam_getenv(handle, name);
     if (value != nullptr && *value != '\0') return value;
   }
+  // Whoever has the terminal show the machine's language says so.
+  if (isConsole(item(handle, PAM_TTY))) return "C";
   return {};
 }
 
@@ -109,7 +124,9 @@ int decide(pam_handle_t* handle, bool isSilent, std::string_view service,
     answer.sentence.set("It can't be told now whether you may log in on this computer.");
   }
   if (answer.verdict == Verdict::Admitted) return PAM_SUCCESS;
-  if (answer.verdict == Verdict::Undecidable && arguments.admitsUndecidable) return PAM_SUCCESS;
+  // The program's own word only: limits of the caller's can keep it from saying one.
+  const bool isInDoubt = fault == nullptr && answer.verdict == Verdict::Undecidable;
+  if (isInDoubt && arguments.admitsUndecidable) return PAM_SUCCESS;
   // Not as an error: lightdm-gtk-greeter shows words of its own, of a wrong password, instead.
   if (!isSilent) pam_info(handle, "%s", answer.sentence.bytes.data());
   return answer.verdict == Verdict::Unknown ? PAM_USER_UNKNOWN : PAM_PERM_DENIED;
@@ -127,7 +144,7 @@ extern "C" [[gnu::visibility("default")]] int pam_sm_acct_mgmt(pam_handle_t* han
   for (std::size_t index = 0; index < most; ++index) read[index] = words[index];
   const auto arguments = readArguments({read, most});
   const auto service = item(handle, PAM_SERVICE);
-  if (!holdsService(arguments.services, service)) return PAM_IGNORE;
+  if (!guards(arguments, service)) return PAM_IGNORE;
 
   const bool isSilent = (static_cast<unsigned>(flags) & PAM_SILENT) != 0;
   // A thread that is cancelled in here would leave a socket behind.

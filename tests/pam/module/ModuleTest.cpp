@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -144,6 +146,8 @@ TEST_F(Module, RefusesWhoeverTheProgramGivesNoProperAnswerAbout) {
     EXPECT_THAT(outcome.told, ElementsAre(HasSubstr("can't be told now"))) << user;
   }
   EXPECT_EQ(ask("sshd", std::string(300, 'x')).status, PAM_PERM_DENIED);
+  write("sshd", "on-undecidable=admit");
+  EXPECT_EQ(ask("sshd", "silent").status, PAM_PERM_DENIED) << "which limits could bring about";
 }
 
 TEST_F(Module, LetsRootInAtALocalDoorWithoutAnAnswer) {
@@ -173,7 +177,6 @@ TEST_F(Module, LeavesNothingBehindInTheProcess) {
   const auto threads = entries("/proc/self/task");
   const std::string locale = std::setlocale(LC_ALL, nullptr);
   const auto folder = std::filesystem::current_path();
-  errno = EDOM;
   for (const auto* user : {"admitted", "refused", "brief", "silent", "undecidable"}) {
     ask("sshd", user);
   }
@@ -190,6 +193,53 @@ TEST_F(Module, LeavesNothingBehindInTheProcess) {
   struct sigaction after {};
   sigaction(SIGCHLD, &before, &after);
   EXPECT_EQ(after.sa_handler, counting.sa_handler);
+}
+
+TEST_F(Module, LeavesErrorsAndCancellationToTheProcess) {
+  const auto call = reinterpret_cast<int (*)(pam_handle_t*, int, int, const char**)>(
+      dlsym(dlopen(GATEHALL_PAM_MODULE, RTLD_NOW), "pam_sm_acct_mgmt"));
+  ASSERT_NE(call, nullptr);
+  Strings told;
+  const pam_conv conversation{converse, &told};
+  pam_handle_t* handle = nullptr;
+  ASSERT_EQ(pam_start_confdir("sshd", "silent", &conversation, mFolder.c_str(), &handle),
+            PAM_SUCCESS);
+  errno = EDOM;
+  EXPECT_EQ(call(handle, 0, 0, nullptr), PAM_PERM_DENIED);
+  EXPECT_EQ(errno, EDOM);
+
+  std::atomic<bool> hasReturned{false};
+  std::thread cancelled([&] {
+    pthread_cancel(pthread_self());
+    call(handle, 0, 0, nullptr);
+    hasReturned = true;
+  });
+  cancelled.join();
+  EXPECT_TRUE(hasReturned) << "it was cancelled while it had a socket";
+  pam_end(handle, PAM_SUCCESS);
+}
+
+TEST_F(Module, AsksInTheLanguageOfTheServiceOrOfItsEnvironmentOrOfTheTerminal) {
+  const auto language = [&](const char* variable, const char* terminal) {
+    Strings told;
+    const pam_conv conversation{converse, &told};
+    pam_handle_t* handle = nullptr;
+    pam_start_confdir("sshd", "asked", &conversation, mFolder.c_str(), &handle);
+    if (variable != nullptr) pam_putenv(handle, variable);
+    if (terminal != nullptr) pam_set_item(handle, PAM_TTY, terminal);
+    pam_end(handle, pam_acct_mgmt(handle, 0));
+    return told.empty() ? std::string() : told.front();
+  };
+  EXPECT_EQ(language(nullptr, nullptr), "sshd, remote, , ");
+  EXPECT_EQ(language("LANG=fr_FR.UTF-8", nullptr), "sshd, remote, fr_FR.UTF-8, ");
+  EXPECT_EQ(language("LANG=fr_FR.UTF-8", "tty2"), "sshd, remote, fr_FR.UTF-8, ");
+  EXPECT_EQ(language(nullptr, "/dev/tty2"), "sshd, remote, C, ");
+  EXPECT_EQ(language(nullptr, "tty"), "sshd, remote, , ");
+  EXPECT_EQ(language(nullptr, "ttyS0"), "sshd, remote, , ");
+  EXPECT_EQ(language(nullptr, ":0"), "sshd, remote, , ");
+  ASSERT_NE(std::setlocale(LC_MESSAGES, "C.UTF-8"), nullptr);
+  EXPECT_EQ(language("LANG=fr_FR.UTF-8", "tty2"), "sshd, remote, C.UTF-8, ");
+  std::setlocale(LC_MESSAGES, "C");
 }
 
 TEST_F(Module, AnswersManyThreadsAtOnce) {

@@ -28,8 +28,6 @@ std::size_t openDescriptors() {
 std::string surroundings() {
   char folder[4096];
   const bool isTop = getcwd(folder, sizeof folder) != nullptr && std::string(folder) == "/";
-  sigset_t blocked;
-  sigprocmask(SIG_SETMASK, nullptr, &blocked);
   return std::to_string(openDescriptors()) + " descriptors, " +
          (environ == nullptr || *environ == nullptr ? "no environment" : "an environment") +
          (isTop ? ", at /" : ", elsewhere") +
