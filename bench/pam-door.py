@@ -4,8 +4,8 @@ of tests/desktop: each call of pam_acct_mgmt(3) in one process, and a fresh proc
 
 Two people are asked about whom all admit. Dora is of the network directory, the same slapd for all, and
 not in the denied group: the deny list's for pam_gatehall, which asks the directory each time, simple_deny_groups
-for SSSD, which remembers. Bob is of the machine, and in the one group that may log in: the service access
-list for pam_gatehall, a line of access.conf(5) for pam_access.
+for SSSD, which remembers. Bob is of a machine without a directory, and in the one group that may log in:
+the service access list for pam_gatehall, a line of access.conf(5) for pam_access.
 
 usage: tests/desktop/container run bench/pam-door.py     or scripts/bench pam-door
 """
@@ -15,7 +15,7 @@ from pathlib import Path
 
 from desktop import Desktop
 from guarded import Guarded
-from policed import DENY_LIST, DIRECTORIES, Policy, place
+from policed import DENY_LIST, DIRECTORIES, Policy, place, remove
 from programs import run_as
 from system import run
 
@@ -107,7 +107,7 @@ def main():
     print(f"pam_sss, dora: {statistics.median(cold):.3f} ms the first call without a cache")
     lines = compare("network", 1.0, "dora", "pam_sss")
     machine.have(Policy("bob", (), (), group="gatehall-access:x:990:bob"))
-    place(DIRECTORIES, DIRECTORY)
+    remove(DIRECTORIES)
     lines += compare("local", 2.0, "bob", "pam_access")
     print("\n".join(lines))
 

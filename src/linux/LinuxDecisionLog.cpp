@@ -64,7 +64,7 @@ bool sendToJournal(const std::string& identity, const DecisionRecord& decision) 
     };
     std::vector<iovec> parts;
     for (auto& field : fields) {
-      if (!field.ends_with('=')) parts.push_back({field.data(), field.size()});
+      if (field.find('=') + 1 < field.size()) parts.push_back({field.data(), field.size()});
     }
     return send(parts.data(), static_cast<int>(parts.size())) == 0;
   } catch (const PlatformException&) {
