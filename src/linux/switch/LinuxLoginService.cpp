@@ -182,10 +182,12 @@ class Switch {
   void ask(Step step) {
     orElse(false, [this] { return mLogin1.followChanges(), true; });
     const auto isDone = [this] {
-      return orElse(false, [this] {
+      try {
         const auto front = mLogin1.front();
         return front && (front->isGreeter || front->isOf(mTarget.name, mTarget.userID));
-      });
+      } catch (const BusError&) {
+        return false;  // then the display manager's answer tells
+      }
     };
     try {
       displayManagerCalls::perform(mBus, step, mTarget, isDone, 3 * mOptions.callTimeout);
