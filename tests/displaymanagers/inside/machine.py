@@ -1,5 +1,7 @@
 """What cases ask of the machine that they run in: as of the desktop, of one real display manager."""
 import contextlib
+import fcntl
+import os
 import signal
 from pathlib import Path
 
@@ -22,6 +24,8 @@ DISPLAY_MANAGERS = {
 # Where a desktop that is up, and hears what logind tells it, says so.
 UP = Path("/run/desk")
 NO_LOCKER = Path("/run/no-locker")
+# Of linux/kd.h.
+KDSETMODE, KD_TEXT = 0x4B3A, 0
 
 
 def programs_of(session):
@@ -119,6 +123,7 @@ class Machine(Desktop):
     def _start_again(self, user="ann"):
         self.stop_display_manager()
         self.until(self._has_ended_sessions, "no session left")
+        self._free_terminal()
         for name in UP.iterdir():
             name.unlink()
         if self._unit:
@@ -136,6 +141,13 @@ class Machine(Desktop):
         """Ann's session is there anew, and for the time of the case nobody locks one."""
         NO_LOCKER.touch()
         self._start_again()
+
+    def _free_terminal(self):
+        """A display manager that is stopped while a greeter starts may leave its terminal in graphics
+        mode, from which the kernel switches to no other one."""
+        terminal = os.open(f"/dev/{self.terminal()}", os.O_RDWR | os.O_NOCTTY)
+        fcntl.ioctl(terminal, KDSETMODE, KD_TEXT)
+        os.close(terminal)
 
     def _has_ended_sessions(self):
         """Once its leader is gone, logind leaves alone what else is in a session."""
