@@ -1,9 +1,11 @@
 #include "pam/DoorDecision.h"
 
+#include <algorithm>
 #include <memory>
 #include <string_view>
 #include <utility>
 
+#include "gatehall/access/USPrefs.h"
 #include "gatehall/access/UserAccess.h"
 #include "gatehall/base/PlatformException.h"
 #include "gatehall/directory/NodeConvenience.h"
@@ -77,8 +79,12 @@ void requireOwnUserID(std::uint32_t userID) {
 /// know.
 DoorDecision decideUnlisted(std::uint32_t userID) {
   requireOwnUserID(userID);
-  const auto access = UserAccess::sharedUserAccess();
-  const bool mayBeMeant = hasAccessList(userID) || access->denyList() || access->allowList();
+  // A list counts that names nobody whom the policy knows: it may be this one.
+  const auto denied = USPrefs::deniedList().value_or(Array());
+  const auto allowed = USPrefs::allowedList().value_or(Array());
+  const bool isClosed =
+      !allowed.empty() && std::ranges::find(allowed, Value(kEveryone)) == allowed.end();
+  const bool mayBeMeant = hasAccessList(userID) || !denied.empty() || isClosed;
   DoorDecision decision{.answer = mayBeMeant ? Answer::Refused : Answer::Admitted};
   decision.isUnlisted = true;
   decision.userID = userID;

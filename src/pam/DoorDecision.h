@@ -44,8 +44,8 @@ struct DoorDecision {
 /// that is for the door. Raises nothing of the platform's: what can't be told is undecidable.
 ///
 /// An account that the name service has, and no directory of the platform, is refused as soon as
-/// there is a service access list, a deny list or an allow list, none of which can be held against
-/// it. One of the user id of another account is undecidable.
+/// there is a service access list, a deny list, or an allow list that isn't everybody's: none can
+/// be held against it. One of the user id of another account is undecidable.
 DoorDecision decideAtDoor(const Door& door, const Visitor& visitor);
 
 /// The decision as it is kept.

@@ -118,6 +118,18 @@ TEST_F(DoorDecisionTest, RefusesWhomOnlyTheNameServiceKnowsUnderAnAllowList) {
   EXPECT_EQ(decideAtDoor(kSsh, kStrangerAtDoor).answer, Answer::Refused);
 }
 
+TEST_F(DoorDecisionTest, RefusesWhomOnlyTheNameServiceKnowsUnderAListThatNamesNobodyElse) {
+  set("DenyList", Array{kNobody});
+  EXPECT_EQ(decideAtDoor(kSsh, kStrangerAtDoor).answer, Answer::Refused);
+  unset("DenyList");
+  set("AllowList", Array{kNobody});
+  EXPECT_EQ(decideAtDoor(kSsh, kStrangerAtDoor).answer, Answer::Refused);
+  set("AllowList", Array{"*"});
+  EXPECT_EQ(decideAtDoor(kSsh, kStrangerAtDoor).answer, Answer::Admitted);
+  set("AllowList", Array{});
+  EXPECT_EQ(decideAtDoor(kSsh, kStrangerAtDoor).answer, Answer::Admitted);
+}
+
 TEST_F(DoorDecisionTest, RefusesWhomOnlyTheNameServiceKnowsUnderAServiceAccessList) {
   setServiceAccess({.members = {kDana}});
   EXPECT_EQ(decideAtDoor(kSsh, kStrangerAtDoor).answer, Answer::Refused);

@@ -65,6 +65,16 @@ class Switch {
     }
   }
 
+  /// False also when a service refuses.
+  template <class Question>
+  static bool isHad(Question question) {
+    try {
+      return question();
+    } catch (const BusError&) {
+      return false;
+    }
+  }
+
   void leaveForUser() {
     if (switchDecision::mayActivate(mTarget) && mTarget.userID && activateRunningSession()) return;
     const auto displayManager = displayManagerCalls::find(mBus);
@@ -180,14 +190,13 @@ class Switch {
   /// Asks the display manager for the step, which is done once a login screen or a session of the
   /// user comes to the front, whatever it answers and when.
   void ask(Step step) {
-    orElse(false, [this] { return mLogin1.followChanges(), true; });
+    // Where logind can't be looked at the display manager's answer tells.
+    isHad([this] { return mLogin1.followChanges(), true; });
     const auto isDone = [this] {
-      try {
+      return isHad([this] {
         const auto front = mLogin1.front();
         return front && (front->isGreeter || front->isOf(mTarget.name, mTarget.userID));
-      } catch (const BusError&) {
-        return false;  // then the display manager's answer tells
-      }
+      });
     };
     try {
       displayManagerCalls::perform(mBus, step, mTarget, isDone, 3 * mOptions.callTimeout);

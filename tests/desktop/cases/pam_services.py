@@ -159,7 +159,7 @@ def what_cannot_be_decided_is_admitted_where_the_module_is_told_so(desktop):
     for service in ("login", "sshd"):
         assert ask(service, "erin") is None
         said = machine.has_decided(service, "erin", "undecidable", None)
-        assert "let in all the same: ldap/example" in said, said
+        assert "let in all the same: ldap/" in said, said
 
 
 def an_argument_that_cannot_be_meant_leaves_everybody_undecidable(desktop):

@@ -155,6 +155,14 @@ def keep(desktop, path):
     desktop.after(restore)
 
 
+def _close_folders():
+    """Those of the managed files are as an administrator makes them."""
+    for managed in (MANAGED, MANAGED_BY_OTHERS):
+        for folder in managed.parents[:-1]:
+            if folder.exists():
+                folder.chmod(0o755)
+
+
 class Machine:
     """For the time of a case. What went wrong is good again at the next have()."""
 
@@ -176,6 +184,7 @@ class Machine:
         self.desktop = desktop
         self.proxy = DirectoryProxy()
         desktop.after(self.proxy.stop)
+        desktop.after(_close_folders)
         self.undo = contextlib.ExitStack()
         desktop.after(self.undo.close)
         self.policy, self.file = None, None
@@ -191,10 +200,8 @@ class Machine:
         self.undo.close()
         self.policy, self.file = policy, file
         self.proxy.go_wrong()
+        _close_folders()
         for managed in (MANAGED, MANAGED_BY_OTHERS):
-            for folder in managed.parents[:-1]:
-                if folder.exists():
-                    folder.chmod(0o755)
             if not policy.managed or managed != file:
                 remove(managed)
         if policy.managed:
