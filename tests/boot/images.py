@@ -24,6 +24,7 @@ def made_once(name, recipe, *sources):
     print(f"Making {image} …", flush=True)
     start = time.monotonic()
     making = CACHE / f"{name}-making-{image.name[len(name) + 1:]}"
+    _remove(making)  # of a recipe that was killed
     log = CACHE / f"recipe-{name}.log"
     with log.open("w") as out:
         status = subprocess.run([recipe, making], stdin=subprocess.DEVNULL, stdout=out,

@@ -88,10 +88,10 @@ std::vector<Finding> findingsOfDoors(const HostOptions& options,
       for (const auto& line : *lines) {
         const auto arguments = argumentsOf(line);
         if (arguments.fault == nullptr || !told.insert(textOf(line.place)).second) continue;
-        findings.push_back(
-            finding(Severity::Error, line.place,
-                    "\"" + std::string(arguments.faulty) + "\" " + arguments.fault,
-                    "Mend the line: until then nobody is decided about, and so let in."));
+        findings.push_back(finding(Severity::Error, line.place,
+                                   "\"" + std::string(arguments.faulty) + "\" " + arguments.fault,
+                                   "Mend the line: until then only administrators get in, where "
+                                   "they sit at the machine."));
       }
     }
   }

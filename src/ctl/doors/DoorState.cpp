@@ -1,7 +1,9 @@
 #include "ctl/doors/DoorState.h"
 
 #include <algorithm>
+#include <glob.h>
 #include <map>
+#include <unistd.h>
 #include <utility>
 
 #include "gatehall/base/PlatformException.h"
@@ -15,6 +17,19 @@ using pam::Guard;
 
 bool isGuardModule(const pam::Entry& entry) {
   return entry.kind == pam::Entry::Kind::Module && entry.module == kGuardModule;
+}
+
+/// Whether libpam finds the module: by its path, or in a folder of the system's own.
+bool isInstalled(const HostOptions& options, const std::string& modulePath) {
+  if (modulePath.starts_with('/')) return access((options.root + modulePath).c_str(), F_OK) == 0;
+  for (const auto* folder : {"/lib", "/usr/lib", "/lib64", "/usr/lib64", "/lib/*", "/usr/lib/*"}) {
+    glob_t found{};
+    const auto pattern = options.root + folder + "/security/" + modulePath;
+    const bool isThere = glob(pattern.c_str(), GLOB_NOSORT, nullptr, &found) == 0;
+    globfree(&found);
+    if (isThere) return true;
+  }
+  return false;
 }
 
 bool isFor(const GuardLine& line, std::string_view service) {
@@ -59,6 +74,10 @@ DoorState doorState(const HostOptions& options, const std::string& service) {
     door.stack = pam::readAccountStack(options, service);
     for (const auto& entry : door.stack.entries) {
       if (!isGuardModule(entry)) continue;
+      if (!isInstalled(options, entry.modulePath)) {
+        throw PlatformException(textOf(entry.place) + ": there is no module " + entry.modulePath +
+                                ", without which nobody gets in");
+      }
       GuardLine line{entry.place, entry.arguments};
       (isFor(line, service) ? door.guards : door.idle).push_back(std::move(line));
     }

@@ -196,16 +196,18 @@ bool SystemBus::waitUntil(const Condition& holds, std::chrono::milliseconds limi
   return true;
 }
 
-void SystemBus::callUntil(const BusMethod& method, const Strings& arguments, const Condition& holds,
-                          std::chrono::milliseconds limit) {
+void SystemBus::extend(std::chrono::milliseconds limit) {
+  mDeadline = std::max(mDeadline, std::chrono::steady_clock::now() + limit);
+}
+
+void SystemBus::callUntil(const BusMethod& method, const Strings& arguments,
+                          const Condition& holds) {
   const auto& sd = sdBus();
-  const auto deadline = std::chrono::steady_clock::now() + limit;
-  mDeadline = std::max(mDeadline, deadline);
   const auto question = request(method, arguments, method);
   std::uint64_t cookie = 0;
   checked(method, sd.send(mConnection->bus.get(), question.message.get(), &cookie));
   for (;;) {
-    const auto message = next(deadline);
+    const auto message = next(mDeadline);
     auto* raw = message.message.get();
     if (raw == nullptr) checked(method, -ETIMEDOUT);
     std::uint64_t answered = 0;

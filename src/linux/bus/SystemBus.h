@@ -69,11 +69,13 @@ class SystemBus {
   /// changed, which anybody can say. False when it doesn't hold within the limit. Raises as call.
   bool waitUntil(const Condition& holds, std::chrono::milliseconds limit);
 
+  /// Gives the operation at least that time from now on.
+  void extend(std::chrono::milliseconds limit);
+
   /// Calls, and waits for the answer or until that holds, which is looked at whenever a property is
-  /// said to have changed, whichever comes first. Has the whole limit, whatever is left of the
-  /// operation's time. Raises as call.
-  void callUntil(const BusMethod& method, const Strings& arguments, const Condition& holds,
-                 std::chrono::milliseconds limit);
+  /// said to have changed, whichever comes first. Has all the time that the operation has. Raises
+  /// as call.
+  void callUntil(const BusMethod& method, const Strings& arguments, const Condition& holds);
 
  private:
   struct Connection;

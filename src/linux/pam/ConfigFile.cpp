@@ -74,6 +74,12 @@ std::optional<ConfigFile> readConfigFile(const HostOptions& options, std::string
   if (content->find('\0') != std::string::npos) fail(path, "it holds a NUL character");
   ConfigFile file{
       .path = std::string(path), .lines = {}, .distrust = distrustOf(status, systemOwner(options))};
+  const auto folder = file.path.substr(0, file.path.rfind('/'));
+  struct stat above {};
+  if (file.distrust.empty() && stat((options.root + folder).c_str(), &above) == 0) {
+    const auto reason = distrustOf(above, systemOwner(options));
+    if (!reason.empty()) file.distrust = "is in " + folder + ", which " + reason;
+  }
   readLines(*content, file);
   return file;
 }

@@ -134,7 +134,8 @@ class Reader {
     entry.control = readControl(*control);
     const auto path = words.next();
     if (!path) entry.kind = Entry::Kind::Failure;
-    entry.module = path.value_or("");
+    entry.modulePath = path.value_or("");
+    entry.module = entry.modulePath;
     entry.module.erase(0, entry.module.rfind('/') + 1);
     while (const auto argument = words.next()) entry.arguments.push_back(*argument);
     add(std::move(entry));

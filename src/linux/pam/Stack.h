@@ -34,6 +34,7 @@ struct Entry {
   Control control{};
   std::string controlText{};  ///< as it stands in the line: "required", "success=1 default=ignore"
   std::string module{};       ///< the last part of its path, "pam_unix.so"
+  std::string modulePath{};   ///< as the line has it
   Strings arguments{};
   Place place{};
 };

@@ -24,7 +24,7 @@ bool Departure::isOf(const switchDecision::Target& target) {
 bool Departure::isLocked() {
   look();
   if (mIsLocked) return *mIsLocked;
-  mIsLocked = !mSession || !mSession->isUsers || mSession->isLocked;
+  mIsLocked = !mSession || mSession->isGreeter || mSession->isLocked;
   if (*mIsLocked) return true;
   try {
     mIsOurLock = mLogin1.lock(*mSession, mLimit);
@@ -39,8 +39,6 @@ bool Departure::isLocked() {
 
 void Departure::undo() {
   if (!std::exchange(mIsOurLock, false)) return;
-  mIsLocked.reset();
-  mSession->isLocked = false;
   mLogin1.unlock(*mSession);
 }
 

@@ -71,20 +71,20 @@ DisplayManager find(SystemBus& bus) {
 }
 
 void perform(SystemBus& bus, Step step, const switchDecision::Target& target,
-             const SystemBus::Condition& isDone, std::chrono::milliseconds limit) {
+             const SystemBus::Condition& isDone) {
   // An empty session name asks for the user's usual session.
   switch (step) {
     case Step::SwitchToUser:
-      return bus.callUntil(seat(bus, "SwitchToUser"), {target.name, ""}, isDone, limit);
+      return bus.callUntil(seat(bus, "SwitchToUser"), {target.name, ""}, isDone);
     case Step::SwitchToGuest:
-      return bus.callUntil(seat(bus, "SwitchToGuest"), {""}, isDone, limit);
+      return bus.callUntil(seat(bus, "SwitchToGuest"), {""}, isDone);
     case Step::SwitchToGreeter:
-      return bus.callUntil(seat(bus, "SwitchToGreeter"), {}, isDone, limit);
+      return bus.callUntil(seat(bus, "SwitchToGreeter"), {}, isDone);
     case Step::CreateTransientDisplay:
       return bus.callUntil(
           {kGdmService, "/org/gnome/DisplayManager/LocalDisplayFactory",
            "org.gnome.DisplayManager.LocalDisplayFactory", "CreateTransientDisplay"},
-          {}, isDone, limit);
+          {}, isDone);
     case Step::Impossible:
       return;
   }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <chrono>
-
 #include "linux/bus/SystemBus.h"
 #include "linux/switch/SwitchDecision.h"
 
@@ -12,8 +10,8 @@ namespace gatehall::displayManagerCalls {
 switchDecision::DisplayManager find(SystemBus& bus);
 
 /// Performs the step, which is not Impossible, and waits until the display manager answers or the
-/// step is seen to be done, at most for the limit.
+/// step is seen to be done.
 void perform(SystemBus& bus, switchDecision::Step step, const switchDecision::Target& target,
-             const SystemBus::Condition& isDone, std::chrono::milliseconds limit);
+             const SystemBus::Condition& isDone);
 
 }  // namespace gatehall::displayManagerCalls

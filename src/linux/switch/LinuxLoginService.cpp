@@ -98,14 +98,19 @@ class Switch {
     if (running->isActive) return !running->isLocked || unlock(*running);
     if (!mayLeaveUnasked()) return false;
     if (running->isLocked && !unlock(*running)) return false;
-    try {
+    return orElse(false, [&] {
       requireOwner(mLogin1.owner(*running), running->name);
-      mLogin1.activate(*running, mMoment);
+      activate(*running);
       return true;
+    });
+  }
+
+  void activate(const Login1::Session& session) {
+    try {
+      mLogin1.activate(session, mMoment);
     } catch (const BusError& error) {
-      mIsUnderWay = error.isLate();
-      mLog.error(error.what());
-      return false;
+      mIsUnderWay = mIsUnderWay || error.isLate();
+      throw;
     }
   }
 
@@ -182,7 +187,7 @@ class Switch {
     return orElse(false, [this] {
       const auto greeter = mLogin1.greeter();
       if (!greeter) return false;
-      if (!greeter->isActive) mLogin1.activate(*greeter, mMoment);
+      if (!greeter->isActive) activate(*greeter);
       return true;
     });
   }
@@ -199,7 +204,8 @@ class Switch {
       });
     };
     try {
-      displayManagerCalls::perform(mBus, step, mTarget, isDone, 3 * mOptions.callTimeout);
+      mBus.extend(3 * mOptions.callTimeout);
+      displayManagerCalls::perform(mBus, step, mTarget, isDone);
     } catch (const BusError& error) {
       mIsUnderWay = mIsUnderWay || error.isLate();
       throw;

@@ -46,6 +46,13 @@ constexpr std::int64_t kFirstPersonsID = 1000;
 
 bool isSystems(std::optional<std::int64_t> userID) { return userID && *userID < kFirstPersonsID; }
 
+/// What can't be told must not look like nothing.
+[[noreturn]] void failUnexpected(std::string_view what) {
+  throw BusError("Unable to ask " + std::string(kService) + " for " + std::string(what) +
+                     ": an answer of a type that was not expected",
+                 "org.freedesktop.DBus.Error.InvalidArgs");
+}
+
 std::string seatPath() { return std::string(kPath) + "/seat/" + graphicalSession::kSeat; }
 
 std::optional<Login1::Owner> ownerIn(const Dictionary& properties) {
@@ -66,7 +73,7 @@ std::optional<Login1::Session> Login1::session(const std::string& name, const st
     const auto values =
         mBus.call({kService, path, "org.freedesktop.DBus.Properties", "GetAll"}, {kSession});
     const auto* found = values.size() == 1 ? values.front().dictionary() : nullptr;
-    if (found == nullptr) return std::nullopt;
+    if (found == nullptr) failUnexpected("a session");
     const auto state = textOf(*found, "State");
     Session session{.name = name, .path = path, .owner = ownerIn(*found)};
     session.isUsers = graphicalSession::isUsers(textOf(*found, "Class"));
@@ -88,7 +95,10 @@ std::optional<Login1::Reference> Login1::active() {
   const auto value =
       mBus.property({kService, seatPath(), "org.freedesktop.login1.Seat", "ActiveSession"});
   const auto* structure = value.array();
-  if (structure == nullptr || textAt(*structure, 0).empty()) return std::nullopt;
+  if (structure == nullptr || structure->size() != 2 || structure->front().string() == nullptr) {
+    failUnexpected("the session in front");
+  }
+  if (textAt(*structure, 0).empty()) return std::nullopt;
   return Reference{std::string(textAt(*structure, 0)), std::string(textAt(*structure, 1))};
 }
 
@@ -130,7 +140,9 @@ std::optional<Login1::Owner> Login1::owner(const Session& session) {
 }
 
 void Login1::followChanges() {
-  if (!std::exchange(mFollowsChanges, true)) mBus.followProperties(kService, kPath);
+  if (mFollowsChanges) return;
+  mBus.followProperties(kService, kPath);
+  mFollowsChanges = true;
 }
 
 bool Login1::lock(const Session& session, std::chrono::milliseconds limit) {
@@ -151,12 +163,17 @@ void Login1::activate(const Session& session, std::chrono::milliseconds limit) {
   followChanges();
   mBus.call({kService, kPath, kManager, "ActivateSessionOnSeat"},
             {session.name, graphicalSession::kSeat});
-  mBus.waitUntil(
-      [&] {
-        const auto reference = active();
-        return reference && reference->name == session.name;
-      },
-      limit);
+  mBus.waitUntil([&] { return isInFront(session); }, limit);
+}
+
+/// False also when that can't be told.
+bool Login1::isInFront(const Session& session) {
+  try {
+    const auto reference = active();
+    return reference && reference->name == session.name;
+  } catch (const BusError&) {
+    return false;
+  }
 }
 
 }  // namespace gatehall

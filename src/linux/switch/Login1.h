@@ -73,6 +73,7 @@ class Login1 {
   };
 
   std::optional<Reference> active();
+  bool isInFront(const Session& session);
   std::optional<Session> session(const std::string& name, const std::string& path);
   std::optional<Session> onSeat(const std::function<bool(const Array& entry)>& mayBe,
                                 const std::function<bool(const Session&)>& is);

@@ -15,6 +15,10 @@ namespace {
 /// A machine with PAM's files in it, Debian's own way.
 class Doors : public testing::Test {
  protected:
+  static constexpr std::string_view kModule = "/usr/lib/x86_64-linux-gnu/security/pam_gatehall.so";
+
+  Doors() { machine.write(kModule, ""); }
+
   void pam(const std::string& name, const std::string& text) const {
     machine.write("/etc/pam.d/" + name, text);
   }
@@ -168,6 +172,25 @@ TEST_F(Doors, WhoseFilesOthersCanWriteAreErrorsTheFileOnce) {
               testing::ElementsAre("error: /etc/pam.d/common-account: the file can be written by "
                                    "others than its owner, who so decide who gets in"));
   EXPECT_EQ(answer.status, ExitStatus::WrongUsage);
+}
+
+TEST_F(Doors, AreToldOfAFolderThatOthersCanWrite) {
+  commonAccount("account required pam_gatehall.so\n");
+  pam("login", "@include common-account\n");
+  ASSERT_EQ(chmod(machine.path("/etc/pam.d").c_str(), 0777), 0);
+  EXPECT_THAT(findings(), testing::Contains(testing::HasSubstr(
+                              "is in /etc/pam.d, which can be written by others than its owner")));
+  EXPECT_EQ(answer.status, ExitStatus::WrongUsage);
+}
+
+TEST_F(Doors, AreNotGuardedByAModuleThatIsNotThere) {
+  pam("login", "account required /nowhere/pam_gatehall.so\n");
+  EXPECT_THAT(findings(),
+              testing::Contains(testing::HasSubstr("no module /nowhere/pam_gatehall.so")));
+  machine.remove(kModule);
+  pam("login", "account required pam_gatehall.so\n");
+  EXPECT_THAT(findings(), testing::Contains(testing::HasSubstr("no module pam_gatehall.so")));
+  EXPECT_THAT(screen(), testing::Not(testing::HasSubstr("1 of 1 door guarded")));
 }
 
 TEST(CheckOfAWorld, HasNoDoors) {
