@@ -115,6 +115,19 @@ TEST_F(DepartureTest, AsksForAnotherGreeterWhenItMayNotActivateTheOneThatRuns) {
   EXPECT_EQ(bus.calls(), kLockAnn + kActivateGreeter + kTransient);
 }
 
+TEST_F(DepartureTest, LeavesNoSessionUnlockedForADesktopThatItCantTellAnythingOf) {
+  start({"lightdm", "logind=nonsense", "locker=none"});
+  EXPECT_EQ(switchTo(bob()), 0);
+  EXPECT_EQ(bus.calls(), kShowGreeter);
+  EXPECT_THAT(log.lines(), testing::Contains(HasSubstr("a type that was not expected")));
+}
+
+TEST_F(DepartureTest, LeavesASessionOfAnyKindOnlyLockedForAnothersDesktop) {
+  start({"lightdm", "logind", "locker=none"}, "session=2,0,root,seat0,x11,user-early,active");
+  EXPECT_EQ(switchTo(bob()), 0);
+  EXPECT_EQ(bus.calls(), kLockAnn + kShowGreeter);
+}
+
 TEST_F(DepartureTest, WaitsForWhatALateDisplayManagerDoesNotForItsAnswer) {
   for (const auto* displayManager : {"lightdm=late", "sddm=late"}) {
     start({displayManager, "logind", "session=c5,112,sddm,seat0,x11,greeter,opening", "brings=c5"});
