@@ -48,12 +48,15 @@ bool isSystems(std::optional<std::int64_t> userID) { return userID && *userID < 
 
 /// What can't be told must not look like nothing.
 [[noreturn]] void failUnexpected(std::string_view what) {
-  throw BusError("Unable to ask " + std::string(kService) + " for " + std::string(what) +
-                     ": an answer of a type that was not expected",
-                 "org.freedesktop.DBus.Error.InvalidArgs");
+  std::string text("Unable to ask ");
+  text.append(kService).append(" for ").append(what);
+  text.append(": an answer of a type that was not expected");
+  throw BusError(text, "org.freedesktop.DBus.Error.InvalidArgs");
 }
 
-std::string seatPath() { return std::string(kPath) + "/seat/" + graphicalSession::kSeat; }
+std::string seatPath() {
+  return std::string(kPath).append("/seat/").append(graphicalSession::kSeat);
+}
 
 std::optional<Login1::Owner> ownerIn(const Dictionary& properties) {
   const auto user = properties.find("User");
