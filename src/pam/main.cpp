@@ -24,9 +24,9 @@
 /// Decides for the module pam_gatehall, in a process of its own: one question comes through
 /// standard input, a socket, and one answer goes back.
 
-namespace {
+namespace gatehall {
 
-using namespace gatehall;
+namespace {
 
 constexpr std::string_view kIdentity = "pam_gatehall";
 
@@ -118,23 +118,25 @@ pam::Answer answerTo(const pam::Question& question, bool hasRoom) {
 
 }  // namespace
 
+}  // namespace gatehall
+
 /// An exception that nobody catches ends the process without a word.
 void __gnu_cxx::__verbose_terminate_handler() { std::abort(); }
 
 int main() {
-  distrustCaller();
-  alarm(pam::kLongestDecision);
-  becomeEffectiveUser();
-  pam::Question question{};
-  if (!receive(question)) return EXIT_FAILURE;
-  liftLimits();
-  const bool hasRoom = raiseResourceLimits();
-  LinuxOptions options;
+  gatehall::distrustCaller();
+  alarm(gatehall::pam::kLongestDecision);
+  gatehall::becomeEffectiveUser();
+  gatehall::pam::Question question{};
+  if (!gatehall::receive(question)) return EXIT_FAILURE;
+  gatehall::liftLimits();
+  const bool hasRoom = gatehall::raiseResourceLimits();
+  gatehall::LinuxOptions options;
   // Accounts are asked for nothing about them: the door asks by itself.
   options.setSessionLimits(false);
-  Platform::install(std::make_shared<DoorPlatform>(options));
-  const auto answer = answerTo(question, hasRoom);
+  gatehall::Platform::install(std::make_shared<gatehall::DoorPlatform>(options));
+  const auto answer = gatehall::answerTo(question, hasRoom);
   const bool isSent = send(STDIN_FILENO, &answer, sizeof answer, MSG_NOSIGNAL) >= 0;
-  Platform::install(nullptr);
+  gatehall::Platform::install(nullptr);
   return isSent ? EXIT_SUCCESS : EXIT_FAILURE;
 }

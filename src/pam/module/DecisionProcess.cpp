@@ -27,13 +27,13 @@ struct Start {
 
 // The sanitizers know nothing of the stacks that these three run on.
 
-[[noreturn, gnu::no_sanitize("address,thread")]] void fail(Start& start) {
+[[noreturn, gnu::no_sanitize_address, gnu::no_sanitize_thread]] void fail(Start& start) {
   start.error = errno;
   _exit(127);
 }
 
 /// What becomes the program. Its signals are blocked until the program resets them.
-[[gnu::no_sanitize("address,thread")]] int becomeProgram(void* argument) {
+[[gnu::no_sanitize_address, gnu::no_sanitize_thread]] int becomeProgram(void* argument) {
   auto& start = *static_cast<Start*>(argument);
   // Away from the terminal, whose keys would end it.
   if (setsid() < 0 || dup2(start.socket, STDIN_FILENO) < 0) fail(start);
@@ -54,7 +54,7 @@ struct Start {
 }
 
 /// What ends at once, so that the program is nobody's child here.
-[[gnu::no_sanitize("address,thread")]] int startProgram(void* argument) {
+[[gnu::no_sanitize_address, gnu::no_sanitize_thread]] int startProgram(void* argument) {
   auto& start = *static_cast<Start*>(argument);
   if (clone(becomeProgram, start.innerStack + kStackSize, CLONE_VM | CLONE_VFORK | SIGCHLD,
             argument) < 0) {

@@ -21,9 +21,9 @@
 /// It is loaded into programs of all kinds, and leaves nothing behind in them: what decides is a
 /// program of its own. This much runs in theirs, and needs nothing but the C library.
 
-namespace {
+namespace gatehall::pam {
 
-using namespace gatehall::pam;
+namespace {
 
 constexpr const char* kProgram = GATEHALL_DECIDE;
 constexpr std::size_t kMostArguments = 16;
@@ -134,23 +134,26 @@ int decide(pam_handle_t* handle, bool isSilent, std::string_view service,
 
 }  // namespace
 
-extern "C" [[gnu::visibility("default")]] int pam_sm_acct_mgmt(pam_handle_t* handle, int flags,
-                                                               int count, const char** words) {
+}  // namespace gatehall::pam
+
+extern "C" [[gnu::visibility("default")]] int pam_sm_acct_mgmt(pam_handle_t* pamh, int flags,
+                                                               int argc, const char** argv) {
+  namespace pam = gatehall::pam;
   const int error = errno;
-  std::string_view read[kMostArguments];
-  const auto most = static_cast<std::size_t>(count) < kMostArguments
-                        ? static_cast<std::size_t>(count)
-                        : kMostArguments;
-  for (std::size_t index = 0; index < most; ++index) read[index] = words[index];
-  const auto arguments = readArguments({read, most});
-  const auto service = item(handle, PAM_SERVICE);
-  if (!guards(arguments, service)) return PAM_IGNORE;
+  std::string_view read[pam::kMostArguments];
+  const auto most = static_cast<std::size_t>(argc) < pam::kMostArguments
+                        ? static_cast<std::size_t>(argc)
+                        : pam::kMostArguments;
+  for (std::size_t index = 0; index < most; ++index) read[index] = argv[index];
+  const auto arguments = pam::readArguments({read, most});
+  const auto service = pam::item(pamh, PAM_SERVICE);
+  if (!pam::guards(arguments, service)) return PAM_IGNORE;
 
   const bool isSilent = (static_cast<unsigned>(flags) & PAM_SILENT) != 0;
   // A thread that is cancelled in here would leave a socket behind.
   int cancelling = 0;
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelling);
-  const int status = decide(handle, isSilent, service, arguments);
+  const int status = pam::decide(pamh, isSilent, service, arguments);
   pthread_setcancelstate(cancelling, nullptr);
   errno = error;
   return status;
