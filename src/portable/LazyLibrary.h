@@ -8,8 +8,9 @@ namespace gatehall {
 class LazyLibrary {
  public:
   /// Looks the library up by its soname where the system's loader does (dlopen(3)). Raises
-  /// PlatformException with the loader's message when it can't be mapped.
-  explicit LazyLibrary(const char* soname);
+  /// PlatformException when it can't be mapped: one that is missing is said to be, with Debian's
+  /// package that has it, else it is the loader's message.
+  LazyLibrary(const char* soname, const char* package);
 
   /// The library's function of that name. Raises PlatformException when it has none.
   template <class Function>

@@ -27,7 +27,7 @@ template <class T>
 using FreedPointer = std::unique_ptr<T, Freed>;
 
 struct PlistLibrary {
-  LazyLibrary library{"libplist-2.0.so.3"};
+  LazyLibrary library{"libplist-2.0.so.3", "libplist3"};
 
 #define GATEHALL_PLIST(name) \
   decltype(::plist_##name)* name = GATEHALL_FUNCTION(library, plist_##name)

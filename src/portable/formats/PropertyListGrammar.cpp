@@ -110,6 +110,12 @@ class XMLGrammar {
  public:
   explicit XMLGrammar(std::string_view text) : mText(text) {}
 
+  PropertyListPlaces places() {
+    check();
+    if (mPlaces.dictionary.end == 0) throw MalformedPropertyList("it holds no dictionary");
+    return std::move(mPlaces);
+  }
+
   KeyLines check() {
     if (!isUtf8(mText)) fail("text that is not UTF-8");
     const auto isControl = [](char c) {
@@ -128,7 +134,10 @@ class XMLGrammar {
     if (takesBlank()) attribute("version", {"1.0"});
     expect(">");
     between();
+    mPlaces.dictionary.begin = mAt;
+    const bool isDictionary = mText.substr(mAt).starts_with("<dict");
     value(1);
+    if (isDictionary) mPlaces.dictionary.end = mAt;
     between();
     expect("</plist>");
     between();
@@ -273,7 +282,11 @@ class XMLGrammar {
   }
 
   void restOfArray(int depth) {
-    for (between(); !takes("</array>"); between()) value(depth + 1);
+    for (between(); !takes("</array>"); between()) {
+      const auto begin = mAt;
+      value(depth + 1);
+      if (depth == 2) mElements.push_back({begin, mAt});
+    }
   }
 
   void restOfDictionary(int depth) {
@@ -282,13 +295,21 @@ class XMLGrammar {
     };
     std::set<std::string_view> keys;
     for (between(); !takes("</dict>"); between()) {
+      PropertyListPlaces::Entry entry{.key = {.begin = mAt}};
       if (!takesTag("key", false)) fail("no <key> where it belongs");
       const auto at = line();
       const auto key = content("key", isKey);
       if (!keys.insert(key).second) fail("the key \"" + quotable(key) + "\" a second time");
       if (depth == 1) mLines.emplace(key, at);
+      entry.key.end = mAt;
       between();
+      entry.value.begin = mAt;
+      if (depth == 1) mElements.clear();
       value(depth + 1);
+      if (depth > 1) continue;
+      entry.value.end = mAt;
+      entry.elements = std::move(mElements);
+      mPlaces.entries.emplace(key, std::move(entry));
     }
   }
 
@@ -304,6 +325,8 @@ class XMLGrammar {
   mutable std::size_t mLine = 1;
   mutable std::size_t mCounted = 0;
   KeyLines mLines;
+  PropertyListPlaces mPlaces;
+  std::vector<TextSpan> mElements;  ///< of the array that is an outermost key's value
 };
 
 /// Goes through the objects of a binary list in the order of its table.
@@ -397,6 +420,11 @@ class BinaryGrammar {
 };
 
 }  // namespace
+
+PropertyListPlaces placesInPropertyList(std::string_view xml) {
+  if (xml.size() > kLargestPropertyList) throw MalformedPropertyList("more than 8 MiB");
+  return XMLGrammar(xml).places();
+}
 
 KeyLines checkPropertyListGrammar(std::string_view bytes) {
   if (bytes.size() > kLargestPropertyList) throw MalformedPropertyList("more than 8 MiB");

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace gatehall {
 
@@ -24,5 +25,27 @@ using KeyLines = std::map<std::string, std::size_t, std::less<>>;
 ///
 /// Raises MalformedPropertyList, with the line or byte. In bounded time and memory.
 KeyLines checkPropertyListGrammar(std::string_view bytes);
+
+/// A part of a text: from one place up to another.
+struct TextSpan {
+  std::size_t begin = 0;
+  std::size_t end = 0;
+};
+
+/// Where the parts of an XML property list stand that is a dictionary: elements with their tags.
+struct PropertyListPlaces {
+  struct Entry {
+    TextSpan key{};
+    TextSpan value{};
+    std::vector<TextSpan> elements{};  ///< of a value that is an array
+  };
+
+  TextSpan dictionary{};
+  std::map<std::string, Entry, std::less<>> entries{};
+};
+
+/// For who edits such a list as text. Raises MalformedPropertyList as checkPropertyListGrammar
+/// does, and for one that is no dictionary.
+PropertyListPlaces placesInPropertyList(std::string_view xml);
 
 }  // namespace gatehall

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t kLongestURL = std::size_t{8} * 1024;
 
 struct Uriparser {
-  LazyLibrary library{"liburiparser.so.1"};
+  LazyLibrary library{"liburiparser.so.1", "liburiparser1"};
   decltype(::uriParseSingleUriExA)* parse = GATEHALL_FUNCTION(library, uriParseSingleUriExA);
   decltype(::uriFreeUriMembersA)* freeMembers = GATEHALL_FUNCTION(library, uriFreeUriMembersA);
 };

@@ -17,7 +17,7 @@ constexpr std::size_t kLargestText = std::size_t{16} * 1024;
 constexpr int kDeepestElement = 32;
 
 struct Libxml {
-  LazyLibrary library{"libxml2.so.2"};
+  LazyLibrary library{"libxml2.so.2", "libxml2"};
   decltype(::xmlReadMemory)* readMemory = GATEHALL_FUNCTION(library, xmlReadMemory);
   decltype(::xmlDocGetRootElement)* rootElement = GATEHALL_FUNCTION(library, xmlDocGetRootElement);
   decltype(::xmlFreeDoc)* freeDocument = GATEHALL_FUNCTION(library, xmlFreeDoc);

@@ -24,7 +24,7 @@ constexpr UChar32 kReplacement = 0xFFFD;
 constexpr std::size_t kLongestText = std::numeric_limits<std::int32_t>::max() / 9;
 
 struct Unicode {
-  LazyLibrary library{kIcuuc};
+  LazyLibrary library{kIcuuc, kIcuPackage};
   decltype(::u_strFromUTF8WithSub)* fromUTF8 = GATEHALL_FUNCTION(library, u_strFromUTF8WithSub);
   decltype(::u_strFoldCase)* foldCase = GATEHALL_FUNCTION(library, u_strFoldCase);
   decltype(::u_strToUTF8)* toUTF8 = GATEHALL_FUNCTION(library, u_strToUTF8);

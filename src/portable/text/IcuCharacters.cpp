@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kLongestText = std::numeric_limits<std::int32_t>::max();
 
 struct Breaks {
-  LazyLibrary library{kIcuuc};
+  LazyLibrary library{kIcuuc, kIcuPackage};
   decltype(::ubrk_open)* open = GATEHALL_FUNCTION(library, ubrk_open);
   decltype(::ubrk_close)* close = GATEHALL_FUNCTION(library, ubrk_close);
   decltype(::ubrk_setText)* setText = GATEHALL_FUNCTION(library, ubrk_setText);

@@ -44,7 +44,7 @@ void check(UErrorCode status, const char* (*errorName)(UErrorCode)) {
 
 struct IcuCollation::Collator {
   // libicuuc comes along as the library that libicui18n itself needs.
-  LazyLibrary library{kIcui18n};
+  LazyLibrary library{kIcui18n, kIcuPackage};
   decltype(::u_errorName)* errorName = GATEHALL_FUNCTION(library, u_errorName);
   decltype(::ucol_close)* close = GATEHALL_FUNCTION(library, ucol_close);
   decltype(::ucol_strcollUTF8)* strcollUTF8 = GATEHALL_FUNCTION(library, ucol_strcollUTF8);

@@ -7,4 +7,7 @@ namespace gatehall {
 extern const char* const kIcuuc;
 extern const char* const kIcui18n;
 
+/// Debian's package that has both.
+extern const char* const kIcuPackage;
+
 }  // namespace gatehall

@@ -20,7 +20,7 @@ namespace {
 
 struct Pango {
   // Pango, Cairo and GLib come along as libraries that this one needs.
-  LazyLibrary library{"libpangocairo-1.0.so.0"};
+  LazyLibrary library{"libpangocairo-1.0.so.0", "libpangocairo-1.0-0"};
   decltype(::pango_itemize)* itemize = GATEHALL_FUNCTION(library, pango_itemize);
   decltype(::pango_shape_full)* shape = GATEHALL_FUNCTION(library, pango_shape_full);
   decltype(::pango_glyph_string_get_width)* glyphWidth =

@@ -112,8 +112,12 @@ TEST(IcuCollation, AgreesWithItsSortKeysOnArbitraryBytes) {
 TEST(IcuCollation, KeysTextsOfAnyLength) {
   IcuCollation collation;
   const std::string text(100000, 'b');
-  EXPECT_EQ(order(collation, text, text + "c"), -1);
-  EXPECT_EQ(order(collation, text, std::string(99999, 'B') + "a"), 1);
+  auto longer = text;
+  longer += 'c';
+  std::string smaller(99999, 'B');
+  smaller += 'a';
+  EXPECT_EQ(order(collation, text, longer), -1);
+  EXPECT_EQ(order(collation, text, smaller), 1);
 }
 
 TEST(IcuCollation, ServesManyThreadsFromItsFirstUse) {

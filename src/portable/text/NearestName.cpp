@@ -1,4 +1,4 @@
-#include "linux/files/NearestName.h"
+#include "portable/text/NearestName.h"
 
 #include <algorithm>
 #include <vector>
@@ -44,6 +44,27 @@ NearestName nearestName(std::string_view text, std::span<const std::string_view>
     if (nearest.name.empty() || distance < nearest.edits) nearest = {name, distance};
   }
   return nearest;
+}
+
+std::vector<std::string_view> nearestNames(std::string_view text,
+                                           std::span<const std::string_view> names,
+                                           std::size_t most) {
+  text = text.substr(0, kLongestCompared);
+  const auto farthest = std::max<std::size_t>(text.size() / 3, 1);
+  std::vector<NearestName> near;
+  for (const auto name : names) {
+    const auto longer = std::max(text.size(), name.size());
+    if (longer - std::min(text.size(), name.size()) > farthest) continue;
+    const auto distance = edits(text, name);
+    if (distance <= farthest) near.push_back({name, distance});
+  }
+  std::ranges::stable_sort(near, {}, &NearestName::edits);
+  std::vector<std::string_view> result;
+  for (const auto& each : near) {
+    if (result.size() == most) break;
+    if (std::ranges::find(result, each.name) == result.end()) result.push_back(each.name);
+  }
+  return result;
 }
 
 }  // namespace gatehall

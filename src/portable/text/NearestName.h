@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace gatehall {
 
@@ -19,5 +20,11 @@ struct NearestName {
 
 /// Of two that are as near, the first. The list has a name; a text is compared up to its 64th byte.
 NearestName nearestName(std::string_view text, std::span<const std::string_view> names);
+
+/// Those of the list that somebody may have meant, no more than so many, the nearest first and of
+/// two that are as near, the first: a third of the text's letters, one at least, may be wrong.
+std::vector<std::string_view> nearestNames(std::string_view text,
+                                           std::span<const std::string_view> names,
+                                           std::size_t most);
 
 }  // namespace gatehall

@@ -1,8 +1,9 @@
 #include <array>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
-#include "linux/files/NearestName.h"
+#include "portable/text/NearestName.h"
 
 namespace gatehall {
 
@@ -29,6 +30,18 @@ TEST(NearestName, IsFoundForTextsThatAreFurtherAway) {
   EXPECT_FALSE(nearest("HideAdmins").isSlip());
   EXPECT_EQ(nearest("").edits, 8U);
   EXPECT_FALSE(nearest(std::string(100000, 'a')).isSlip());
+}
+
+TEST(NearestNames, AreTheFewThatMayHaveBeenMeantNearestFirst) {
+  constexpr std::array<std::string_view, 6> people{"dan", "dana", "ann", "anna", "carol", "dana"};
+  EXPECT_EQ(nearestNames("dnaa", people, 3), (std::vector<std::string_view>{"dana"}));
+  EXPECT_EQ(nearestNames("dana", people, 3), (std::vector<std::string_view>{"dana", "dan"}));
+  EXPECT_EQ(nearestNames("danna", people, 1), (std::vector<std::string_view>{"dana"}));
+  EXPECT_EQ(nearestNames("CAROL", people, 3), (std::vector<std::string_view>{"carol"}));
+  EXPECT_TRUE(nearestNames("bob", people, 3).empty()) << "two of three letters are another";
+  EXPECT_TRUE(nearestNames("", people, 3).empty());
+  EXPECT_TRUE(nearestNames("dana", {}, 3).empty());
+  EXPECT_TRUE(nearestNames(std::string(100000, 'a'), people, 3).empty());
 }
 
 }  // namespace gatehall
