@@ -155,16 +155,18 @@ std::shared_ptr<CachedUserList> UserAccess::visibleUsersList() {
   return list;
 }
 
-void UserAccess::buildVisibleUsersList() {
+bool UserAccess::buildVisibleUsersList() {
   auto& runLoop = platform().runLoop();
-  if (mBuildingVisibleUsersList.exchange(true)) return;
+  if (mBuildingVisibleUsersList.exchange(true)) return false;
   try {
     runLoop.detachNewThread(
         [self = shared_from_this()] { self->buildVisibleUsersListThreadController(); });
   } catch (const PlatformException& failure) {
     mBuildingVisibleUsersList = false;
     platform().log().error(std::string("Unable to create user list: ") + failure.what());
+    return false;
   }
+  return true;
 }
 
 void UserAccess::buildVisibleUsersListThreadController() {

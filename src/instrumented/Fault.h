@@ -41,6 +41,7 @@ struct Fault {
   /// The only call that fails, counting from 1 those that match; left out, every one fails.
   std::optional<std::uint64_t> call = {};
   Where where = {};
+  std::optional<std::string> text = {};  ///< what the exception says
 };
 
 /// What a host is not expected to raise: a failure outside of the contracts.

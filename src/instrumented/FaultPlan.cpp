@@ -57,11 +57,12 @@ bool FaultPlan::failsByAnsweringNothing(std::string_view operation, const CallFa
     if (hit == nullptr && (!each.fault.call || *each.fault.call == each.calls)) hit = &each.fault;
   }
   if (hit == nullptr) return false;
+  const auto text = hit->text.value_or("Injected fault: " + hit->operation);
   switch (hit->kind) {
     case Fault::Kind::PlatformException:
-      throw PlatformException("Injected fault: " + hit->operation);
+      throw PlatformException(text);
     case Fault::Kind::OtherException:
-      throw InjectedFailure("Injected fault: " + hit->operation);
+      throw InjectedFailure(text);
     case Fault::Kind::Absent:
       break;
   }

@@ -16,8 +16,8 @@ InstrumentedPlatform::InstrumentedPlatform(std::shared_ptr<Platform> host,
   mSessions = instrumented::sessions(*mHost, instruments);
   mLoginService = instrumented::loginService(*mHost, mSubstitutes.loginService, instruments);
   mMembership = instrumented::membership(*mHost, instruments);
-  mPreferences = instrumented::preferences(*mHost, instruments);
-  mPropertyLists = instrumented::propertyLists(*mHost, instruments);
+  mPreferences = instrumented::preferences(*mHost, mSubstitutes.preferences, instruments);
+  mPropertyLists = instrumented::propertyLists(*mHost, mSubstitutes.propertyLists, instruments);
   mParentalControls = instrumented::parentalControls(*mHost, instruments);
 }
 

@@ -9,6 +9,15 @@
 
 namespace gatehall {
 
+/// Services that take the place of the host's.
+struct SubstituteServices {
+  std::shared_ptr<LoginService> loginService{};
+  std::shared_ptr<Log> log{};
+  std::shared_ptr<TextSystem> text{};
+  std::shared_ptr<PreferenceStore> preferences{};
+  std::shared_ptr<PropertyListReader> propertyLists{};
+};
+
 /// A host around another one: records the operations asked of it and makes the chosen ones fail. It
 /// fits over any host; what it does not record or fail goes straight to the host, whose services
 /// are asked for no earlier than a caller needs them. From the threads that the services' headers
@@ -56,12 +65,7 @@ namespace gatehall {
 /// of them with " ignoring case". The value of a Password attribute is "(not recorded)".
 class InstrumentedPlatform : public Platform {
  public:
-  /// Services that take the place of the host's.
-  struct Substitutes {
-    std::shared_ptr<LoginService> loginService;
-    std::shared_ptr<Log> log;
-    std::shared_ptr<TextSystem> text;
-  };
+  using Substitutes = SubstituteServices;
 
   /// Raises std::invalid_argument for a fault whose operation is unknown. No trace: nothing is
   /// recorded, at no cost.

@@ -63,7 +63,8 @@ std::shared_ptr<CachedUser> CachedUser::cachedUserWithAttributes(const Dictionar
   auto user = std::make_shared<CachedUser>(Private());
   user->mDirvoRecord = std::move(record);
   if (const auto* password = find(attributes, kUserPasswordKey)) {
-    user->mAttributes = Dictionary{{std::string(kUserPasswordKey), *password}};
+    user->mAttributes =
+        std::make_unique<Dictionary>(Dictionary{{std::string(kUserPasswordKey), *password}});
   }
   user->kinwatchStatusUpdated();
   return user;
@@ -73,8 +74,9 @@ std::shared_ptr<CachedUser> CachedUser::cachedOtherUser(std::optional<std::strin
   if (!name) return nullptr;
   auto user = std::make_shared<CachedUser>(Private());
   user->mFlags = kOtherUser;
-  user->mAttributes = Dictionary{{std::string(attribute::FullName), Strings{*name}},
-                                 {std::string(attribute::RecordName), Strings{*name}}};
+  user->mAttributes = std::make_unique<Dictionary>(
+      Dictionary{{std::string(attribute::FullName), Strings{*name}},
+                 {std::string(attribute::RecordName), Strings{*name}}});
   return user;
 }
 

@@ -1,18 +1,23 @@
+#include <cmath>
+#include <limits>
+
 #include "gatehall/platform/Platform.h"
 #include "gatehall/users/CachedUser.h"
 
 namespace gatehall {
 
 std::optional<Date> CachedUser::kinwatchNextCurfewTime() const {
-  const auto date = mKWDate.load();
-  return date ? std::optional(*date) : std::nullopt;
+  const double seconds = mKWDate.load();
+  if (std::isnan(seconds)) return std::nullopt;
+  return Date(Date::duration(seconds));
 }
 
 void CachedUser::setKinwatchStatus(bool limit, std::int32_t result,
                                    std::optional<Date> nextCurfew) {
   setFlag(kKinwatchLimit, limit);
   mKWResult = result;
-  mKWDate.store(nextCurfew ? std::make_shared<const Date>(*nextCurfew) : nullptr);
+  mKWDate = nextCurfew ? nextCurfew->time_since_epoch().count()
+                       : std::numeric_limits<double>::quiet_NaN();
 }
 
 void CachedUser::kinwatchStatusUpdated() {

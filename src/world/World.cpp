@@ -4,7 +4,10 @@
 
 namespace gatehall {
 
-World::World() = default;
+World::World() {
+  mDirectory.setLog(mLog);
+  mMembership.setLog(mLog);
+}
 
 World::~World() = default;
 

@@ -23,10 +23,13 @@ class WorldCollation final : public Collation {
   /// The order of that locale from now on, by a name as IcuCollation takes it.
   void setLocale(std::string_view locale) {
     mCollation.store(std::make_shared<IcuCollation>(locale));
+    mLocale.store(std::make_shared<std::string>(locale));
   }
+  std::string locale() { return *mLocale.load(); }
 
  private:
   AtomicSharedPtr<IcuCollation> mCollation;
+  AtomicSharedPtr<std::string> mLocale;
 };
 
 }  // namespace gatehall

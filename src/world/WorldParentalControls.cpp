@@ -19,6 +19,11 @@ void WorldParentalControls::setLimit(std::uint32_t userID, LoginLimit limit) {
   mLimits.insert_or_assign(userID, limit);
 }
 
+std::map<std::uint32_t, LoginLimit> WorldParentalControls::limits() {
+  const std::scoped_lock lock(mMutex);
+  return mLimits;
+}
+
 void WorldParentalControls::removeLimit(std::uint32_t userID) {
   const std::scoped_lock lock(mMutex);
   mLimits.erase(userID);

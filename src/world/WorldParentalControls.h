@@ -24,6 +24,8 @@ class WorldParentalControls final : public ParentalControls {
 
   void setLimit(std::uint32_t userID, LoginLimit limit);
   void removeLimit(std::uint32_t userID);
+  /// By user id.
+  std::map<std::uint32_t, LoginLimit> limits();
 
  private:
   std::mutex mMutex;

@@ -45,6 +45,19 @@ void WorldPreferences::setSettings(Scope scope, std::string_view domain, Diction
   mStored[std::string(domain)][scope] = std::move(settings);
 }
 
+Strings WorldPreferences::domains() {
+  const std::scoped_lock lock(mMutex);
+  Strings names;
+  for (const auto& [name, settings] : mStored) names.push_back(name);
+  return names;
+}
+
+Dictionary WorldPreferences::settings(Scope scope, std::string_view domain) {
+  const std::scoped_lock lock(mMutex);
+  const auto found = mStored.find(domain);
+  return found == mStored.end() ? Dictionary() : found->second[scope];
+}
+
 const WorldPreferences::Settings& WorldPreferences::read(std::string_view domain) {
   const auto present = mRead.find(domain);
   if (present != mRead.end()) return present->second;
@@ -56,6 +69,11 @@ std::optional<Value> WorldPropertyLists::readPropertyList(std::string_view path)
   const std::scoped_lock lock(mMutex);
   const auto found = mFiles.find(path);
   return found == mFiles.end() ? std::nullopt : std::optional(found->second);
+}
+
+Dictionary WorldPropertyLists::files() {
+  const std::scoped_lock lock(mMutex);
+  return mFiles;
 }
 
 void WorldPropertyLists::setFile(std::string_view path, Value content) {

@@ -26,6 +26,10 @@ class WorldPreferences final : public PreferenceStore {
   /// Replaces all that the scope holds of the domain.
   void setSettings(Scope scope, std::string_view domain, Dictionary settings);
 
+  // What is stored.
+  Strings domains();
+  Dictionary settings(Scope scope, std::string_view domain);
+
  private:
   /// Both scopes of a domain.
   struct Settings {
@@ -50,6 +54,8 @@ class WorldPropertyLists final : public PropertyListReader {
 
   void setFile(std::string_view path, Value content);
   void removeFile(std::string_view path);
+  /// Their contents, by path.
+  Dictionary files();
 
   /// Where the managed settings of a domain are.
   static std::string managedPath(std::string_view domain);

@@ -4,6 +4,7 @@
 
 #include "instrumented/InstrumentedPlatform.h"
 #include "tests/instrumented/SmallHost.h"
+#include "world/WorldPreferences.h"
 #include "world/WorldTextSystem.h"
 
 namespace gatehall {
@@ -240,6 +241,22 @@ TEST_F(InstrumentedPlatformTest, PutsSubstitutesInTheHostsPlace) {
   EXPECT_TRUE(mHost->mLoginService.requests().empty());
   EXPECT_TRUE(mHost->mLog.entries().empty());
   EXPECT_THAT(mTrace->calls(), ElementsAre(Call{"switchToLoginScreen", {}}));
+}
+
+TEST_F(InstrumentedPlatformTest, ReadsSettingsWhereSubstitutesHaveThem) {
+  const auto preferences = std::make_shared<WorldPreferences>();
+  preferences->setValue(WorldPreferences::Scope::System, "domain", "key", true);
+  const auto lists = std::make_shared<WorldPropertyLists>();
+  lists->setFile("/path", "content");
+  InstrumentedPlatform platform(mHost, {{"readPropertyList", Fault::Kind::Absent, 2, {}}}, mTrace,
+                                {.preferences = preferences, .propertyLists = lists});
+  bool exists = false;
+  EXPECT_TRUE(platform.preferences().applicationBoolean("key", "domain", exists));
+  EXPECT_EQ(platform.preferences().copyApplicationValue("key", "domain"), Value(true));
+  platform.preferences().synchronizePreferences("domain");
+  EXPECT_EQ(platform.propertyLists().readPropertyList("/path"), Value("content"));
+  EXPECT_FALSE(platform.propertyLists().readPropertyList("/path")) << "the second one fails";
+  EXPECT_EQ(mTrace->calls().size(), 5U);
 }
 
 TEST_F(InstrumentedPlatformTest, FailsASubstitutedLoginServiceToo) {

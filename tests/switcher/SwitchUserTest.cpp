@@ -1,4 +1,7 @@
 #include <gtest/gtest.h>
+#include <string>
+#include <string_view>
+#include <utility>
 
 #include "gatehall/platform/LoginService.h"
 #include "tests/switcher/SwitchWorld.h"
@@ -26,7 +29,7 @@ class SwitchUser : public SwitchWorld {
 
   void setServiceAccess(std::initializer_list<std::string_view> guids) {
     AccessList list;
-    for (const auto guid : guids) list.members.emplace_back(std::string(guid));
+    for (const auto guid : guids) list.members.emplace_back(std::in_place_type<std::string>, guid);
     mWorld->membership().setAccessList("gatehall", std::move(list));
   }
 };

@@ -60,8 +60,8 @@ class GATEHALL_EXPORT UserAccess : public NetworkStatusTarget,
   std::shared_ptr<CachedUserList> visibleUsersList();
 
   /// Rebuilds the list on a thread of its own, then tells the targets. Does nothing while such a
-  /// build runs.
-  void buildVisibleUsersList();
+  /// build runs. Whether it began one.
+  bool buildVisibleUsersList();
 
   /// A new list: local users, if asked for also network users, and everybody who is logged in; less
   /// those whom the preferences hide, unless they are logged in. Sorted by long name.

@@ -45,5 +45,9 @@ inline constexpr std::string_view kConsoleSessionChangedNotification =
 /// A group of the local node changed.
 inline constexpr std::string_view kLocalGroupsChangedNotification =
     "com.orvane.system.Lexidir.update.Local.groups";
+/// A file that holds accounts of the local node was written. What changed in it is told by the
+/// other notifications, and later; a host that learns of changes otherwise never posts this one.
+inline constexpr std::string_view kAccountFilesChangedNotification =
+    "com.orvane.gatehall.accountfiles";
 
 }  // namespace gatehall

@@ -15,4 +15,7 @@ inline constexpr std::string_view Kerberosv5 = "Kerberosv5";
 inline constexpr std::string_view LocalCachedUser = "LocalCachedUser";
 inline constexpr std::string_view DisabledUser = "DisabledUser";
 
+/// The authority of an account that is disabled because it is past its end, as a whole.
+inline constexpr std::string_view ExpiredUser = ";DisabledUser;expired";
+
 }  // namespace gatehall::authority

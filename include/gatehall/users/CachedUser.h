@@ -2,12 +2,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "gatehall/base/AtomicSharedPtr.h"
 #include "gatehall/base/Export.h"
 #include "gatehall/base/Value.h"
 #include "gatehall/platform/DirectoryService.h"
@@ -250,10 +250,11 @@ class GATEHALL_EXPORT CachedUser {
   void setKinwatchStatus(bool limit, std::int32_t result, std::optional<Date> nextCurfew);
 
   std::shared_ptr<DirectoryRecord> mDirvoRecord;
-  std::optional<Dictionary> mAttributes;
+  std::unique_ptr<Dictionary> mAttributes;  ///< besides the record's, of the few who have any
   std::atomic<std::uint32_t> mFlags = 0;
   std::atomic<std::int32_t> mKWResult = 0;
-  AtomicSharedPtr<const Date> mKWDate;
+  /// In seconds since 1970; not a number without one.
+  std::atomic<double> mKWDate = std::numeric_limits<double>::quiet_NaN();
   /// The encoded account picture; for hosts that fill it.
   std::shared_ptr<const Data> mPicture;
 };

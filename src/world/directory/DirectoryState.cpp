@@ -1,6 +1,9 @@
 #include "world/directory/DirectoryState.h"
 
 #include <algorithm>
+#include <set>
+
+#include "gatehall/base/PlatformException.h"
 
 namespace gatehall {
 
@@ -28,14 +31,32 @@ std::optional<std::vector<RecordTable*>> DirectoryState::tablesBehind(std::strin
     auto* table = find(name);
     return table == nullptr ? std::nullopt : std::optional(std::vector{table});
   }
+  return coveredTables(0, searchNode->covers.size());
+}
+
+std::vector<RecordTable*> DirectoryState::coveredTables(std::size_t first, std::size_t end) const {
   std::vector<RecordTable*> tables;
-  for (const auto& covered : searchNode->covers) {
+  std::set<const RecordTable*> seen;  // a node may be covered twice
+  for (std::size_t place = 0; place < std::min(end, searchNode->covers.size()); ++place) {
+    const auto& covered = searchNode->covers[place];
     auto* table = isReachable(covered) ? find(covered) : nullptr;
-    if (table != nullptr && std::ranges::find(tables, table) == tables.end()) {
-      tables.push_back(table);
-    }
+    if (table != nullptr && seen.insert(table).second && place >= first) tables.push_back(table);
   }
   return tables;
+}
+
+void DirectoryState::tellOfAway(bool allowPartial) const {
+  using WhenAway = NodeSetup::WhenAway;
+  for (const auto& covered : searchNode->covers) {
+    const auto found = setups.find(covered);
+    if (isReachable(covered) || found == setups.end()) continue;
+    const auto& setup = found->second;
+    const auto why = setup.away.value_or(covered + " can't be reached");
+    if (setup.whenAway == WhenAway::Refuse && !allowPartial) throw PlatformException(why);
+    if (setup.whenAway == WhenAway::Ignore && log != nullptr) {
+      log->diagnostic(why + "; its entries count as absent");
+    }
+  }
 }
 
 std::vector<RecordTable*> DirectoryState::lookupTables() const {

@@ -2,9 +2,15 @@
 
 #include <algorithm>
 
+#include "gatehall/base/PlatformException.h"
 #include "gatehall/platform/AttributeKinds.h"
 
 namespace gatehall {
+
+void RecordContents::requireReadable(std::string_view kind) const {
+  const auto found = unreadable.find(attribute::canonical(kind));
+  if (found != unreadable.end()) throw PlatformException(found->second);
+}
 
 const Strings* RecordContents::values(std::string_view kind) const {
   const auto found = std::ranges::find(attributes, attribute::canonical(kind), &Attribute::kind);

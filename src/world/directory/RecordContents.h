@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,6 +22,8 @@ struct RecordDescription {
   std::optional<Dictionary> policy;
   /// What a refused password says about itself.
   DirectoryError refusal = {};
+  /// Kinds that can't be read, and why.
+  std::map<std::string, std::string, std::less<>> unreadable = {};
 };
 
 /// What a record holds at one moment. Shared by everyone who has read the record, and never
@@ -35,6 +39,10 @@ struct RecordContents {
   std::optional<std::string> password;
   std::optional<Dictionary> policy;
   DirectoryError refusal;
+  std::map<std::string, std::string, std::less<>> unreadable;  ///< why, by kind
+
+  /// Raises PlatformException when the kind can't be read.
+  void requireReadable(std::string_view kind) const;
 
   /// The values of the kind (by suffix or in full); nullptr when there is no such attribute.
   const Strings* values(std::string_view kind) const;

@@ -72,7 +72,34 @@ void WorldDirectory::setSearchNode(std::string_view name, Strings covers) {
   if (mState->find(name) != nullptr) {
     throw std::invalid_argument("there is a node \"" + std::string(name) + "\"");
   }
-  mState->searchNode = {std::string(name), std::move(covers)};
+  mState->searchNode = {std::string(name), std::move(covers), false};
+}
+
+void WorldDirectory::setLocalFirst(bool localFirst) {
+  const std::scoped_lock lock(mState->mutex);
+  if (!mState->searchNode) throw std::out_of_range("no search node");
+  mState->searchNode->localFirst = localFirst;
+}
+
+bool WorldDirectory::isLocalFirst() {
+  const std::scoped_lock lock(mState->mutex);
+  return mState->searchNode && mState->searchNode->localFirst;
+}
+
+void WorldDirectory::setSetup(std::string_view node, NodeSetup setup) {
+  const std::scoped_lock lock(mState->mutex);
+  mState->setups.insert_or_assign(std::string(node), std::move(setup));
+}
+
+std::optional<NodeSetup> WorldDirectory::setup(std::string_view node) {
+  const std::scoped_lock lock(mState->mutex);
+  const auto found = mState->setups.find(node);
+  return found == mState->setups.end() ? std::nullopt : std::optional(found->second);
+}
+
+void WorldDirectory::setLog(Log& log) {
+  const std::scoped_lock lock(mState->mutex);
+  mState->log = &log;
 }
 
 void WorldDirectory::removeSearchNode() {

@@ -35,6 +35,20 @@ class WorldDirectory final : public DirectoryService {
   /// exist. Raises std::invalid_argument when a node has its name.
   void setSearchNode(std::string_view name, Strings covers);
 
+  /// From now on, whether the search node asks nobody for accounts and groups that the first two
+  /// nodes have: of accounts by id, name or GUID, of groups by GUID. Raises std::out_of_range when
+  /// there is no search node.
+  void setLocalFirst(bool localFirst);
+  bool isLocalFirst();
+
+  /// How the network directory of that name is set up.
+  void setSetup(std::string_view node, NodeSetup setup);
+  /// Absent when nothing is known of it.
+  std::optional<NodeSetup> setup(std::string_view node);
+
+  /// Where it is told that a directory is away, for as long as the directory is used.
+  void setLog(Log& log);
+
   /// From now on the search node can't be opened.
   void removeSearchNode();
 

@@ -13,6 +13,7 @@ namespace gatehall {
 namespace {
 
 constexpr int kMalformed = 1;
+constexpr int kUnavailable = 3;
 
 /// What an identifier derived from a user id begins with; the id follows, highest byte first.
 constexpr std::string_view kDerivedPrefix = "account of #";
@@ -60,13 +61,28 @@ int WorldMembership::checkServiceMembership(const Identifier& identifier, std::s
     if (found == mLists.end()) return kNoAccessList;
     list = found->second;
   }
-  if (list.status == 0) isMember = admits(list, identifier);
-  return list.status;
+  if (list.status != 0) return list.status;
+  isMember = admits(list, identifier);
+  if (isMember || list.missing.empty()) return 0;
+  if (mLog != nullptr) {
+    std::string text("the access list of ");
+    mLog->error(text.append(service)
+                    .append(" for ")
+                    .append(uuidText(identifier))
+                    .append(": ")
+                    .append(list.missing));
+  }
+  return kUnavailable;
 }
 
 void WorldMembership::setAccessList(std::string_view service, AccessList list) {
   const std::scoped_lock lock(mMutex);
   mLists.insert_or_assign(std::string(service), std::move(list));
+}
+
+std::map<std::string, AccessList, std::less<>> WorldMembership::accessLists() {
+  const std::scoped_lock lock(mMutex);
+  return mLists;
 }
 
 void WorldMembership::removeAccessList(std::string_view service) {

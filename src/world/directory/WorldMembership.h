@@ -8,6 +8,7 @@
 #include <variant>
 #include <vector>
 
+#include "gatehall/platform/Log.h"
 #include "gatehall/platform/MembershipService.h"
 #include "world/directory/WorldDirectory.h"
 
@@ -18,6 +19,8 @@ struct AccessList {
   /// GUIDs of accounts or of groups, or user ids. A group's members are admitted, nested ones too.
   std::vector<std::variant<std::string, std::uint32_t>> members;
   int status = 0;  ///< answered in place of the list unless it is 0
+  /// Why it can't be told of others whether they are in it; empty: they aren't.
+  std::string missing{};
 };
 
 /// The membership service of a world; at first no service has an access list. From any thread.
@@ -32,12 +35,18 @@ class WorldMembership final : public MembershipService {
 
   void setAccessList(std::string_view service, AccessList list);
   void removeAccessList(std::string_view service);
+  /// By service.
+  std::map<std::string, AccessList, std::less<>> accessLists();
+
+  /// Where it is told that nothing can be told, for as long as the lists are used.
+  void setLog(Log& log) { mLog = &log; }
 
  private:
   bool admits(const AccessList& list, const Identifier& identifier);
   bool groupHolds(std::string_view groupGUID, const Identifier& identifier);
 
   WorldDirectory& mDirectory;
+  Log* mLog = nullptr;
   std::mutex mMutex;
   std::map<std::string, AccessList, std::less<>> mLists;
 };

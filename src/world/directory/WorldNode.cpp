@@ -1,36 +1,71 @@
 #include "world/directory/WorldNode.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <stdexcept>
 #include <utility>
 
 #include "gatehall/platform/AttributeKinds.h"
+#include "portable/StillToAsk.h"
 
 namespace gatehall {
 
 namespace {
+
+using Records = std::vector<std::shared_ptr<DirectoryRecord>>;
 
 class WorldQuery final : public DirectoryQuery {
  public:
   WorldQuery(std::shared_ptr<DirectoryState> state, std::string node, QueryDescription description)
       : mState(std::move(state)), mNode(std::move(node)), mDescription(std::move(description)) {}
 
-  std::optional<std::vector<std::shared_ptr<DirectoryRecord>>> results(
-      bool /*allowPartial*/) override {
-    const std::scoped_lock lock(mState->mutex);
-    const auto tables = mState->tablesBehind(mNode);
-    if (!tables) return std::nullopt;
-    RecordTable::Found found;
-    for (const auto* table : *tables) table->find(mDescription, found);
-    std::vector<std::shared_ptr<DirectoryRecord>> records;
-    records.reserve(found.size());
-    for (auto& each : found) {
-      records.push_back(std::make_shared<WorldRecord>(mState, std::move(each)));
+  std::optional<Records> results(bool allowPartial) override {
+    Records records;
+    {
+      const std::scoped_lock lock(mState->mutex);
+      const auto tables = mState->tablesBehind(mNode);
+      if (!tables) return std::nullopt;
+      if (!mState->isSearchNode(mNode)) {
+        add(*tables, mDescription, records);
+        return records;
+      }
+      add(mState->coveredTables(0, kFirstNetworkNode), mDescription, records);
+      if (isEnough(records)) return records;
     }
+    // The records take the lock to be asked.
+    const auto open = isLocalFirst() ? stillToAsk(mDescription, records) : mDescription;
+    if (!open) return records;
+    const std::scoped_lock lock(mState->mutex);
+    if (!mState->tablesBehind(mNode)) return std::nullopt;
+    mState->tellOfAway(allowPartial);
+    add(mState->coveredTables(kFirstNetworkNode, SIZE_MAX), *open, records);
     return records;
   }
 
  private:
+  bool isLocalFirst() const {
+    const std::scoped_lock lock(mState->mutex);
+    return mState->isSearchNode(mNode) && mState->searchNode->localFirst;
+  }
+
+  bool isEnough(const Records& records) const {
+    return mDescription.maximumResults != 0 && records.size() >= mDescription.maximumResults;
+  }
+
+  /// The lock is held.
+  void add(const std::vector<RecordTable*>& tables, QueryDescription description,
+           Records& records) const {
+    if (description.maximumResults != 0) {
+      description.maximumResults -= static_cast<std::uint32_t>(records.size());
+    }
+    RecordTable::Found found;
+    for (const auto* table : tables) table->find(description, found);
+    records.reserve(records.size() + found.size());
+    for (auto& each : found) {
+      records.push_back(std::make_shared<WorldRecord>(mState, std::move(each)));
+    }
+  }
+
   const std::shared_ptr<DirectoryState> mState;
   const std::string mNode;
   const QueryDescription mDescription;
@@ -61,11 +96,18 @@ std::shared_ptr<DirectoryRecord> WorldNode::recordByTypeAndName(std::string_view
   const std::scoped_lock lock(mState->mutex);
   const auto tables = mState->tablesBehind(mName);
   if (!tables) return nullptr;
-  for (const auto* each : *tables) {
-    const auto found = each->withValue(type, attribute::RecordName, name);
-    if (!found.empty()) return std::make_shared<WorldRecord>(mState, found.front());
-  }
-  return nullptr;
+  const auto firstIn =
+      [&](const std::vector<RecordTable*>& places) -> std::shared_ptr<DirectoryRecord> {
+    for (const auto* each : places) {
+      const auto found = each->withValue(type, attribute::RecordName, name);
+      if (!found.empty()) return std::make_shared<WorldRecord>(mState, found.front());
+    }
+    return nullptr;
+  };
+  if (!mState->isSearchNode(mName)) return firstIn(*tables);
+  if (auto local = firstIn(mState->coveredTables(0, kFirstNetworkNode))) return local;
+  mState->tellOfAway(false);
+  return firstIn(mState->coveredTables(kFirstNetworkNode, SIZE_MAX));
 }
 
 std::shared_ptr<DirectoryQuery> WorldNode::query(QueryDescription description) {
@@ -87,6 +129,9 @@ std::shared_ptr<WorldRecord> WorldNode::addRecord(RecordDescription description)
   contents->password = std::move(description.password);
   contents->policy = std::move(description.policy);
   contents->refusal = std::move(description.refusal);
+  for (auto& [kind, why] : description.unreadable) {
+    contents->unreadable.emplace(attribute::canonical(kind), std::move(why));
+  }
   return std::make_shared<WorldRecord>(mState, table().add(std::move(contents)));
 }
 

@@ -4,6 +4,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "gatehall/base/PlatformException.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "world/directory/Members.h"
 
@@ -36,6 +37,7 @@ std::string WorldRecord::recordType() {
 
 std::optional<Strings> WorldRecord::valuesForAttribute(std::string_view kind) {
   const std::scoped_lock lock(mState->mutex);
+  mSeen->requireReadable(kind);
   if (attribute::canonical(kind) == attribute::GroupMembership) {
     if (auto names = memberNames()) return names;
   }
@@ -68,6 +70,10 @@ std::optional<Dictionary> WorldRecord::recordDetails(const Strings& kinds) {
   {
     const std::scoped_lock lock(mState->mutex);
     seen = mSeen;
+    for (const auto& kind : kinds) seen->requireReadable(kind);
+    if (kinds.empty() && !seen->unreadable.empty()) {
+      throw PlatformException(seen->unreadable.begin()->second);
+    }
     members = memberNames();
   }
   Dictionary details;

@@ -34,7 +34,7 @@ Fault::Kind readKind(const JsonCursor& at) {
 }
 
 Fault readFault(const JsonCursor& at) {
-  at.object({"operation", "call", "raise", "absent", "where"});
+  at.object({"operation", "call", "raise", "absent", "text", "where"});
   const auto operation = at.find("operation");
   if (!operation) at.fail(R"(a fault needs an "operation")");
   Fault fault;
@@ -47,6 +47,10 @@ Fault readFault(const JsonCursor& at) {
   if (const auto call = at.find("call")) {
     fault.call =
         static_cast<std::uint64_t>(call->integer(1, std::numeric_limits<std::int64_t>::max()));
+  }
+  if (const auto text = at.find("text")) {
+    if (fault.kind == Fault::Kind::Absent) text->fail(R"(expected with "raise" only)");
+    fault.text = text->nonEmptyString();
   }
   if (const auto where = at.find("where")) fault.where = readWhere(*where);
   if (ofLocalNode && std::exchange(fault.where.node, "local")) {

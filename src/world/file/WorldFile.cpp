@@ -18,7 +18,8 @@ std::int32_t readInt32(const JsonCursor& at) {
 
 void readProcess(const JsonCursor& section, WorldProcess& process) {
   section.object({"effectiveUserID"});
-  if (const auto at = section.find("effectiveUserID")) process.setEffectiveUserID(readID(*at));
+  section.with("effectiveUserID",
+               [&](const JsonCursor& at) { process.setEffectiveUserID(readID(at)); });
 }
 
 void readMembership(const JsonCursor& section, WorldMembership& membership) {
@@ -39,8 +40,9 @@ void readPreferences(const JsonCursor& section, WorldPreferences& preferences) {
     settings.object({"user", "system"});
     for (const auto& [key, scope] :
          {std::pair("user", Scope::User), std::pair("system", Scope::System)}) {
-      const auto at = settings.find(key);
-      if (at) preferences.setSettings(scope, domain, readDictionary(*at));
+      settings.with(key, [&, place = scope](const JsonCursor& at) {
+        preferences.setSettings(place, domain, readDictionary(at));
+      });
     }
   });
 }
@@ -51,25 +53,6 @@ void readManaged(const JsonCursor& section, WorldPropertyLists& files) {
   });
 }
 
-/// Puts what a world file describes into an empty world.
-void readWorld(const JsonSource& source, World& world) {
-  const auto tree = parseJson(source);
-  const JsonCursor root(source, tree);
-  root.object({"now", "process", "directory", "sessions", "membership", "parentalControls",
-               "preferences", "managed", "faults"});
-  if (const auto at = root.find("now")) world.clock().set(readDate(*at));
-  if (const auto at = root.find("process")) readProcess(*at, world.process());
-  if (const auto at = root.find("directory")) readDirectory(*at, world.directory());
-  if (const auto at = root.find("sessions")) readSessions(*at, world.sessions());
-  if (const auto at = root.find("membership")) readMembership(*at, world.membership());
-  if (const auto at = root.find("parentalControls")) {
-    readParentalControls(*at, world.parentalControls());
-  }
-  if (const auto at = root.find("preferences")) readPreferences(*at, world.preferences());
-  if (const auto at = root.find("managed")) readManaged(*at, world.propertyLists());
-  if (const auto at = root.find("faults")) world.setFaults(readFaults(*at));
-}
-
 }  // namespace
 
 std::shared_ptr<World> worldFromFile(const std::filesystem::path& path) {
@@ -77,35 +60,55 @@ std::shared_ptr<World> worldFromFile(const std::filesystem::path& path) {
 }
 
 std::shared_ptr<World> worldFromText(std::string_view json, std::string nameForErrors) {
+  const JsonSource source{std::move(nameForErrors), json};
+  const auto tree = parseJson(source);
+  return worldFromJson({source, tree});
+}
+
+std::shared_ptr<World> worldFromJson(const JsonCursor& root) {
+  using At = const JsonCursor&;
   auto world = std::make_shared<World>();
-  readWorld({std::move(nameForErrors), json}, *world);
+  root.object({"now", "locale", "process", "directory", "sessions", "membership",
+               "parentalControls", "preferences", "managed", "faults"});
+  root.with("now", [&](At at) { world->clock().set(readDate(at)); });
+  root.with("locale", [&](At at) { world->collation().setLocale(at.string()); });
+  root.with("process", [&](At at) { readProcess(at, world->process()); });
+  root.with("directory", [&](At at) { readDirectory(at, world->directory()); });
+  root.with("sessions", [&](At at) { readSessions(at, world->sessions()); });
+  root.with("membership", [&](At at) { readMembership(at, world->membership()); });
+  root.with("parentalControls",
+            [&](At at) { readParentalControls(at, world->parentalControls()); });
+  root.with("preferences", [&](At at) { readPreferences(at, world->preferences()); });
+  root.with("managed", [&](At at) { readManaged(at, world->propertyLists()); });
+  root.with("faults", [&](At at) { world->setFaults(readFaults(at)); });
   return world;
 }
 
 WorldSession readSession(const JsonCursor& at) {
   at.object({"id", "userID", "userName", "loginDone"});
   WorldSession session;
-  if (const auto id = at.find("id")) session.id = id->integer();
-  if (const auto userID = at.find("userID")) session.userID = readInt32(*userID);
-  if (const auto name = at.find("userName")) session.userName = name->string();
-  if (const auto done = at.find("loginDone")) session.loginDone = done->boolean();
+  at.with("id", [&](const JsonCursor& id) { session.id = id.integer(); });
+  at.with("userID", [&](const JsonCursor& userID) { session.userID = readInt32(userID); });
+  at.with("userName", [&](const JsonCursor& name) { session.userName = name.string(); });
+  at.with("loginDone", [&](const JsonCursor& done) { session.loginDone = done.boolean(); });
   return session;
 }
 
 AccessList readAccessList(const JsonCursor& at) {
-  at.object({"members", "status"});
+  at.object({"members", "status", "missing"});
   AccessList list;
-  if (const auto status = at.find("status")) list.status = readInt32(*status);
-  const auto members = at.find("members");
-  if (!members) return list;
-  members->forEachElement([&](const JsonCursor& member) {
-    if (member.isInteger()) {
-      list.members.emplace_back(readID(member));
-    } else if (parseUUID(member.string())) {
-      list.members.emplace_back(member.string());
-    } else {
-      member.fail("expected a GUID or a user id");
-    }
+  at.with("status", [&](const JsonCursor& status) { list.status = readInt32(status); });
+  at.with("missing", [&](const JsonCursor& missing) { list.missing = missing.nonEmptyString(); });
+  at.with("members", [&](const JsonCursor& members) {
+    members.forEachElement([&](const JsonCursor& member) {
+      if (member.isInteger()) {
+        list.members.emplace_back(readID(member));
+      } else if (parseUUID(member.string())) {
+        list.members.emplace_back(member.string());
+      } else {
+        member.fail("expected a GUID or a user id");
+      }
+    });
   });
   return list;
 }
@@ -113,11 +116,11 @@ AccessList readAccessList(const JsonCursor& at) {
 LoginLimit readLimit(const JsonCursor& at) {
   at.object({"allowed", "result", "nextCurfew"});
   LoginLimit limit;
-  if (const auto allowed = at.find("allowed")) limit.allowed = allowed->boolean();
-  if (const auto result = at.find("result")) limit.result = readInt32(*result);
-  if (const auto curfew = at.find("nextCurfew"); curfew && !curfew->isNull()) {
-    limit.nextCurfew = readDate(*curfew);
-  }
+  at.with("allowed", [&](const JsonCursor& allowed) { limit.allowed = allowed.boolean(); });
+  at.with("result", [&](const JsonCursor& result) { limit.result = readInt32(result); });
+  at.with("nextCurfew", [&](const JsonCursor& curfew) {
+    if (!curfew.isNull()) limit.nextCurfew = readDate(curfew);
+  });
   return limit;
 }
 
@@ -133,22 +136,22 @@ void forEachUserID(const JsonCursor& section,
 void readSessions(const JsonCursor& section, WorldSessions& sessions) {
   section.object({"current", "list"});
   WorldSessions::List list;
-  if (const auto at = section.find("list"); at && at->isNull()) {
-    sessions.setList(std::nullopt);
-  } else if (at) {
-    at->forEachElement([&](const JsonCursor& entry) {
+  section.with("list", [&](const JsonCursor& at) {
+    if (at.isNull()) return sessions.setList(std::nullopt);
+    at.forEachElement([&](const JsonCursor& entry) {
       list.push_back(entry.isNull() ? std::nullopt : std::optional(readSession(entry)));
     });
     sessions.setList(list);
-  }
-  const auto current = section.find("current");
-  if (!current || current->isNull()) return;
-  if (current->isObject()) return sessions.setCurrent(readSession(*current));
-  const auto id = current->integer();
-  for (const auto& session : list) {
-    if (session && session->id == id) return sessions.setCurrent(id);
-  }
-  current->fail("no session of the list has the id " + std::to_string(id));
+  });
+  section.with("current", [&](const JsonCursor& current) {
+    if (current.isNull()) return;
+    if (current.isObject()) return sessions.setCurrent(readSession(current));
+    const auto id = current.integer();
+    for (const auto& session : list) {
+      if (session && session->id == id) return sessions.setCurrent(id);
+    }
+    current.fail("no session of the list has the id " + std::to_string(id));
+  });
 }
 
 }  // namespace gatehall

@@ -20,6 +20,10 @@ std::shared_ptr<World> worldFromFile(const std::filesystem::path& path);
 /// The world that a file's text describes; errors call it by the name.
 std::shared_ptr<World> worldFromText(std::string_view json, std::string nameForErrors);
 
+/// The world that a text's root describes. Where faults are collected (JsonSource), what is wrong
+/// is left out of it.
+std::shared_ptr<World> worldFromJson(const JsonCursor& root);
+
 /// The file's section of that name.
 void readDirectory(const JsonCursor& section, WorldDirectory& directory);
 void readSessions(const JsonCursor& section, WorldSessions& sessions);

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "gatehall/world/json/WorldError.h"
-
 namespace gatehall {
 
 namespace {
@@ -25,14 +23,9 @@ std::string escaped(std::string_view key) {
 
 }  // namespace
 
-void JsonCursor::fail(std::string_view what) const { failAt(mValue.offset, path(), what); }
-
-void JsonCursor::failAt(std::size_t offset, const std::string& path, std::string_view what) const {
-  throw WorldError(placeAt(offset, path) + ": " + std::string(what));
-}
-
-std::string JsonCursor::placeAt(std::size_t offset, const std::string& path) const {
-  return mSource.place(offset) + (path.empty() ? "" : ": " + path);
+std::string JsonCursor::place() const {
+  const auto keys = path();
+  return mSource.place(mValue.offset) + (keys.empty() ? "" : ": " + keys);
 }
 
 std::string JsonCursor::path() const {
@@ -73,7 +66,10 @@ const JsonCursor& JsonCursor::object(std::span<const std::string_view> keys) con
     if (std::ranges::find(keys, member.key) != keys.end()) continue;
     std::string known;
     for (const auto key : keys) known += (known.empty() ? "" : ", ") + std::string(key);
-    failAt(member.offset, path() + "/" + escaped(member.key), "unknown key; known are " + known);
+    mSource.note({.offset = member.offset,
+                  .path = path() + "/" + escaped(member.key),
+                  .what = "unknown key; known are " + known,
+                  .known = {keys.begin(), keys.end()}});
   }
   return *this;
 }

@@ -21,10 +21,21 @@ class JsonCursor {
   JsonCursor(const JsonSource& source, const JsonValue& root) : mSource(source), mValue(root) {}
 
   /// Raises WorldError: where it is, what is wrong.
-  [[noreturn]] void fail(std::string_view what) const;
+  [[noreturn]] void fail(std::string_view what) const { mSource.fail(faultHere(what)); }
+
+  /// The same, unless faults are collected (JsonSource): then it goes on.
+  void note(std::string_view what) const { mSource.note(faultHere(what)); }
+
+  /// What is wrong here.
+  JsonFault faultHere(std::string_view what) const {
+    return {.offset = mValue.offset, .path = path(), .what = std::string(what)};
+  }
 
   /// File, line, column and path of keys, as an error names them.
-  std::string place() const { return placeAt(mValue.offset, path()); }
+  std::string place() const;
+
+  /// Bytes before it in the text.
+  std::size_t offset() const { return mValue.offset; }
 
   bool isNull() const { return is<std::nullptr_t>(); }
   bool isBoolean() const { return is<bool>(); }
@@ -50,20 +61,33 @@ class JsonCursor {
   /// The object's value of the key, if it has one.
   std::optional<JsonCursor> find(std::string_view key) const;
 
+  /// Calls with it. Where faults are collected, what is wrong in one value keeps nobody from
+  /// looking at the next; the same for elements and members.
+  template <class Function>
+  void with(std::string_view key, Function function) const {
+    if (const auto at = find(key)) {
+      mSource.attempt([&] { function(*at); });
+    }
+  }
+
   std::size_t size() const { return elements().size(); }
 
   /// Calls with a cursor for each element of an array.
   template <class Function>
   void forEachElement(Function function) const {
     std::size_t index = 0;
-    for (const auto& element : elements()) function(JsonCursor(*this, element, {}, index++));
+    for (const auto& element : elements()) {
+      mSource.attempt([&] { function(JsonCursor(*this, element, {}, index)); });
+      ++index;
+    }
   }
 
   /// Calls with the key and a cursor for each member of an object.
   template <class Function>
   void forEachMember(Function function) const {
     for (const auto& member : members()) {
-      function(member.key, JsonCursor(*this, member.value, member.key, 0));
+      mSource.attempt(
+          [&] { function(member.key, JsonCursor(*this, member.value, member.key, 0)); });
     }
   }
 
@@ -79,9 +103,6 @@ class JsonCursor {
   const JsonValue::Elements& elements() const;
   const JsonValue::Members& members() const;
   std::string path() const;
-  std::string placeAt(std::size_t offset, const std::string& path) const;
-  [[noreturn]] void failAt(std::size_t offset, const std::string& path,
-                           std::string_view what) const;
 
   const JsonSource& mSource;
   const JsonValue& mValue;

@@ -6,8 +6,6 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "gatehall/world/json/WorldError.h"
-
 namespace gatehall {
 
 namespace {
@@ -94,7 +92,7 @@ class TreeBuilder {
 
  private:
   [[noreturn]] void fail(std::size_t offset, std::string_view what) const {
-    throw WorldError(mSource.place(offset) + ": " + std::string(what));
+    mSource.fail({.offset = offset, .what = std::string(what)});
   }
 
   /// The parser reads one character beyond a number that does not end the text.
@@ -165,7 +163,8 @@ class TreeBuilder {
     const auto repeated = std::ranges::adjacent_find(
         sorted, {}, [](const auto* member) -> std::string_view { return member->key; });
     if (repeated == sorted.end()) return;
-    fail(repeated[1]->offset, "the key \"" + repeated[1]->key + "\" is given twice");
+    mSource.note({.offset = repeated[1]->offset,
+                  .what = "the key \"" + repeated[1]->key + "\" is given twice"});
   }
 
   const JsonSource& mSource;
@@ -176,12 +175,27 @@ class TreeBuilder {
 
 }  // namespace
 
-std::string JsonSource::place(std::size_t offset) const {
+JsonSource::Place JsonSource::placeOf(std::size_t offset) const {
   const auto before = text.substr(0, offset);
-  const auto line = std::ranges::count(before, '\n') + 1;
+  const auto line = static_cast<std::size_t>(std::ranges::count(before, '\n')) + 1;
   const auto lineStart = before.rfind('\n');
-  const auto column = lineStart == std::string_view::npos ? offset + 1 : offset - lineStart;
+  return {line, lineStart == std::string_view::npos ? offset + 1 : offset - lineStart};
+}
+
+std::string JsonSource::place(std::size_t offset) const {
+  const auto [line, column] = placeOf(offset);
   return name + ":" + std::to_string(line) + ":" + std::to_string(column);
+}
+
+void JsonSource::fail(JsonFault fault) const {
+  auto message = place(fault.offset) + (fault.path.empty() ? "" : ": " + fault.path);
+  message += ": " + fault.what;
+  throw JsonError(message, std::move(fault));
+}
+
+void JsonSource::note(JsonFault fault) const {
+  if (faults == nullptr) fail(std::move(fault));
+  faults->push_back(std::move(fault));
 }
 
 JsonValue parseJson(const JsonSource& source) {

@@ -268,7 +268,8 @@ const Refusal kRefusals[] = {
     {"UnknownKey", "{ // a comment\n  \"process\": {\"effectiveUserId\": 0}\n}",
      "w.json:2:15: /process/effectiveUserId: unknown key; known are effectiveUserID"},
     {"UnknownSection", "{\"a/b~c\": 1}",
-     "w.json:1:2: /a~1b~0c: unknown key; known are now, process, directory, sessions, membership, "
+     "w.json:1:2: /a~1b~0c: unknown key; known are now, locale, process, directory, sessions, "
+     "membership, "
      "parentalControls, preferences, managed, faults"},
     {"WrongType", "{\"now\": 5}", "w.json:1:9: /now: expected a string"},
     {"BadDate", "{\"now\": \"yesterday\"}",
@@ -361,6 +362,85 @@ const Refusal kRefusals[] = {
 
 INSTANTIATE_TEST_SUITE_P(EveryReason, RefusedWorldFile, testing::ValuesIn(kRefusals),
                          [](const auto& refusal) { return refusal.param.name; });
+
+/// Everything that is wrong in a text, "line:column path: what".
+Strings faultsOf(std::string_view json) {
+  std::vector<JsonFault> faults;
+  const JsonSource source{"faulty.json", json, &faults};
+  source.attempt([&] {
+    const auto tree = parseJson(source);
+    worldFromJson({source, tree});
+  });
+  Strings texts;
+  for (const auto& fault : faults) {
+    const auto [line, column] = source.placeOf(fault.offset);
+    texts.push_back(std::to_string(line) + ":" + std::to_string(column) + " " + fault.path + ": " +
+                    fault.what);
+  }
+  return texts;
+}
+
+TEST(WorldFile, TellsOfEverythingThatIsWrongWhereFaultsAreCollected) {
+  EXPECT_THAT(
+      faultsOf(R"({
+  "now": "today", "then": 1, "now": 2,
+  "directory": {
+    "available": "yes", "searchNode": { "name": "", "covers": [1, "b"], "unreachable": 2 },
+    "nodes": [
+      { "name": "a" },
+      { "name": "a", "records": [ { "type": "Machines", "attributes": { "UniqueID": "x" } }, 4 ] },
+      { "record": [] }
+    ] },
+  "sessions": { "current": 3, "list": [ { "id": "one", "userID": "ann", "loginDone": 1 } ] },
+  "membership": { "gatehall": { "status": "bad", "members": ["ann", 1.5] } },
+  "parentalControls": { "01": {}, "1": { "allowed": 0, "result": "no", "nextCurfew": 1 } },
+  "managed": { "com.orvane.gatehall": { "AllowList": [null], "DenyList": null } },
+  "faults": [ { "operation": "none" }, { "raise": "other" } ]
+})"),
+      ElementsAre("2:30 : the key \"now\" is given twice",                                //
+                  "2:19 /then: unknown key; known are now, locale, process, directory, "  //
+                  "sessions, membership, parentalControls, preferences, managed, faults",
+                  "2:10 /now: expected a date such as 2026-11-21T09:00:00Z",
+                  "4:18 /directory/available: expected true or false",
+                  "4:64 /directory/searchNode/covers/0: expected a string",
+                  "4:49 /directory/searchNode/name: expected a string that is not empty",
+                  "4:88 /directory/searchNode/unreachable: expected a list",
+                  "7:17 /directory/nodes/1/name: there is another node of that name",
+                  "7:45 /directory/nodes/1/records/0/type: expected \"Users\" or \"Groups\"",
+                  "7:85 /directory/nodes/1/records/0/attributes/UniqueID: expected a "
+                  "decimal number from 0 to 4294967295",
+                  "7:94 /directory/nodes/1/records/1: expected an object",
+                  "8:9 /directory/nodes/2/record: unknown key; known are name, records, server, "
+                  "tls, whenAway, away",
+                  "8:7 /directory/nodes/2: a node needs a \"name\"",
+                  "10:49 /sessions/list/0/id: expected a whole number from "
+                  "-9223372036854775808 to 9223372036854775807",
+                  "10:66 /sessions/list/0/userID: expected a whole number from "
+                  "-2147483648 to 2147483647",
+                  "10:86 /sessions/list/0/loginDone: expected true or false",
+                  "10:28 /sessions/current: no session of the list has the id 3",
+                  "11:43 /membership/gatehall/status: expected a whole number from "
+                  "-2147483648 to 2147483647",
+                  "11:62 /membership/gatehall/members/0: expected a GUID or a user id",
+                  "11:69 /membership/gatehall/members/1: expected a string",
+                  "12:31 /parentalControls/01: \"01\" is no user id",
+                  "12:53 /parentalControls/1/allowed: expected true or false",
+                  "12:66 /parentalControls/1/result: expected a whole number from "
+                  "-2147483648 to 2147483647",
+                  "12:86 /parentalControls/1/nextCurfew: expected a string",
+                  "13:55 /managed/com.orvane.gatehall/AllowList/0: there is no such value "
+                  "as null; leave the key out",
+                  "13:74 /managed/com.orvane.gatehall/DenyList: there is no such value as "
+                  "null; leave the key out",
+                  "14:30 /faults/0/operation: unknown operation",
+                  "14:40 /faults/1: a fault needs an \"operation\""));
+}
+
+TEST(WorldFile, ThatIsNoJsonIsWrongInOnePlace) {
+  const auto faults = faultsOf("{ \"now\": }");
+  ASSERT_EQ(faults.size(), 1U);
+  EXPECT_TRUE(faults.front().starts_with("1:10 : ")) << faults.front();
+}
 
 }  // namespace
 }  // namespace gatehall
