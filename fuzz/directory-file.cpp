@@ -8,6 +8,7 @@
 #include "instrumented/RecordingLog.h"
 #include "linux/ldap/client/Settings.h"
 #include "linux/local/Settings.h"
+#include "linux/nss/Settings.h"
 
 namespace {
 
@@ -53,6 +54,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto& directory = std::get<ldap::Settings>(configured);
     fuzz::require(!directory.name.empty() && !directory.servers.empty());
     fuzz::require(directory.pageSize.value_or(1) > 0 && directory.timeLimit.count() > 0);
+  }
+  for (const auto& configured : nss::Settings::readAll(options, faults)) {
+    const auto* directory = std::get_if<nss::Settings>(&configured);
+    if (directory == nullptr) continue;
+    fuzz::require(!directory->name.empty() && directory->timeLimit.count() > 0);
+    directory->mayHaveName("dana@example.org");
   }
   return 0;
 }

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "gatehall/base/Value.h"
+
+/// The name service switch, nsswitch.conf(5).
+namespace gatehall::nss {
+
+inline constexpr const char* kSwitchFile = "/etc/nsswitch.conf";
+
+/// The services beyond the local files that the file's text asks for "passwd" or "group", each
+/// once, in their order.
+Strings networkServices(std::string_view switchText);
+
+/// Of services whose daemons' sockets are known (SSSD, winbind, nslcd), the first whose daemon
+/// takes no connection, with the reason; empty when all do. A module of the C library whose daemon
+/// is gone may answer as if it knew nobody. The root stands in front of the sockets' paths. Doesn't
+/// wait.
+std::string whySilent(const Strings& services, const std::string& root = {});
+
+}  // namespace gatehall::nss
