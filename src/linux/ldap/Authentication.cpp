@@ -63,7 +63,9 @@ bool hasNoPassword(Directory& directory, const Entry& user) {
 
 bool verifyPassword(Directory& directory, const Entry& user, std::string_view password,
                     DirectoryError& error) {
-  if (isDisabled(directory, user)) return refuse(error, directoryError::kAccountDisabled);
+  if (standingOf(directory, user) != Standing::Usable) {
+    return refuse(error, directoryError::kAccountDisabled);
+  }
   bool isAccepted = false;
   if (password.empty()) {
     isAccepted = hasNoPassword(directory, user) || refuse(error, directoryError::kPasswordRefused);

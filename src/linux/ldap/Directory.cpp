@@ -40,12 +40,13 @@ bool isSameAttribute(std::string_view left, std::string_view right) {
 class Directory::Collector {
  public:
   Collector(const Directory& directory, LocalAccounts& localAccounts, FaultLog& faults,
-            bool mayRepeat, Unreadable unreadable)
+            bool mayRepeat, Unreadable unreadable, std::vector<LeftOut>* leftOut)
       : mDirectory(directory),
         mLocalAccounts(localAccounts),
         mFaults(faults),
         mMayRepeat(mayRepeat),
-        mUnreadable(unreadable) {}
+        mUnreadable(unreadable),
+        mLeftOut(leftOut) {}
 
   Connection::Sink sink() {
     return [this](std::size_t, std::string_view dn, std::span<const Attribute> attributes) {
@@ -56,6 +57,7 @@ class Directory::Collector {
   void clear() {
     mSeen.clear();
     mEntries.clear();
+    if (mLeftOut != nullptr) mLeftOut->clear();
     mHasBegun = false;
   }
 
@@ -78,8 +80,10 @@ class Directory::Collector {
       if (!fault.empty()) passOver(dn, fault);
       return;
     }
-    if (entry->type == Type::User && !mayBeHere(*entry, fault)) {
+    std::string_view rule;
+    if (entry->type == Type::User && !mayBeHere(*entry, fault, rule)) {
       leaveOut(dn, fault);
+      if (mLeftOut != nullptr) mLeftOut->push_back({std::move(entry), std::string(rule), fault});
       return;
     }
     if (mEntries.size() >= kMostEntries) {
@@ -89,11 +93,13 @@ class Directory::Collector {
     mEntries.push_back(std::move(entry));
   }
 
-  /// Whether the user may be an account on this machine.
-  bool mayBeHere(Entry& user, std::string& fault) {
+  /// Whether the user may be an account on this machine; the rule is why not, in a few words.
+  bool mayBeHere(Entry& user, std::string& fault, std::string_view& rule) {
     NetworkAccount account{
         mDirectory.nodeName(), {}, accountID(user.first(Slot::UserID)), user.first(Slot::GUID)};
-    if (account.userID && !mDirectory.settings().userIDs.holds(*account.userID)) {
+    const auto& range = mDirectory.settings().userIDs;
+    if (account.userID && !range.holds(*account.userID)) {
+      rule = *account.userID < range.first ? "user id too low" : "user id too high";
       fault = "its user id " + std::to_string(*account.userID) + " is out of range";
       return false;
     }
@@ -104,6 +110,7 @@ class Directory::Collector {
     std::string why;
     switch (mLocals->likenessTo(account, why)) {
       case LocalAccounts::Likeness::Twin:
+        rule = "hidden by a local account";
         fault = "it " + why;
         return false;
       case LocalAccounts::Likeness::Copy:
@@ -114,6 +121,7 @@ class Directory::Collector {
     }
     if (mNames.size() > 1) leaveOutNamesOfAdministrators(user);
     if (!user.first(Slot::Name).empty()) return true;
+    rule = "hidden by a local account";
     fault = "each of its names is an administrator's";
     return false;
   }
@@ -149,6 +157,7 @@ class Directory::Collector {
   FaultLog& mFaults;
   bool mMayRepeat;
   const Unreadable mUnreadable;
+  std::vector<LeftOut>* const mLeftOut;  ///< nullptr: nobody asks for them
   bool mHasBegun = false;
   Entries mEntries;
   std::unordered_set<std::string_view> mSeen;  ///< GUIDs of the entries
@@ -304,9 +313,16 @@ void Directory::ask(Connection& connection, std::span<const Search> searches, co
   ask(connection, again, limits, collector, referrals);
 }
 
-Entries Directory::search(std::vector<Search> searches, Unreadable entry) {
+std::vector<Directory::LeftOut> Directory::searchLeftOut(std::vector<Search> searches) {
+  std::vector<LeftOut> leftOut;
+  search(std::move(searches), Unreadable::IsLeftOut, &leftOut);
+  return leftOut;
+}
+
+Entries Directory::search(std::vector<Search> searches, Unreadable entry,
+                          std::vector<LeftOut>* leftOut) {
   if (searches.empty()) return {};
-  Collector collector(*this, *mLocalAccounts, *mFaults, searches.size() > 1, entry);
+  Collector collector(*this, *mLocalAccounts, *mFaults, searches.size() > 1, entry, leftOut);
   Referrals referrals;
   const auto limits = mServers.limits();
   bool hasBrokenOff = false;  // in the middle, whatever came of trying again

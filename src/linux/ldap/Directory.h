@@ -66,7 +66,19 @@ class Directory {
   /// Runs the searches; every entry once, whatever the number of searches that find it. Raises
   /// DirectoryUnreachable when nothing is answered, PlatformException when an answer breaks off and
   /// when the local accounts can't be read.
-  Entries search(std::vector<Search> searches, Unreadable entry = Unreadable::FailsIt);
+  Entries search(std::vector<Search> searches, Unreadable entry = Unreadable::FailsIt) {
+    return search(std::move(searches), entry, nullptr);
+  }
+
+  /// A user that no search brings, and why: as NetworkNode::LeftOut says it.
+  struct LeftOut {
+    std::shared_ptr<const Entry> entry;
+    std::string rule;
+    std::string why;
+  };
+
+  /// Those that the searches would find. Raises as search does.
+  std::vector<LeftOut> searchLeftOut(std::vector<Search> searches);
 
   /// The values of one entry's attribute, as they are sent, and the attribute's name with its
   /// options. Raises as search does.
@@ -122,6 +134,8 @@ class Directory {
   }
 
   class Collector;
+
+  Entries search(std::vector<Search> searches, Unreadable entry, std::vector<LeftOut>* leftOut);
 
   /// What became of the last attempt, if that is not long ago.
   struct Attempt {

@@ -286,6 +286,23 @@ Candidates findCandidates(Directory& directory, const QueryDescription& descript
   return candidates;
 }
 
+std::vector<Directory::LeftOut> findLeftOut(Directory& directory, std::string_view kind,
+                                            const std::string& value) {
+  constexpr std::array kUser{Type::User};
+  const auto& schema = directory.schemas().users;
+  const auto slot = schema.slotOf(attribute::canonical(kind));
+  const auto wanted = slot ? asStored(*slot, value) : std::nullopt;
+  if (!wanted) return {};
+  const std::array terms{termOf(schema, *slot, *wanted)};
+  auto found = directory.searchLeftOut(directory.searchesForAny(kUser, terms, false));
+  // Servers compare more loosely.
+  std::erase_if(found, [&](const auto& each) {
+    return std::ranges::none_of(each.entry->of(*slot),
+                                [&](const auto& text) { return text.text == *wanted; });
+  });
+  return found;
+}
+
 Entries findByNames(Directory& directory, const Strings& names) {
   auto& cache = directory.cache();
   Strings canonicals;

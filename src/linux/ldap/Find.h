@@ -2,7 +2,9 @@
 
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "gatehall/platform/DirectoryService.h"
 #include "linux/ldap/Directory.h"
@@ -25,6 +27,11 @@ struct Candidates {
   bool areExact;
 };
 Candidates findCandidates(Directory& directory, const QueryDescription& description);
+
+/// The users with that value of one of the kinds RecordName, UniqueID and GUID that are no accounts
+/// on this machine. Raises as Directory::search.
+std::vector<Directory::LeftOut> findLeftOut(Directory& directory, std::string_view kind,
+                                            const std::string& value);
 
 /// The entries that the servers find by the DNs, in no order; none for a DN of neither a user nor a
 /// group. Raises as Directory::search, for what is no DN, and where it can't be told whose a DN is.

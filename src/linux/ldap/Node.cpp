@@ -7,6 +7,7 @@
 #include "linux/ldap/Find.h"
 #include "linux/ldap/Members.h"
 #include "linux/ldap/Record.h"
+#include "linux/records/AccountID.h"
 #include "portable/text/MatchValues.h"
 
 namespace gatehall::ldap {
@@ -74,6 +75,18 @@ std::string Node::tls() const {
       break;
   }
   return "off";
+}
+
+std::vector<NetworkNode::LeftOut> Node::leftOut(std::string_view kind, const std::string& value) {
+  std::vector<LeftOut> result;
+  for (auto& found : findLeftOut(*mDirectory, kind, value)) {
+    const auto& entry = *found.entry;
+    result.push_back({std::string(entry.first(Slot::Name)),
+                      std::string(entry.first(Slot::FullName)),
+                      std::string(entry.first(Slot::GUID)), accountID(entry.first(Slot::UserID)),
+                      std::move(found.rule), std::move(found.why)});
+  }
+  return result;
 }
 
 std::shared_ptr<DirectoryRecord> Node::recordByTypeAndName(std::string_view type,

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "linux/ldap/Directory.h"
 #include "linux/records/NetworkNode.h"
@@ -18,6 +21,7 @@ class Node final : public NetworkNode {
   }
   std::string tls() const override;
   Reached reach() override { return mDirectory->reach(); }
+  std::vector<LeftOut> leftOut(std::string_view kind, const std::string& value) override;
   void forgetFetched() override { mDirectory->cache().drop(); }
 
   std::optional<std::string> nodeName() override { return mDirectory->nodeName(); }

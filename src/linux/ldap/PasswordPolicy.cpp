@@ -213,14 +213,16 @@ std::optional<Dictionary> passwordPolicyOf(Directory& directory, const Entry& us
   return policy;
 }
 
-bool isDisabled(Directory& directory, const Entry& user) {
+Standing standingOf(Directory& directory, const Entry& user) {
   const auto time = static_cast<std::int64_t>(directory.now().time_since_epoch().count());
-  if ((number(user, Slot::AccountControl).value_or(0) & kAccountDisable) != 0) return true;
-  if (isLocked(directory, user, time)) return true;
-  if (const auto end = accountExpires(user); end && *end <= time) return true;
-  if (const auto end = seconds(user.first(Slot::AccountEnd)); end && *end <= time) return true;
+  const auto control = number(user, Slot::AccountControl).value_or(0);
+  if ((control & kAccountDisable) != 0 || isLocked(directory, user, time)) return Standing::Locked;
+  if (const auto end = accountExpires(user); end && *end <= time) return Standing::Expired;
+  if (const auto end = seconds(user.first(Slot::AccountEnd)); end && *end <= time) {
+    return Standing::Expired;
+  }
   const auto expiry = days(user, Slot::ShadowExpiry);
-  return expiry && *expiry * kSecondsOfDay <= time;
+  return expiry && *expiry * kSecondsOfDay <= time ? Standing::Expired : Standing::Usable;
 }
 
 }  // namespace gatehall::ldap

@@ -12,8 +12,10 @@ namespace gatehall::ldap {
 /// Directory's. Raises as Directory::search.
 std::optional<Dictionary> passwordPolicyOf(Directory& directory, const Entry& user);
 
-/// Whether the account is locked or past its end. A lock by failed passwords lasts as long as the
-/// policy says; where that can't be known, it doesn't end. Raises as Directory::search.
-bool isDisabled(Directory& directory, const Entry& user);
+enum class Standing { Usable, Locked, Expired };
+
+/// Whether the account is locked or, if not, past its end. A lock by failed passwords lasts as long
+/// as the policy says; where that can't be known, it doesn't end. Raises as Directory::search.
+Standing standingOf(Directory& directory, const Entry& user);
 
 }  // namespace gatehall::ldap

@@ -103,7 +103,9 @@ void Record::eachUserValue(const Entry& user, std::string_view kind, std::option
     add("********");  // the server keeps it
   } else if (kind == attribute::AuthenticationAuthority) {
     add(";LDAP;");
-    if (isDisabled(*mDirectory, user)) add(";DisabledUser;");
+    const auto standing = standingOf(*mDirectory, user);
+    if (standing == Standing::Locked) add(";DisabledUser;");
+    if (standing == Standing::Expired) add(";DisabledUser;expired");
     addAll();
   } else if (kind == attribute::UserShell && slot) {
     const auto shells = user.of(*slot);

@@ -77,6 +77,40 @@ TEST_F(LdapFaults, AServerThatAnswersNoSearchFailsTheQuestion) {
   expectLocalAccounts();
 }
 
+TEST_F(LdapFaults, AServerThatIsLateIsToldWithWhatHadComeAndTheLimitThatIsOver) {
+  const auto why = [&](std::size_t entries, std::string_view limits) {
+    serve(
+        [&](Peer& peer) {
+          peer.serve([&](const Request& request) {
+            std::string bytes;
+            for (std::size_t count = 0; count < entries; ++count) {
+              bytes += ber::message(request.id, danasEntry());
+            }
+            return peer.write(bytes);
+          });
+        },
+        limits);
+    LdapMachine other;
+    other.configure(LdapMachine::table("test", LdapMachine::quoted(mServer->uri()),
+                                       "tls = \"off\"\n" + std::string(limits)));
+    // A busy machine may be late before that.
+    for (const Stopwatch watch; watch.seconds() < kPatience.count(); other.clock.seconds += 6) {
+      try {
+        if (const auto node = other.node()) node->recordByTypeAndName("Users", "dana", {});
+      } catch (const PlatformException& failure) {
+        const std::string text = failure.what();
+        if (text.find("limit)") != std::string::npos) return text;
+      }
+    }
+    return std::string();
+  };
+  EXPECT_THAT(why(3, kSoonForAnAnswer),
+              HasSubstr("no answer in time; 3 entries had come (time-limit)"));
+  EXPECT_THAT(why(1, kSoonForAQuestion),
+              HasSubstr("no answer in time; 1 entry had come (total-time-limit)"));
+  EXPECT_THAT(why(0, kSoonForAnAnswer), HasSubstr("no answer in time (time-limit)"));
+}
+
 TEST_F(LdapFaults, AServerThatHangsUpIsAskedOnceMore) {
   std::atomic<int> searches = 0;
   serve([&](Peer& peer) {

@@ -65,7 +65,7 @@ TEST_F(LdapRecords, NameAShellThatNobodyLogsInWithAsOnTheMachineItself) {
 TEST_F(LdapRecords, AreDisabledPastTheirEnd) {
   configure();
   EXPECT_THAT(values(machine.networkUser("erin"), "AuthenticationAuthority"),
-              ElementsAre(";LDAP;", ";DisabledUser;"));
+              ElementsAre(";LDAP;", ";DisabledUser;expired"));
 }
 
 TEST_F(LdapRecords, TakeAttributesThatTheSettingsName) {

@@ -1,3 +1,6 @@
+#include <array>
+#include <unistd.h>
+
 #include "tests/linux/ldap/fixture/LdapMachine.h"
 #include "tests/linux/ldap/fixture/ScriptedServer.h"
 
@@ -8,16 +11,29 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/// An authority of the tests' own, and servers' certificates by it: one for this address and one
-/// for another.
+/// This machine's name, which stands in its certificates where it isn't to.
+std::string ownName() {
+  std::array<char, 256> name{};
+  gethostname(name.data(), name.size() - 1);
+  return name.data();
+}
+
+/// An authority of the tests' own, and servers' certificates by it.
 class Certificates {
  public:
   Certificates() {
-    runProgram({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256",
-                "-nodes", "-days", "2", "-subj", "/CN=Tests", "-keyout", path("/ca.key"), "-out",
-                path("/ca.pem")});
-    issue("127.0.0.1");
-    issue("192.0.2.1");
+    for (const std::string authority : {"ca", "other-ca"}) {
+      runProgram({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256",
+                  "-nodes", "-days", "2", "-subj", "/CN=" + authority, "-keyout",
+                  path("/" + authority + ".key"), "-out", path("/" + authority + ".pem")});
+    }
+    issue("127.0.0.1", "IP:127.0.0.1", "127.0.0.1");
+    issue("192.0.2.1", "IP:192.0.2.1", "192.0.2.1");
+    issue("localhost", "DNS:localhost", "server");
+    issue("own-name", "DNS:" + ownName(), ownName());
+    issue("only-subject", "", "localhost");
+    issue("other-than-subject", "DNS:ldap.example.org", "localhost");
+    issue("expired", "IP:127.0.0.1", "127.0.0.1", "-1");
   }
 
   std::string path(std::string_view file) const { return mFolder.path(file); }
@@ -28,14 +44,17 @@ class Certificates {
   }
 
  private:
-  void issue(const std::string& host) {
-    mFolder.write("/" + host + ".cnf", "subjectAltName=IP:" + host + "\n");
+  /// One for these names, if there are any, with that common name of its subject.
+  void issue(const std::string& file, const std::string& names, const std::string& subject,
+             const std::string& days = "2") {
+    mFolder.write("/" + file + ".cnf",
+                  names.empty() ? "basicConstraints=CA:FALSE\n" : "subjectAltName=" + names + "\n");
     runProgram({"openssl", "req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes",
-                "-subj", "/CN=" + host, "-keyout", path("/" + host + ".key"), "-out",
-                path("/" + host + ".csr")});
-    runProgram({"openssl", "x509", "-req", "-in", path("/" + host + ".csr"), "-CA", path("/ca.pem"),
-                "-CAkey", path("/ca.key"), "-CAcreateserial", "-days", "2", "-extfile",
-                path("/" + host + ".cnf"), "-out", path("/" + host + ".pem")});
+                "-subj", "/CN=" + subject, "-keyout", path("/" + file + ".key"), "-out",
+                path("/" + file + ".csr")});
+    runProgram({"openssl", "x509", "-req", "-in", path("/" + file + ".csr"), "-CA", path("/ca.pem"),
+                "-CAkey", path("/ca.key"), "-CAcreateserial", "-days", days, "-extfile",
+                path("/" + file + ".cnf"), "-out", path("/" + file + ".pem")});
   }
 
   Folder mFolder;
@@ -46,23 +65,31 @@ const Certificates& certificates() {
   return made;
 }
 
+Slapd::Options with(const std::string& certificate) {
+  return {.ldif = ldifOf(LdifUser{"dana", 5000}),
+          .global = certificates().lines(certificate) + "security simple_bind=128\n",
+          .hasTls = true};
+}
+
 const Slapd& serverFor(const std::string& host) {
-  const auto make = [](const std::string& name) {
-    return Slapd::Options{.ldif = ldifOf(LdifUser{"dana", 5000}),
-                          .global = certificates().lines(name) + "security simple_bind=128\n",
-                          .hasTls = true};
-  };
-  static const Slapd ours(make("127.0.0.1"));
-  static const Slapd others(make("192.0.2.1"));
+  static const Slapd ours(with("127.0.0.1"));
+  static const Slapd others(with("192.0.2.1"));
   return host == "127.0.0.1" ? ours : others;
+}
+
+/// The server's URI, by that name.
+std::string called(const std::string& name, const Slapd& server) {
+  auto uri = server.tlsURI();
+  return uri.replace(uri.find("127.0.0.1"), 9, name);
 }
 
 class LdapTls : public testing::Test {
  protected:
   LdapTls() {
-    std::ifstream authority(certificates().path("/ca.pem"));
-    machine.write("/etc/ca.pem", std::string((std::istreambuf_iterator<char>(authority)), {}));
-    machine.write("/etc/other-ca.pem", "");
+    for (const std::string file : {"/ca.pem", "/other-ca.pem"}) {
+      std::ifstream authority(certificates().path(file));
+      machine.write("/etc" + file, std::string((std::istreambuf_iterator<char>(authority)), {}));
+    }
   }
   void configure(const std::string& uri, std::string_view more = "ca-file = \"/etc/ca.pem\"\n") {
     machine.configure(LdapMachine::table("test", LdapMachine::quoted(uri),
@@ -88,7 +115,50 @@ TEST_F(LdapTls, IsStartedOnLdap) {
 TEST_F(LdapTls, IsRefusedToAServerOfAnotherName) {
   configure(serverFor("192.0.2.1").tlsURI());
   machine.expectOnlyLocalAccounts();
-  EXPECT_THAT(machine.log.lines(), ElementsAre(HasSubstr("certificate is not accepted")));
+  EXPECT_THAT(machine.log.lines(),
+              ElementsAre(HasSubstr("TLS fails: its certificate is not for 127.0.0.1")));
+}
+
+TEST_F(LdapTls, TakesLocalhostAsAnyOtherName) {
+  const Slapd server(with("localhost"));
+  configure(called("localhost", server));
+  EXPECT_THAT(machine.anywhere({"dana"}), ElementsAre("dana"));
+}
+
+TEST_F(LdapTls, DoesNotTakeThisMachinesNameForLocalhost) {
+  const Slapd server(with("own-name"));
+  configure(called("localhost", server));
+  machine.expectOnlyLocalAccounts();
+  EXPECT_THAT(machine.log.lines(), ElementsAre(HasSubstr("its certificate is not for localhost")));
+}
+
+TEST_F(LdapTls, TakesTheSubjectForANameWhereThereIsNoOther) {
+  const Slapd server(with("only-subject"));
+  configure(called("localhost", server));
+  EXPECT_THAT(machine.anywhere({"dana"}), ElementsAre("dana"));
+}
+
+TEST_F(LdapTls, DoesNotTakeTheSubjectForANameBesideOthers) {
+  const Slapd server(with("other-than-subject"));
+  configure(called("localhost", server));
+  machine.expectOnlyLocalAccounts();
+  EXPECT_THAT(machine.log.lines(), ElementsAre(HasSubstr("its certificate is not for localhost")));
+}
+
+TEST_F(LdapTls, SaysWhenACertificateHasExpired) {
+  const Slapd server(with("expired"));
+  configure(server.tlsURI());
+  machine.expectOnlyLocalAccounts();
+  EXPECT_THAT(machine.log.lines(),
+              ElementsAre(HasSubstr("TLS fails: its certificate has expired on 20")));
+}
+
+TEST_F(LdapTls, SaysThatAServerHasNone) {
+  const ScriptedServer server([](ScriptedServer::Peer&) {});
+  auto uri = server.uri();
+  configure(uri.replace(0, 4, "ldaps"));
+  machine.expectOnlyLocalAccounts();
+  EXPECT_THAT(machine.log.lines(), ElementsAre(HasSubstr("TLS fails: the server breaks off")));
 }
 
 TEST_F(LdapTls, IsNotWaitedForBeyondTheTime) {
@@ -104,6 +174,14 @@ TEST_F(LdapTls, IsRefusedToAServerThatNobodyVouchesFor) {
   machine.write("/etc/ssl/certs/ca-certificates.crt", "");
   machine.expectOnlyLocalAccounts();
   EXPECT_THAT(machine.log.lines(), ElementsAre(HasSubstr("TLS")));
+}
+
+TEST_F(LdapTls, SaysThatACertificateIsByAnotherAuthority) {
+  configure(serverFor("127.0.0.1").tlsURI(), "ca-file = \"/etc/other-ca.pem\"\n");
+  machine.expectOnlyLocalAccounts();
+  EXPECT_THAT(
+      machine.log.lines(),
+      ElementsAre(HasSubstr("TLS fails: its certificate is by no authority of /etc/other-ca.pem")));
 }
 
 TEST_F(LdapTls, NeedsTheFileOfCertificates) {

@@ -155,6 +155,33 @@ TEST_F(LdapTwins, HaveNoUserIDOutOfTheRange) {
   EXPECT_THAT(comingOut({.userIDs = {"500"}}, "min-id = 1\n"), Not(IsEmpty()));
 }
 
+TEST_F(LdapTwins, AreToldWithTheReasonToWhoAsksForThem) {
+  const auto leftOut = [this](const Person& person, std::string_view kind,
+                              const std::string& value) {
+    serve(person);
+    LdapMachine asked;
+    asked.write("/etc/passwd", kLocals);
+    asked.configure(
+        LdapMachine::table("test", LdapMachine::quoted(mServer->uri()), "tls = \"off\"\n"));
+    return asked.directory().networkNodes().front()->leftOut(kind, value);
+  };
+  const auto low = leftOut({.userIDs = {"999"}}, "RecordName", "pat");
+  ASSERT_EQ(low.size(), 1U);
+  EXPECT_EQ(low[0].name, "pat");
+  EXPECT_EQ(low[0].userID, 999U);
+  EXPECT_EQ(low[0].guid, "5F000000-0000-4000-8000-0000000000AA");
+  EXPECT_EQ(low[0].rule, "user id too low");
+  EXPECT_EQ(low[0].why, "its user id 999 is out of range");
+  EXPECT_EQ(leftOut({.userIDs = {"999"}}, "UniqueID", "999").size(), 1U);
+  EXPECT_EQ(leftOut({.userIDs = {"999"}}, "GUID", low[0].guid).size(), 1U);
+  EXPECT_THAT(leftOut({.userIDs = {"999"}}, "RecordName", "PAT"), IsEmpty());
+  EXPECT_THAT(leftOut({}, "RecordName", "pat"), IsEmpty()) << "an account";
+  const auto twin = leftOut({.names = {"ann"}}, "RecordName", "ann");
+  ASSERT_EQ(twin.size(), 1U);
+  EXPECT_EQ(twin[0].rule, "hidden by a local account");
+  EXPECT_EQ(twin[0].why, "it has the name ann of a local account");
+}
+
 TEST_F(LdapTwins, HaveOneUserID) {
   const auto expectUnreadable = [&](const Strings& userIDs, const char* fault) {
     const auto ask = [&] { comingOut({.userIDs = userIDs}); };

@@ -11,6 +11,7 @@
 
 #include "linux/files/FaultLog.h"
 #include "linux/files/FileDescriptor.h"
+#include "linux/files/HostPath.h"
 #include "linux/files/OwnedFile.h"
 #include "linux/ldap/client/Settings.h"
 #include "linux/process/Monitor.h"
@@ -27,7 +28,7 @@ std::string distrust(const HostOptions& options, const struct stat& status) {
   if ((status.st_mode & (S_IRWXO | S_IWGRP)) != 0) return "others than its owner can read it";
   struct stat shadow {};
   const bool isGroups = (status.st_mode & S_IRWXG) != 0;
-  if (isGroups && (stat((options.root + "/etc/shadow").c_str(), &shadow) != 0 ||
+  if (isGroups && (stat(hostPath(options, "/etc/shadow").c_str(), &shadow) != 0 ||
                    shadow.st_gid != status.st_gid)) {
     return "its group can read it";
   }
@@ -41,7 +42,8 @@ std::string distrust(const HostOptions& options, const struct stat& status) {
 std::unique_ptr<SecretText> readFile(const HostOptions& options, const std::string& file) {
   struct stat status {};
   int error = 0;
-  const auto opened = openRegularFile(options.root + file, Symlinks::Refuse, status, error);
+  const auto opened =
+      openRegularFile(hostPath(options, file, Symlinks::Refuse), Symlinks::Refuse, status, error);
   if (error != 0) fail(file, std::generic_category().message(error));
   if (const auto why = distrust(options, status); !why.empty()) fail(file, why);
 

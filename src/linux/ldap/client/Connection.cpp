@@ -1,12 +1,16 @@
 #include "linux/ldap/client/Connection.h"
 
 #include <array>
+#include <chrono>
+#include <cstdio>
 #include <utility>
 
+#include "linux/files/HostPath.h"
 #include "linux/ldap/client/Dialogue.h"
 #include "linux/ldap/client/Library.h"
 #include "linux/ldap/client/Searches.h"
 #include "linux/records/NetworkNode.h"
+#include "portable/formats/Certificate.h"
 
 namespace gatehall::ldap {
 
@@ -17,6 +21,15 @@ constexpr ber_len_t kLongestMessage = ber_len_t{64} << 20U;
 
 const Library& library() { return Library::get(); }
 
+/// Maps the library, which takes what a process may run out of.
+void mapLibrary(const URI& server) {
+  try {
+    Library::get();
+  } catch (const PlatformException& failure) {
+    throw DirectoryUnreachable(server.text + ": " + failure.what());
+  }
+}
+
 template <class Type>
 void setOption(LDAP* session, int option, const Type& value, const URI& server) {
   if (library().set_option(session, option, &value) != LDAP_OPT_SUCCESS) {
@@ -24,15 +37,43 @@ void setOption(LDAP* session, int option, const Type& value, const URI& server) 
   }
 }
 
-/// Sets TLS up as the settings ask for.
-void startTls(const Dialogue& dialogue, const Settings& settings, const std::string& root,
-              Deadline deadline) {
+/// A session over a new connection, whatever the machine's ldap.conf says.
+std::unique_ptr<Dialogue> startDialogue(const URI& server, const std::string& root,
+                                        Deadline deadline) {
+  auto socket = connectTo(server, root, deadline);
+  mapLibrary(server);
+  auto session = openSession(std::move(socket), server.text.c_str());
+  if (!session.ldap) throw DirectoryUnreachable(server.text + ": no session");
+  auto dialogue = std::make_unique<Dialogue>(server, std::move(session));
+  auto* ldap = dialogue->ldap();
+  const int version = LDAP_VERSION3;
+  const int never = LDAP_DEREF_NEVER;
+  const int unlimited = LDAP_NO_LIMIT;
+  setOption(ldap, LDAP_OPT_PROTOCOL_VERSION, version, server);
+  library().set_option(ldap, LDAP_OPT_REFERRALS, LDAP_OPT_OFF);
+  setOption(ldap, LDAP_OPT_DEREF, never, server);
+  setOption(ldap, LDAP_OPT_SIZELIMIT, unlimited, server);
+  setOption(ldap, LDAP_OPT_TIMELIMIT, unlimited, server);
+  Sockbuf* buffer = nullptr;
+  auto longest = kLongestMessage;
+  library().get_option(ldap, LDAP_OPT_SOCKBUF, &buffer);
+  library().ber_sockbuf_ctrl(buffer, LBER_SB_OPT_SET_MAX_INCOMING, &longest);
+  return dialogue;
+}
+
+/// Makes the connection one of TLS, as far as the server's certificate is none of the matter, or is
+/// accepted: false where it isn't, or the server breaks off.
+bool negotiateTls(const Dialogue& dialogue, const Settings& settings, const std::string& root,
+                  Deadline deadline) {
   const auto& server = dialogue.server();
   auto* session = dialogue.ldap();
   const int require =
       settings.tls == Settings::Tls::Verified ? LDAP_OPT_X_TLS_HARD : LDAP_OPT_X_TLS_NEVER;
   setOption(session, LDAP_OPT_X_TLS_REQUIRE_CERT, require, server);
-  const auto caFile = root + settings.caFile;
+  // The subject's common name is for certificates without other names (RFC 6125, 6.4.4).
+  const int names = LDAP_OPT_X_TLS_TRY;
+  setOption(session, LDAP_OPT_X_TLS_REQUIRE_SAN, names, server);
+  const auto caFile = hostPath(root, settings.caFile);
   if (library().set_option(session, LDAP_OPT_X_TLS_CACERTFILE, caFile.c_str()) !=
       LDAP_OPT_SUCCESS) {
     throw DirectoryUnreachable(server.text + ": TLS can't be set up");
@@ -49,49 +90,70 @@ void startTls(const Dialogue& dialogue, const Settings& settings, const std::str
     if (!result.isSuccess()) throw DirectoryUnreachable(server.text + ": no TLS: " + result.text);
   }
   dialogue.transport().waitsUntil = deadline;
-  if (library().install_tls(session) != LDAP_SUCCESS) {
-    // The library has no words for a certificate that it doesn't accept.
-    const bool isLate = std::chrono::steady_clock::now() >= deadline;
-    throw DirectoryUnreachable(server.text + ": TLS fails: " +
-                               (isLate ? "no answer in time"
-                                       : "the server breaks off, or its certificate is not "
-                                         "accepted: its issuer, name or date"));
-  }
+  const int status = library().install_tls(session);
   dialogue.transport().waitsUntil.reset();
+  return status == LDAP_SUCCESS;
 }
 
-/// Maps the library, which takes what a process may run out of.
-void mapLibrary(const URI& server) {
-  try {
-    Library::get();
-  } catch (const PlatformException& failure) {
-    throw DirectoryUnreachable(server.text + ": " + failure.what());
+std::string dayOf(std::chrono::sys_seconds time) {
+  const std::chrono::year_month_day day(std::chrono::floor<std::chrono::days>(time));
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%04d-%02u-%02u", static_cast<int>(day.year()),
+                static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()));
+  return text.data();
+}
+
+/// What is wrong with the certificate of a server that was not accepted, which is looked at over a
+/// connection on which nothing else is done.
+std::string faultOfCertificate(const URI& server, Settings settings, const std::string& root,
+                               Deadline deadline) {
+  settings.tls = Settings::Tls::Unverified;
+  const auto dialogue = startDialogue(server, root, deadline);
+  if (!negotiateTls(*dialogue, settings, root, deadline)) return "the server breaks off";
+  berval bytes{};
+  library().get_option(dialogue->ldap(), LDAP_OPT_X_TLS_PEERCERT, &bytes);
+  const Owned<char> owner(bytes.bv_val);
+  const auto certificate = readCertificate(textOf(bytes), server.host);
+  const auto now = std::chrono::system_clock::now();
+  if (certificate && now < certificate->from) {
+    return "its certificate is not valid before " + dayOf(certificate->from);
   }
+  if (certificate && now > certificate->until) {
+    return "its certificate has expired on " + dayOf(certificate->until);
+  }
+  if (certificate && !certificate->isForHost) return "its certificate is not for " + server.host;
+  return "its certificate is by no authority of " + settings.caFile;
+}
+
+/// Why TLS could not be negotiated.
+std::string whyRefused(const Dialogue& dialogue, const Settings& settings, const std::string& root,
+                       Deadline deadline) {
+  const auto isLate = [&] { return std::chrono::steady_clock::now() >= deadline; };
+  if (isLate()) return "no answer in time";
+  const auto& server = dialogue.server();
+  if (settings.tls == Settings::Tls::Unverified) return "the server breaks off";
+  try {
+    auto fault = faultOfCertificate(server, settings, root, deadline);
+    if (!isLate()) return fault;
+  } catch (const PlatformException& failure) {
+    return std::string("its certificate is not accepted; looked at once more: ") + failure.what();
+  }
+  return "its certificate is not accepted";
+}
+
+/// Sets TLS up as the settings ask for.
+void startTls(const Dialogue& dialogue, const Settings& settings, const std::string& root,
+              Deadline deadline) {
+  if (negotiateTls(dialogue, settings, root, deadline)) return;
+  throw DirectoryUnreachable(dialogue.server().text +
+                             ": TLS fails: " + whyRefused(dialogue, settings, root, deadline));
 }
 
 }  // namespace
 
 std::unique_ptr<Connection> Connection::open(const Settings& settings, const URI& server,
                                              const std::string& root, Deadline deadline) {
-  auto socket = connectTo(server, root, deadline);
-  mapLibrary(server);
-  auto session = openSession(std::move(socket), server.text.c_str());
-  if (!session.ldap) throw DirectoryUnreachable(server.text + ": no session");
-  auto dialogue = std::make_unique<Dialogue>(server, std::move(session));
-  auto* ldap = dialogue->ldap();
-  // Whatever the machine's ldap.conf says.
-  const int version = LDAP_VERSION3;
-  const int never = LDAP_DEREF_NEVER;
-  const int unlimited = LDAP_NO_LIMIT;
-  setOption(ldap, LDAP_OPT_PROTOCOL_VERSION, version, server);
-  library().set_option(ldap, LDAP_OPT_REFERRALS, LDAP_OPT_OFF);
-  setOption(ldap, LDAP_OPT_DEREF, never, server);
-  setOption(ldap, LDAP_OPT_SIZELIMIT, unlimited, server);
-  setOption(ldap, LDAP_OPT_TIMELIMIT, unlimited, server);
-  Sockbuf* buffer = nullptr;
-  auto longest = kLongestMessage;
-  library().get_option(ldap, LDAP_OPT_SOCKBUF, &buffer);
-  library().ber_sockbuf_ctrl(buffer, LBER_SB_OPT_SET_MAX_INCOMING, &longest);
+  auto dialogue = startDialogue(server, root, deadline);
   const bool isPlain = settings.tls == Settings::Tls::Off;
   // A socket of the machine itself needs no encryption.
   if (server.scheme == URI::Scheme::Ldaps || (server.scheme == URI::Scheme::Ldap && !isPlain)) {

@@ -17,8 +17,8 @@ namespace gatehall::ldap {
 /// The functions of OpenLDAP's client that are used here. It is mapped by the first call, which
 /// raises PlatformException when it is not installed, and asks no name server.
 struct Library {
-  LazyLibrary ldap{"libldap-2.5.so.0"};
-  LazyLibrary lber{"liblber-2.5.so.0"};
+  LazyLibrary ldap{"libldap-2.5.so.0", "libldap-2.5-0"};
+  LazyLibrary lber{"liblber-2.5.so.0", "libldap-2.5-0"};
 #define GATEHALL_LDAP(name) decltype(::ldap_##name)* name = GATEHALL_FUNCTION(ldap, ldap_##name)
 #define GATEHALL_BER(name) decltype(::ber_##name)* ber_##name = GATEHALL_FUNCTION(lber, ber_##name)
   GATEHALL_LDAP(init_fd);

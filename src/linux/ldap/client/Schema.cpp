@@ -4,6 +4,7 @@
 
 #include "base/Ascii.h"
 #include "gatehall/platform/AttributeKinds.h"
+#include "linux/ldap/client/SearchFilter.h"
 
 namespace gatehall::ldap {
 
@@ -12,6 +13,10 @@ namespace {
 constexpr std::size_t index(Slot slot) { return static_cast<std::size_t>(slot); }
 
 const std::string kNoAttribute;
+
+std::string userClassOf(Profile profile) {
+  return profile == Profile::ActiveDirectory ? "user" : "posixaccount";
+}
 
 }  // namespace
 
@@ -26,11 +31,16 @@ Schema::Schema(const Settings& settings, Type type)
   mKinds = {{std::string(attribute::RecordName), Slot::Name},
             {std::string(attribute::GUID), Slot::GUID},
             {std::string(attribute::PrimaryGroupID), Slot::GroupID}};
+  std::string_view configured;
   if (type == Type::User) {
+    configured = settings.usersFilter;
     setUserAttributes(settings.profile);
     for (const auto& [kind, name] : settings.userAttributes) override(kind, name);
   } else {
+    configured = settings.groupsFilter;
     setGroupAttributes(settings.profile);
+    // What is a user as well is one that the users' filter takes, or nothing.
+    if (!settings.usersFilter.empty()) mExcludedClass = userClassOf(settings.profile);
     for (const auto& [kind, name] : settings.groupAttributes) override(kind, name);
   }
 
@@ -42,6 +52,7 @@ Schema::Schema(const Settings& settings, Type type)
   if (!mExcludedClass.empty()) {
     mFilter = "(&" + mFilter + "(!(objectClass=" + mExcludedClass + ")))";
   }
+  if (!configured.empty()) mFilter = searchFilter::bothOf(mFilter, configured);
   for (std::size_t slot = 0; slot < mAttributes.size(); ++slot) {
     const auto& name = mAttributes[slot];
     if (name.empty() || slot == index(Slot::Photo)) continue;
@@ -51,7 +62,7 @@ Schema::Schema(const Settings& settings, Type type)
 
 void Schema::setUserAttributes(Profile profile) {
   const bool isActiveDirectory = profile == Profile::ActiveDirectory;
-  mClasses = {isActiveDirectory ? "user" : "posixaccount"};
+  mClasses = {userClassOf(profile)};
   if (isActiveDirectory) mExcludedClass = "computer";
   set(Slot::Name, isActiveDirectory ? "sAMAccountName" : "uid");
   set(Slot::UserID, "uidNumber");

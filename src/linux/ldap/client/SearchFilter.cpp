@@ -61,6 +61,17 @@ std::vector<std::string> anyOfInParts(std::span<const std::string> terms) {
   return filters;
 }
 
+bool isWhole(std::string_view text) {
+  std::size_t depth = 0;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] == '(') ++depth;
+    if (depth == 0) return false;
+    if (text[at] == ')') --depth;
+    if (depth == 0) return at + 1 == text.size();
+  }
+  return false;
+}
+
 std::string bothOf(std::string_view one, std::string_view other) {
   return "(&" + std::string(one) + std::string(other) + ")";
 }

@@ -25,6 +25,10 @@ std::string anyOf(std::span<const std::string> filters);
 /// for a server to read, and for the entries of one term each to be answered.
 std::vector<std::string> anyOfInParts(std::span<const std::string> terms);
 
+/// Whether the text can be one filter, whole: nothing in it ends the parentheses that it stands in.
+/// What is between them is the server's to judge.
+bool isWhole(std::string_view text);
+
 /// Entries that both filters take.
 std::string bothOf(std::string_view one, std::string_view other);
 

@@ -38,7 +38,8 @@ std::vector<Result> Searches::run() {
     try {
       message = mDialogue.wait(LDAP_RES_ANY, deadline);
     } catch (const ConnectionLost& lost) {
-      throw ConnectionLost(lost.what(), lost.timedOut(), mHasBegun);
+      throw ConnectionLost(lost.what() + howFar(lost.timedOut(), deadline), lost.timedOut(),
+                           mHasBegun);
     }
     const auto search = mRunning.find(library().msgid(message.get()));
     if (search == mRunning.end()) continue;
@@ -53,6 +54,16 @@ std::vector<Result> Searches::run() {
     deadline = answerDeadline();
   }
   return std::move(mResults);
+}
+
+/// Whoever reads of a limit that is over wants to know which to set, and how high.
+std::string Searches::howFar(bool isLate, Deadline deadline) const {
+  std::string text;
+  if (mEntries > 0) {
+    text = "; " + std::to_string(mEntries) + (mEntries == 1 ? " entry" : " entries") + " had come";
+  }
+  if (isLate) text += deadline < mLimits.total ? " (time-limit)" : " (total-time-limit)";
+  return text;
 }
 
 Deadline Searches::answerDeadline() const {
@@ -114,6 +125,7 @@ std::optional<int> Searches::request(const Search& search, const Pages* pages) c
 
 void Searches::takeEntry(std::size_t index, LDAPMessage* message) {
   mHasBegun = true;
+  ++mEntries;
   if (mSearches[index].isPaged) mPages->addEntry();
   BerElement* opened = nullptr;
   berval name{};

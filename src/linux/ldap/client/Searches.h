@@ -26,6 +26,7 @@ class Searches {
 
  private:
   Deadline answerDeadline() const;
+  std::string howFar(bool isLate, Deadline deadline) const;
   void sendMore();
   bool send(std::size_t index);
   std::optional<int> request(const Search& search, const Pages* pages) const;
@@ -44,6 +45,7 @@ class Searches {
   std::size_t mNext = 0;
   std::vector<std::size_t> mUnsent;  ///< begun, and waiting for the connection; the last goes first
   bool mHasBegun = false;            ///< a part of an answer has come
+  std::size_t mEntries = 0;          ///< that have come, to all of them
   std::optional<Pages> mPages;       ///< a server keeps the place of one paged search a connection
   std::vector<Attribute> mRoom;      ///< for the attributes of an entry
 };

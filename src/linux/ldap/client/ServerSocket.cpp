@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "linux/files/HostPath.h"
 #include "linux/records/NetworkNode.h"
 
 namespace gatehall::ldap {
@@ -95,7 +96,7 @@ std::vector<Address> addressesOf(const URI& server, Deadline deadline) {
 }
 
 Address socketAddress(const URI& server, const std::string& root) {
-  const auto path = root + server.host;
+  const auto path = hostPath(root, server.host);
   sockaddr_un socket{};
   if (path.size() >= sizeof(socket.sun_path)) fail(server, "the path is too long for a socket");
   socket.sun_family = AF_UNIX;

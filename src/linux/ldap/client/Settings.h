@@ -26,9 +26,12 @@ struct Settings {
   using AttributeNames = std::map<std::string, std::string, std::less<>>;
 
   std::string name;
+  std::uint64_t line = 0;  ///< of its table
   std::vector<URI> servers;
   std::string usersBase;
   std::string groupsBase;
+  std::string usersFilter;   ///< RFC 4515; only entries that it takes are users; "": all
+  std::string groupsFilter;  ///< the same for groups
   Profile profile = Profile::Rfc2307;
   AttributeNames userAttributes;   ///< attribute kind to LDAP attribute
   AttributeNames groupAttributes;  ///< the same for groups
@@ -48,11 +51,12 @@ struct Settings {
   struct Unusable {
     std::string place;  ///< "FILE:LINE", or the file
     std::string fault;  ///< why, as the log says it
+    std::uint64_t line = 0;
   };
   using Configured = std::variant<Settings, Unusable>;
 
-  /// The directories in the file's order. Of one that is set up wrongly the log names file, line
-  /// and key.
+  /// The directories but those of other kinds, in the file's order. Of one that is set up wrongly
+  /// the log names file, line and key.
   static std::vector<Configured> readAll(const HostOptions& options, FaultLog& faults);
 };
 

@@ -69,6 +69,7 @@ TEST_F(LdapSettingsFile, HoldsDirectoriesInTheirOrder) {
   const auto all = read(
       "[[directory]]\nname = \"b-1\"\nservers = [\"ldap://[::1]:3389/\", \"ldapi://%2Frun%2Fx\"]\n"
       "users-base = \"ou=people,dc=x\"\ngroups-base = \"ou=groups,dc=x\"\n"
+      "users-filter = \"(o=here)\"\ngroups-filter = \"(!(o=there))\"\n"
       "profile = \"active-directory\"\ntls = \"unverified\"\nca-file = \"/ca.pem\"\n"
       "bind-dn = \"cn=reader,dc=x\"\nbind-password-file = \"/secret\"\n"
       "password-policy = \"cn=policy,dc=x\"\ntime-limit = 0.25\ntotal-time-limit = 7\n"
@@ -84,6 +85,8 @@ TEST_F(LdapSettingsFile, HoldsDirectoriesInTheirOrder) {
   EXPECT_EQ(first.servers.at(1).host, "/run/x");
   EXPECT_EQ(first.usersBase, "ou=people,dc=x");
   EXPECT_EQ(first.groupsBase, "ou=groups,dc=x");
+  EXPECT_EQ(first.usersFilter, "(o=here)");
+  EXPECT_EQ(first.groupsFilter, "(!(o=there))");
   EXPECT_EQ(first.profile, ldap::Profile::ActiveDirectory);
   EXPECT_EQ(first.tls, ldap::Settings::Tls::Unverified);
   EXPECT_EQ(first.caFile, "/ca.pem");
@@ -111,6 +114,9 @@ TEST_F(LdapSettingsFile, HasNoUseForADirectoryThatIsWrittenWrongAndSaysWhere) {
       {"servers = []", "directory.servers is not a list of URIs"},
       {"servers = [\"http://x\"]", "directory.servers holds what is no ldap, ldaps or ldapi URI"},
       {"base = \"example\"", "directory.base is not a distinguished name"},
+      {"users-filter = \"o=here\"", "directory.users-filter is not a filter in parentheses"},
+      {"groups-filter = \"(a=1)(b=2)\"", "directory.groups-filter is not a filter in parentheses"},
+      {"users-filter = \"\"", "directory.users-filter is not a text"},
       {"profile = \"nis\"", "directory.profile is none of rfc2307, rfc2307bis, active-directory"},
       {"tls = true", "directory.tls is not a text"},
       {"tls = \"no\"", "directory.tls is none of verified, unverified, off"},

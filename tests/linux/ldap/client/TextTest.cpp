@@ -29,6 +29,16 @@ TEST(LdapFilter, JoinsFilters) {
   EXPECT_EQ(ldap::searchFilter::bothOf("(a=1)", "(b=2)"), "(&(a=1)(b=2))");
 }
 
+TEST(LdapFilter, IsWholeInParenthesesOfItsOwn) {
+  for (const auto* whole : {"(uid=*)", "(&(a=1)(!(b=2)))", "(cn=\\28x)"}) {
+    EXPECT_TRUE(ldap::searchFilter::isWhole(whole)) << whole;
+  }
+  for (const auto* part :
+       {"", "uid=*", "(uid=*", "uid=*)", "(a=1)(b=2)", "(a=1))(|(b=2)", " (a=1)", "(a=1) ", ")("}) {
+    EXPECT_FALSE(ldap::searchFilter::isWhole(part)) << part;
+  }
+}
+
 TEST(LdapName, HasOneSpellingHoweverItIsWritten) {
   const auto same = [](std::string_view left, std::string_view right) {
     const auto canonical = ldap::distinguishedName::canonical(left);
