@@ -14,7 +14,7 @@ namespace gatehall {
 namespace {
 
 struct Library {
-  LazyLibrary library{"libaudit.so.1"};
+  LazyLibrary library{"libaudit.so.1", "libaudit1"};
   decltype(::audit_open)* open = GATEHALL_FUNCTION(library, audit_open);
   decltype(::audit_is_enabled)* isEnabled = GATEHALL_FUNCTION(library, audit_is_enabled);
   decltype(::audit_log_acct_message)* logAccount =

@@ -1,18 +1,24 @@
 #pragma once
 
+#include <atomic>
 #include <mutex>
 #include <optional>
 #include <utility>
 
 namespace gatehall {
 
-/// A service that is made by the first thread that asks for it.
+/// A service that is made by the first thread that asks for it; one that can't be made raises, and
+/// is tried again at the next question.
 template <class Service>
 class LazyService {
  public:
   template <class... Arguments>
   Service& get(Arguments&&... arguments) {
-    std::call_once(mMade, [&] { mService.emplace(std::forward<Arguments>(arguments)...); });
+    if (!mIsMade.load(std::memory_order_acquire)) {
+      const std::scoped_lock lock(mMutex);
+      if (!mService) mService.emplace(std::forward<Arguments>(arguments)...);
+      mIsMade.store(true, std::memory_order_release);
+    }
     return *mService;
   }
 
@@ -20,7 +26,8 @@ class LazyService {
   Service* made() { return mService ? &*mService : nullptr; }
 
  private:
-  std::once_flag mMade;
+  std::atomic<bool> mIsMade = false;
+  std::mutex mMutex;  ///< no std::once_flag: raising in there ends a statically linked program
   std::optional<Service> mService;
 };
 

@@ -45,7 +45,7 @@ int levelOf(const DecisionRecord& decision) {
 bool sendToJournal(const std::string& identity, const DecisionRecord& decision) {
   if (access(kJournal, W_OK) != 0) return false;
   try {
-    static const LazyLibrary library("libsystemd.so.0");
+    static const LazyLibrary library("libsystemd.so.0", "libsystemd0");
     static auto* const send = GATEHALL_FUNCTION(library, sd_journal_sendv);
     std::vector<std::string> fields{
         "MESSAGE=" + decisionLine(decision),

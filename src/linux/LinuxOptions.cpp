@@ -30,4 +30,6 @@ void LinuxOptions::setCallTimeout(std::chrono::milliseconds timeout) {
 
 void LinuxOptions::setSessionLimits(bool areAsked) { mValues->sessionLimits = areAsked; }
 
+void LinuxOptions::setRunning(bool isRunning) { mValues->isRunning = isRunning; }
+
 }  // namespace gatehall

@@ -24,7 +24,7 @@ DirectoryService& LinuxSwitchPlatform::directory() {
 }
 
 SessionService& LinuxSwitchPlatform::sessions() {
-  return mServices->sessions.get(directory(), log());
+  return mServices->sessions.get(mServices->options, directory(), log());
 }
 
 LoginService& LinuxSwitchPlatform::loginService() {

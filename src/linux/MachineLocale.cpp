@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 
 #include "linux/files/FileDescriptor.h"
+#include "linux/files/HostPath.h"
 
 namespace gatehall {
 
@@ -45,7 +46,7 @@ void readSettings(const std::string& path, Settings& settings) {
 std::string machineLocale(const HostOptions& options, const char* category) {
   for (const auto* path : {"/etc/locale.conf", "/etc/default/locale"}) {
     Settings settings;
-    readSettings(options.root + path, settings);
+    readSettings(hostPath(options, path), settings);
     for (const auto* name : {"LC_ALL", category, "LANG"}) {
       const auto found = settings.find(name);
       if (found != settings.end() && !found->second.empty()) return found->second;

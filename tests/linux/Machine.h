@@ -126,6 +126,7 @@ class Machine {
     result.setSystemBusAddress(options.systemBusAddress);
     result.setCallTimeout(options.callTimeout);
     result.setSessionLimits(options.sessionLimits);
+    result.setRunning(options.isRunning);
     return result;
   }
 

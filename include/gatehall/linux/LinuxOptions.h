@@ -33,6 +33,10 @@ class GATEHALL_EXPORT LinuxOptions {
   /// none need not wait for the service that is asked for them.
   void setSessionLimits(bool areAsked);
 
+  /// Whether the machine runs; true. Of one that doesn't, whose files are an image's or a backup's,
+  /// there are no sessions, and no service is asked over the system bus.
+  void setRunning(bool isRunning);
+
  private:
   friend class LinuxSwitchPlatform;
 

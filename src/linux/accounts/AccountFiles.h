@@ -9,6 +9,7 @@
 #include "linux/accounts/AccountLine.h"
 #include "linux/files/FaultLog.h"
 #include "linux/files/HostOptions.h"
+#include "linux/files/HostPath.h"
 #include "linux/files/LineFile.h"
 
 /// Passes over the account files.
@@ -29,8 +30,7 @@ inline constexpr std::size_t kLongestGroupLine = std::size_t{16} << 20U;
 /// users is missing, can't be told.
 template <class Visit>
 int scan(const HostOptions& options, FaultLog& faults, std::string_view path, Visit visit) {
-  LineFile file(options.root + std::string(path),
-                path == kGroup ? kLongestGroupLine : kLongestAccountLine);
+  LineFile file(hostPath(options, path), path == kGroup ? kLongestGroupLine : kLongestAccountLine);
   std::string_view line;
   while (file.next(line)) {
     if (file.isOverlong()) {

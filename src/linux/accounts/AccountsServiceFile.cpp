@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "linux/files/FileDescriptor.h"
+#include "linux/files/HostPath.h"
 
 namespace gatehall {
 
@@ -22,7 +23,8 @@ bool isFileName(std::string_view name) {
 }
 
 std::string under(const HostOptions& options, std::string_view folder, std::string_view name) {
-  return options.root + std::string(folder) + "/" + std::string(name);
+  std::string path(folder);
+  return hostPath(options, path.append("/").append(name), Symlinks::Refuse);
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -93,8 +95,8 @@ AccountsServiceFile AccountsServiceFile::read(const HostOptions& options,
 
 std::set<std::string, std::less<>> AccountsServiceFile::accounts(const HostOptions& options) {
   std::set<std::string, std::less<>> names;
-  addNames(options.root + std::string(kUsers), names);
-  addNames(options.root + std::string(kIcons), names);
+  addNames(hostPath(options, kUsers), names);
+  addNames(hostPath(options, kIcons), names);
   return names;
 }
 

@@ -5,6 +5,7 @@
 
 #include "gatehall/base/PlatformException.h"
 #include "linux/files/FileDescriptor.h"
+#include "linux/files/HostPath.h"
 
 namespace gatehall {
 
@@ -30,8 +31,7 @@ UUIDBytes MachineGUIDs::readMachineID() {
       "; the GUIDs of local accounts are not this machine's own";
   struct stat status {};
   int error = 0;
-  const auto file =
-      openRegularFile(mOptions.root + std::string(kPath), Symlinks::Follow, status, error);
+  const auto file = openRegularFile(hostPath(mOptions, kPath), Symlinks::Follow, status, error);
   std::optional<std::string> text;
   if (error == 0) text = readWhole(file, 4096, error);
   if (!text) {

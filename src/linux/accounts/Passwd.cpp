@@ -20,12 +20,33 @@ std::optional<PasswdEntry> parsePasswdLine(std::string_view line, std::string& f
   return entry;
 }
 
-PasswdEntry entryOfCopy(const PasswdEntry& entry, std::string_view line, std::string_view copy) {
-  const auto moved = [&](std::string_view text) {
-    return copy.substr(static_cast<std::size_t>(text.data() - line.data()), text.size());
+PasswdLine::PasswdLine(std::string_view line, const PasswdEntry& entry)
+    : mText(line),
+      mUserID(entry.userID),
+      mGroupID(entry.groupID),
+      mNameLength(static_cast<std::uint32_t>(entry.name.size())),
+      mPasswordLength(static_cast<std::uint32_t>(entry.password.size())) {
+  const auto place = [line](std::string_view field) {
+    return static_cast<std::uint32_t>(field.data() - line.data());
   };
-  return {moved(entry.name),  moved(entry.password),      entry.userID,      entry.groupID,
-          moved(entry.gecos), moved(entry.homeDirectory), moved(entry.shell)};
+  mGecosAt = place(entry.gecos);
+  mHomeDirectoryAt = place(entry.homeDirectory);
+  mShellAt = place(entry.shell);
+}
+
+PasswdEntry PasswdLine::entry() const {
+  const std::string_view line = mText;
+  // A colon stands between two fields.
+  const auto upTo = [line](std::uint32_t begin, std::uint32_t next) {
+    return line.substr(begin, next - 1 - begin);
+  };
+  return {name(),
+          line.substr(mNameLength + 1, mPasswordLength),
+          mUserID,
+          mGroupID,
+          upTo(mGecosAt, mHomeDirectoryAt),
+          upTo(mHomeDirectoryAt, mShellAt),
+          line.substr(mShellAt)};
 }
 
 std::string fullNameOfGecos(std::string_view gecos, std::string_view loginName) {

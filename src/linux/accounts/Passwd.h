@@ -21,8 +21,28 @@ struct PasswdEntry {
 /// Reads a line; empty when it can't be read, with the reason in fault.
 std::optional<PasswdEntry> parsePasswdLine(std::string_view line, std::string& fault);
 
-/// The same entry of a copy of its line.
-PasswdEntry entryOfCopy(const PasswdEntry& entry, std::string_view line, std::string_view copy);
+/// A copy of a line, with what was read from it: of as many as there are accounts, so a small one.
+class PasswdLine {
+ public:
+  /// Of a line that parsePasswdLine reads as that entry.
+  PasswdLine(std::string_view line, const PasswdEntry& entry);
+
+  /// The texts point into this copy.
+  PasswdEntry entry() const;
+
+  std::string_view name() const { return std::string_view(mText).substr(0, mNameLength); }
+  std::uint32_t userID() const { return mUserID; }
+
+ private:
+  std::string mText;
+  std::uint32_t mUserID = 0;
+  std::uint32_t mGroupID = 0;
+  std::uint32_t mNameLength = 0;
+  std::uint32_t mPasswordLength = 0;
+  std::uint32_t mGecosAt = 0;
+  std::uint32_t mHomeDirectoryAt = 0;
+  std::uint32_t mShellAt = 0;
+};
 
 /// The full name that a GECOS field gives: up to the first comma, every & replaced by the login
 /// name with a capital first letter.

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "linux/accounts/AccountFiles.h"
+#include "linux/files/HostPath.h"
 #include "linux/records/AccountID.h"
 
 namespace gatehall {
@@ -89,7 +90,7 @@ std::shared_ptr<const PasswdLines::Snapshot> PasswdLines::current() {
     ++mQuestions;
     return nullptr;
   }
-  const auto state = FileState::of(mOptions.root + std::string(accountFiles::kPasswd));
+  const auto state = FileState::of(hostPath(mOptions, accountFiles::kPasswd));
   if (!state || state->size() > kLargestKept) return nullptr;
   const auto start = Time::now();
   const bool isBelieved = !mDoubtedFrom || start < *mDoubtedFrom;
@@ -110,7 +111,7 @@ std::shared_ptr<const PasswdLines::Snapshot> PasswdLines::current() {
 
 std::shared_ptr<const PasswdLines::Snapshot> PasswdLines::whole() {
   if (auto kept = current()) return kept;
-  const auto state = FileState::of(mOptions.root + std::string(accountFiles::kPasswd));
+  const auto state = FileState::of(hostPath(mOptions, accountFiles::kPasswd));
   const auto size = state ? std::clamp<off_t>(state->size(), 0, kLargestKept) : 0;
   auto lines = std::make_shared<Snapshot>(static_cast<std::size_t>(size));
   accountFiles::scanRequired(mOptions, mFaults, accountFiles::kPasswd,
@@ -132,7 +133,7 @@ std::shared_ptr<const PasswdLines::Snapshot> PasswdLines::read(const FileState& 
                                        });
   lines->finish();
   // They are of that state only if the file is still in it.
-  if (error != 0 || FileState::of(mOptions.root + std::string(accountFiles::kPasswd)) != state) {
+  if (error != 0 || FileState::of(hostPath(mOptions, accountFiles::kPasswd)) != state) {
     return nullptr;
   }
   return lines;

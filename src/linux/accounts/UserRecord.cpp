@@ -16,9 +16,10 @@
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/accounts/AccountLine.h"
 #include "linux/files/FaultLog.h"
-#include "linux/files/NearestName.h"
+#include "linux/files/HostPath.h"
 #include "linux/files/OwnedFile.h"
 #include "linux/files/PolicyFile.h"
+#include "portable/text/NearestName.h"
 
 namespace gatehall {
 
@@ -247,7 +248,8 @@ PrivilegedHashes PrivilegedHashes::read(const HostOptions& options, FaultLog& fa
   const auto path = std::string(kFolder) + "/" + std::string(userName) + ".user-privileged";
   PrivilegedHashes result;
   std::string fault;
-  auto content = readOwnedFile(options.root + path, {systemOwner(options)}, kLargestFile, fault);
+  auto content = readOwnedFile(hostPath(options, path, Symlinks::Refuse), {systemOwner(options)},
+                               kLargestFile, fault);
   if (!content) {
     result.isUnreadable = !fault.empty();
     return result;
@@ -282,8 +284,8 @@ PrivilegedHashes PrivilegedHashes::read(const HostOptions& options, FaultLog& fa
 }
 
 UserRecords::UserRecords(const HostOptions& options, FaultLog& faults) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(
-      opendir((options.root + std::string(kFolder)).c_str()), closedir);
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(hostPath(options, kFolder).c_str()),
+                                                   closedir);
   const auto failFolder = [&](std::string_view fault) {
     faults.report(kFolder, fault);
     mFolderFault.assign(kFolder).append(": ").append(fault);

@@ -1,12 +1,14 @@
 #include "linux/bus/BusWatch.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 #include <system_error>
 #include <utility>
 
 #include "gatehall/base/PlatformException.h"
 #include "linux/bus/SdBus.h"
+#include "linux/files/FaultLog.h"
 
 namespace gatehall {
 
@@ -39,6 +41,26 @@ std::optional<BusSignal> signalOf(sd_bus_message* message) {
                      messageValues(message)};
   } catch (const UnreadableMessage&) {
     return std::nullopt;
+  }
+}
+
+BusAnswer failure(int number) {
+  return {.error = "errno " + std::to_string(number),
+          .text = std::generic_category().message(number)};
+}
+
+BusAnswer answerOf(sd_bus_message* message) {
+  const auto& sd = sdBus();
+  if (sd.message_is_method_error(message, nullptr) > 0) {
+    const auto& error = *sd.message_get_error(message);
+    constexpr std::size_t kLongestText = 300;
+    return {.error = std::string(textOrEmpty(error.name)),
+            .text = printable(textOrEmpty(error.message), kLongestText)};
+  }
+  try {
+    return {.values = messageValues(message)};
+  } catch (const UnreadableMessage& unreadable) {
+    return failure(unreadable.error);
   }
 }
 
@@ -111,6 +133,17 @@ struct BusWatch::Listener {
   }
 };
 
+struct BusWatch::Call {
+  BusWatch& watch;
+  const std::function<void(const BusAnswer&)> handler;
+
+  static int onAnswer(sd_bus_message* message, void* self, sd_bus_error* /*error*/) {
+    const auto& call = *static_cast<const Call*>(self);
+    call.watch.answer(call, answerOf(message));
+    return 0;
+  }
+};
+
 BusWatch::BusWatch(MainLoop& runLoop, EventLoop& events, HostOptions options, Log& log)
     : mRunLoop(runLoop),
       mEvents(events),
@@ -142,8 +175,36 @@ bool BusWatch::isThere(std::string_view service) const {
   });
 }
 
-void BusWatch::start(std::function<void(bool wasAway)> whenListening) {
+void BusWatch::call(const BusMethod& method, const BusArguments& arguments,
+                    std::chrono::microseconds limit,
+                    std::function<void(const BusAnswer&)> handler) {
+  auto& call = mCalls.emplace_back(Call{*this, std::move(handler)});
+  if (!mConnection) {
+    answer(call, failure(ENOTCONN));
+    return;
+  }
+  const auto& sd = sdBus();
+  auto* bus = mConnection->bus.get();
+  SdBusMessage question;
+  int result = makeCall(*bus, method, arguments, question);
+  if (result >= 0) {
+    result = sd.call_async(bus, nullptr, question.get(), &Call::onAnswer, &call,
+                           static_cast<std::uint64_t>(limit.count()));
+  }
+  if (result < 0) answer(call, failure(-result));
+  // From outside of the loop: it waits for what it knew of before, and for no time limit since.
+  mRunLoop.wake();
+}
+
+void BusWatch::answer(const Call& call, BusAnswer answer) {
+  mRunLoop.post([handler = call.handler, answer = std::move(answer)] { handler(answer); });
+  mCalls.remove_if([&call](const Call& each) { return &each == &call; });
+}
+
+void BusWatch::start(std::function<void(bool wasAway)> whenListening,
+                     std::function<void(const std::string& why)> whenAway) {
   mWhenListening = std::move(whenListening);
+  mWhenAway = std::move(whenAway);
   connect();
 }
 
@@ -191,9 +252,10 @@ void BusWatch::connectOnce() {
   }
   for (auto& each : mServices) {
     if (each.name.empty()) continue;
-    const auto rule = std::string("type='signal',sender='") + kBus + "',path='" + kBusPath +
-                      "',interface='" + kBus + "',member='NameOwnerChanged',arg0='" + each.name +
-                      "'";
+    std::string rule(
+        "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
+        "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='");
+    rule.append(each.name).append("'");
     check(sd.add_match_async(bus, nullptr, rule.c_str(), &Service::onOwnerChanged, nullptr, &each));
     sd_bus_message* raw = nullptr;
     check(sd.message_new_method_call(bus, &raw, kBus, kBusPath, kBus, "GetNameOwner"));
@@ -215,10 +277,12 @@ void BusWatch::ready() {
 void BusWatch::lose(const std::string& why) {
   ++mAttempt;
   mConnection.reset();
-  for (auto& each : mServices) each.owner.clear();
   if (!std::exchange(mWasAway, true)) {
     mLog.diagnostic("Unable to listen to the system bus, which is looked for again: " + why);
+    if (mWhenAway) mRunLoop.post([this, why] { mWhenAway(why); });
   }
+  while (!mCalls.empty()) answer(mCalls.front(), failure(ENOTCONN));
+  for (auto& each : mServices) each.owner.clear();
   mRunLoop.performAfterDelay(seconds(mPause), [this, attempt = mAttempt] {
     if (attempt == mAttempt) connect();
   });

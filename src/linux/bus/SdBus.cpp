@@ -5,6 +5,7 @@
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <variant>
 
 namespace gatehall {
 
@@ -123,6 +124,30 @@ const SdBus& sdBus() {
 std::string systemBusAddress(const HostOptions& options) {
   if (!options.systemBusAddress.empty()) return options.systemBusAddress;
   return "unix:path=/run/dbus/system_bus_socket";
+}
+
+int makeCall(sd_bus& bus, const BusMethod& method, const BusArguments& arguments,
+             SdBusMessage& call) {
+  const auto& sd = sdBus();
+  sd_bus_message* raw = nullptr;
+  int result = sd.message_new_method_call(&bus, &raw, method.service.c_str(), method.path.c_str(),
+                                          method.interface.c_str(), method.member.c_str());
+  call.reset(raw);
+  for (const auto& argument : arguments) {
+    if (result < 0) break;
+    if (const auto* text = std::get_if<std::string>(&argument)) {
+      result = sd.message_append_basic(raw, SD_BUS_TYPE_STRING, text->c_str());
+    } else if (const auto* number = std::get_if<std::uint32_t>(&argument)) {
+      result = sd.message_append_basic(raw, SD_BUS_TYPE_UINT32, number);
+    } else if (const auto* truth = std::get_if<bool>(&argument)) {
+      const int value = *truth ? 1 : 0;
+      result = sd.message_append_basic(raw, SD_BUS_TYPE_BOOLEAN, &value);
+    } else {
+      result =
+          sd.message_append_basic(raw, SD_BUS_TYPE_UINT64, std::get_if<std::uint64_t>(&argument));
+    }
+  }
+  return result < 0 ? result : 0;
 }
 
 Array messageValues(sd_bus_message* message) { return Reader(message).all(); }

@@ -78,6 +78,8 @@ SystemBus::SystemBus(const HostOptions& options, Deadline deadline)
     : mCallTimeout(options.callTimeout),
       mDeadline(deadline),
       mConnection(std::make_unique<Connection>()) {
+  if (!options.isRunning)
+    throw PlatformException("There is no system bus: the machine doesn't run.");
   const auto& sd = sdBus();
   const auto address = systemBusAddress(options);
   const auto check = [&](int result) {
@@ -115,36 +117,32 @@ std::chrono::microseconds SystemBus::callLimit() const {
                   std::chrono::microseconds(1));
 }
 
-Array SystemBus::call(const BusMethod& method, const Strings& arguments) {
-  return exchange(method, arguments, method);
+Array SystemBus::call(const BusMethod& method, const BusArguments& arguments,
+                      bool allowsPasswords) {
+  const auto question = request(method, arguments, method);
+  if (allowsPasswords) {
+    checked(method, sdBus().message_set_allow_interactive_authorization(question.message.get(), 1));
+  }
+  return exchange(question, method);
 }
 
 Value SystemBus::property(const BusMethod& property) {
   const BusMethod get{property.service, property.path, kProperties, "Get"};
-  auto values = exchange(get, {property.interface, property.member}, property);
+  auto values = exchange(request(get, {property.interface, property.member}, property), property);
   if (values.size() != 1) fail(property, kUnexpected, errorName(EBADMSG));
   return std::move(values.front());
 }
 
-SystemBus::Message SystemBus::request(const BusMethod& method, const Strings& arguments,
+SystemBus::Message SystemBus::request(const BusMethod& method, const BusArguments& arguments,
                                       const BusMethod& subject) const {
-  const auto& sd = sdBus();
-  sd_bus_message* question = nullptr;
-  checked(subject, sd.message_new_method_call(mConnection->bus.get(), &question,
-                                              method.service.c_str(), method.path.c_str(),
-                                              method.interface.c_str(), method.member.c_str()));
-  SdBusMessage request(question);
-  for (const auto& each : arguments) {
-    checked(subject, sd.message_append_basic(question, SD_BUS_TYPE_STRING, each.c_str()));
-  }
+  SdBusMessage request;
+  checked(subject, makeCall(*mConnection->bus, method, arguments, request));
   return {std::move(request)};
 }
 
-/// Calls a method; failures speak of the subject.
-Array SystemBus::exchange(const BusMethod& method, const Strings& arguments,
-                          const BusMethod& subject) {
+/// Sends a question and waits for its answer; failures speak of the subject.
+Array SystemBus::exchange(const Message& question, const BusMethod& subject) {
   const auto& sd = sdBus();
-  const auto question = request(method, arguments, subject);
   ErrorText failure;
   sd_bus_message* answer = nullptr;
   const int result =
@@ -200,7 +198,7 @@ void SystemBus::extend(std::chrono::milliseconds limit) {
   mDeadline = std::max(mDeadline, std::chrono::steady_clock::now() + limit);
 }
 
-void SystemBus::callUntil(const BusMethod& method, const Strings& arguments,
+void SystemBus::callUntil(const BusMethod& method, const BusArguments& arguments,
                           const Condition& holds) {
   const auto& sd = sdBus();
   const auto question = request(method, arguments, method);

@@ -8,17 +8,10 @@
 
 #include "gatehall/base/PlatformException.h"
 #include "gatehall/base/Value.h"
+#include "linux/bus/BusMethod.h"
 #include "linux/files/HostOptions.h"
 
 namespace gatehall {
-
-/// A method of an object on the bus, or a property.
-struct BusMethod {
-  std::string service;
-  std::string path;
-  std::string interface;
-  std::string member;
-};
 
 /// A call that failed. The text says which call to which service and why, fit for a log line.
 class BusError : public PlatformException {
@@ -49,11 +42,13 @@ class SystemBus {
   SystemBus(const SystemBus&) = delete;
   SystemBus& operator=(const SystemBus&) = delete;
 
-  /// Calls with texts as arguments and waits for the answer: its values in order. Whole numbers are
-  /// integers (those beyond 63 bits reals), texts, object paths and signatures strings, structures
-  /// arrays, variants what they hold, arrays of entries with text keys dictionaries. Raises
-  /// BusError for an error, an answer that comes too late, and one that can't be read.
-  Array call(const BusMethod& method, const Strings& arguments = {});
+  /// Calls and waits for the answer: its values in order. Whole numbers are integers (those beyond
+  /// 63 bits reals), texts, object paths and signatures strings, structures arrays, variants what
+  /// they hold, arrays of entries with text keys dictionaries. The service may have somebody asked
+  /// for a password meanwhile only if that is said. Raises BusError for an error, an answer that
+  /// comes too late, and one that can't be read.
+  Array call(const BusMethod& method, const BusArguments& arguments = {},
+             bool allowsPasswords = false);
 
   /// The value of an object's property, whose name stands in the member's place. Raises as call.
   Value property(const BusMethod& property);
@@ -75,16 +70,16 @@ class SystemBus {
   /// Calls, and waits for the answer or until that holds, which is looked at whenever a property is
   /// said to have changed, whichever comes first. Has all the time that the operation has. Raises
   /// as call.
-  void callUntil(const BusMethod& method, const Strings& arguments, const Condition& holds);
+  void callUntil(const BusMethod& method, const BusArguments& arguments, const Condition& holds);
 
  private:
   struct Connection;
   struct Message;
 
   std::chrono::microseconds callLimit() const;
-  Message request(const BusMethod& method, const Strings& arguments,
+  Message request(const BusMethod& method, const BusArguments& arguments,
                   const BusMethod& subject) const;
-  Array exchange(const BusMethod& method, const Strings& arguments, const BusMethod& subject);
+  Array exchange(const Message& question, const BusMethod& subject);
   Message next(Deadline deadline);
 
   std::chrono::milliseconds mCallTimeout;

@@ -1,10 +1,15 @@
 #include "linux/directory/LinuxDirectory.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
 #include "gatehall/base/PlatformException.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/directory/SearchNode.h"
 #include "linux/ldap/Node.h"
 #include "linux/local/Node.h"
+#include "linux/nss/Node.h"
 #include "linux/records/EmptyNode.h"
 #include "linux/records/FaultyNode.h"
 
@@ -72,20 +77,63 @@ class LinuxDirectorySession final : public DirectorySession {
   std::shared_ptr<DirectoryNode> mSearch;
 };
 
-std::vector<std::shared_ptr<NetworkNode>> configuredNodes(const std::shared_ptr<local::Host>& host,
-                                                          Log& log) {
-  std::vector<std::shared_ptr<NetworkNode>> nodes;
+/// A node, and the line of its table.
+struct ConfiguredNode {
+  std::uint64_t line;
+  std::shared_ptr<NetworkNode> node;
+};
+
+void addLdapNodes(std::vector<ConfiguredNode>& nodes, const std::shared_ptr<local::Host>& host,
+                  Log& log) {
   for (auto& configured : ldap::Settings::readAll(host->options, host->faults)) {
     if (auto* unusable = std::get_if<ldap::Settings::Unusable>(&configured)) {
-      nodes.push_back(
-          std::make_shared<FaultyNode>(std::move(unusable->place), std::move(unusable->fault)));
+      nodes.push_back({unusable->line, std::make_shared<FaultyNode>(std::move(unusable->place),
+                                                                    std::move(unusable->fault))});
       continue;
     }
-    nodes.push_back(std::make_shared<ldap::Node>(std::make_shared<ldap::Directory>(
-        std::move(std::get<ldap::Settings>(configured)), host->options,
-        std::shared_ptr<LocalAccounts>(host, &host->ownAccounts),
-        std::shared_ptr<FaultLog>(host, &host->faults), log, host->clock)));
+    auto& settings = std::get<ldap::Settings>(configured);
+    const auto line = settings.line;
+    nodes.push_back({line, std::make_shared<ldap::Node>(std::make_shared<ldap::Directory>(
+                               std::move(settings), host->options,
+                               std::shared_ptr<LocalAccounts>(host, &host->ownAccounts),
+                               std::shared_ptr<FaultLog>(host, &host->faults), log, host->clock))});
   }
+}
+
+void addNameServiceNodes(std::vector<ConfiguredNode>& nodes,
+                         const std::shared_ptr<local::Host>& host, Log& log) {
+  auto all = nss::Settings::readAll(host->options, host->faults);
+  Strings names;
+  for (const auto& configured : all) {
+    const auto* settings = std::get_if<nss::Settings>(&configured);
+    if (settings != nullptr) names.push_back("nss/" + settings->name);
+  }
+  const auto guids = std::make_shared<nss::GUIDs>(std::move(names));
+  for (auto& configured : all) {
+    if (auto* unusable = std::get_if<nss::Settings::Unusable>(&configured)) {
+      nodes.push_back({unusable->line, std::make_shared<FaultyNode>(std::move(unusable->place),
+                                                                    std::move(unusable->fault))});
+      continue;
+    }
+    auto& settings = std::get<nss::Settings>(configured);
+    const auto line = settings.line;
+    nodes.push_back(
+        {line, std::make_shared<nss::Node>(std::make_shared<nss::Directory>(
+                   std::move(settings), host->options,
+                   std::shared_ptr<LocalAccounts>(host, &host->ownAccounts),
+                   std::shared_ptr<FaultLog>(host, &host->faults), guids, log, host->clock))});
+  }
+}
+
+std::vector<std::shared_ptr<NetworkNode>> configuredNodes(const std::shared_ptr<local::Host>& host,
+                                                          Log& log) {
+  std::vector<ConfiguredNode> configured;
+  addLdapNodes(configured, host, log);
+  addNameServiceNodes(configured, host, log);
+  std::ranges::stable_sort(configured, {}, &ConfiguredNode::line);
+  std::vector<std::shared_ptr<NetworkNode>> nodes;
+  nodes.reserve(configured.size());
+  for (auto& each : configured) nodes.push_back(std::move(each.node));
   return nodes;
 }
 

@@ -4,12 +4,10 @@
 #include <future>
 #include <iterator>
 #include <system_error>
-#include <unordered_set>
 #include <utility>
 
-#include "base/Ascii.h"
 #include "gatehall/base/PlatformException.h"
-#include "gatehall/platform/AttributeKinds.h"
+#include "portable/StillToAsk.h"
 
 namespace gatehall {
 
@@ -70,7 +68,7 @@ class SearchQuery final : public DirectoryQuery {
     const auto limit = mDescription.maximumResults;
     const auto open = mNetworkNodes.empty() || (limit != 0 && records.size() >= limit)
                           ? std::nullopt
-                          : openQuestion(records);
+                          : stillToAsk(mDescription, records);
     if (open) {
       const auto whenAway = allowPartial ? WhenAway::Ignore : WhenAway::Raise;
       for (auto& answer : askAtOnce(mNetworkNodes, [&](NetworkNode& node) {
@@ -98,33 +96,6 @@ class SearchQuery final : public DirectoryQuery {
       if (!allowPartial) throw;
       return {};
     }
-  }
-
-  /// What is left to ask of the network's nodes once these are found on the local ones: of accounts
-  /// by id, name or GUID, and of groups by GUID, those that were not. Nothing, when all were.
-  std::optional<QueryDescription> openQuestion(const Records& found) const {
-    const auto kind = attribute::canonical(mDescription.attribute);
-    const bool isGUID = kind == attribute::GUID;
-    const bool isOfUser = kind == attribute::UniqueID || kind == attribute::RecordName;
-    const bool isExact = mDescription.match == MatchType::EqualTo ||
-                         (isGUID && mDescription.match == MatchType::EqualToIgnoringCase);
-    const bool isForUsers = std::ranges::all_of(
-        mDescription.recordTypes, [](const auto& type) { return type == record::Users; });
-    if (found.empty() || !isExact || !(isGUID || (isOfUser && isForUsers))) return mDescription;
-    // GUIDs are spelled in either case.
-    const auto key = [isGUID](const std::string& value) {
-      return isGUID ? ascii::lower(value) : value;
-    };
-    std::unordered_set<std::string> known;
-    for (const auto& each : found) {
-      for (const auto& value : each->valuesForAttribute(kind).value_or(Strings())) {
-        known.insert(key(value));
-      }
-    }
-    auto open = mDescription;
-    std::erase_if(open.values, [&](const auto& value) { return known.contains(key(value)); });
-    if (open.values.empty()) return std::nullopt;
-    return open;
   }
 
   const std::vector<std::shared_ptr<DirectoryNode>> mLocalNodes;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "gatehall/platform/NotificationNames.h"
+#include "linux/files/HostPath.h"
 
 namespace gatehall {
 
@@ -24,14 +25,15 @@ MachineEvents::MachineEvents(const HostOptions& options, Log& log, DirectoryServ
       mTargets(std::move(targets)),
       mBus(runLoop, events, options, log),
       mAccounts(mBus, runLoop, mTargets.distributed,
-                AccountNotifications(runLoop, directory, mTargets.distributed, log)),
-      mSessions(mBus, mTargets.distributed, mTargets.system, log) {
+                AccountNotifications(runLoop, directory, mTargets.distributed, log)) {
+  if (options.isRunning) mSessions.emplace(mBus, mTargets.distributed, mTargets.system, log);
   listenToOthers();
   listenToLocale();
   watchFolders(options, events, log);
+  if (!options.isRunning) return;
   mBus.start([this](bool wasAway) {
-    if (!wasAway) return mSessions.listening();
-    mSessions.readSessions();
+    if (!wasAway) return mSessions->listening();
+    mSessions->readSessions();
     refresh();
   });
 }
@@ -64,16 +66,20 @@ void MachineEvents::watchFolders(const HostOptions& options, EventLoop& events, 
   const auto watch = [&](const std::string& folder, FolderWatch::Handler handler) {
     mFolders.emplace_back(mRunLoop, events, log, folder, std::move(handler));
   };
-  watch(options.root + kEtc, [this](std::string_view name) { accountFileChanged(name); });
+  watch(hostPath(options, kEtc), [this](std::string_view name) { accountFileChanged(name); });
   for (const auto* folder : kSettings) {
-    watch(options.root + folder, [this](std::string_view) { refresh(); });
+    watch(hostPath(options, folder), [this](std::string_view) { refresh(); });
   }
+  if (!options.isRunning) return;
   watch(SessionEvents::kFolder,
-        [this](std::string_view name) { mSessions.fileChanged(std::string(name)); });
+        [this](std::string_view name) { mSessions->fileChanged(std::string(name)); });
 }
 
 void MachineEvents::accountFileChanged(std::string_view name) {
   const bool isUnknown = name.empty();
+  if (isUnknown || name == "passwd" || name == "shadow") {
+    mTargets.system.post(kAccountFilesChangedNotification);
+  }
   if (isUnknown || name == "group") mTargets.system.post(kLocalGroupsChangedNotification);
   if (isUnknown || name == "passwd" || name == "shadow") mAccounts.fileChanged();
 }

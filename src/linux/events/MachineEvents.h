@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <list>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -47,7 +48,7 @@ class MachineEvents {
   EventTargets mTargets;
   BusWatch mBus;
   AccountEvents mAccounts;
-  SessionEvents mSessions;
+  std::optional<SessionEvents> mSessions;  ///< of a machine that runs
   std::list<FolderWatch> mFolders;
 };
 

@@ -1,6 +1,7 @@
 #include "linux/files/FaultLog.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace gatehall {
 
@@ -12,18 +13,21 @@ constexpr std::size_t kMostReported = 1000;
 }  // namespace
 
 std::string FaultLog::report(std::string_view file, std::string_view text) {
-  return reportOnce(std::string(file) + ": " + std::string(text));
+  return reportOnce({std::string(file), 0, std::string(text)},
+                    std::string(file) + ": " + std::string(text));
 }
 
 std::string FaultLog::report(std::string_view file, std::uint64_t line, std::string_view text) {
-  return reportOnce(std::string(file) + ":" + std::to_string(line) + ": " + std::string(text));
+  return reportOnce({std::string(file), line, std::string(text)},
+                    std::string(file) + ":" + std::to_string(line) + ": " + std::string(text));
 }
 
-std::string FaultLog::reportOnce(std::string message) {
+std::string FaultLog::reportOnce(FileFault fault, std::string message) {
   {
     const std::lock_guard lock(mMutex);
     if (mReported.size() >= kMostReported || mReported.contains(message)) return message;
     mReported.insert(message);
+    if (mKept != nullptr) mKept->push_back(std::move(fault));
   }
   mLog.diagnostic(message);
   return message;

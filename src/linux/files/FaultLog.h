@@ -6,16 +6,25 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "gatehall/platform/Log.h"
 
 namespace gatehall {
 
+/// What is wrong in a file of the machine's.
+struct FileFault {
+  std::string file;        ///< from the host's root
+  std::uint64_t line = 0;  ///< from 1; 0: the file as a whole
+  std::string text;
+};
+
 /// Says in the diagnostic log what is wrong in the machine's files, each fault once a process: the
 /// same files are read over and over. From any thread.
 class FaultLog {
  public:
-  explicit FaultLog(Log& log) : mLog(log) {}
+  /// What is reported is also kept there, if that is given: not while another thread reports.
+  explicit FaultLog(Log& log, std::vector<FileFault>* kept = nullptr) : mLog(log), mKept(kept) {}
 
   /// "FILE: TEXT". The message.
   std::string report(std::string_view file, std::string_view text);
@@ -24,9 +33,10 @@ class FaultLog {
   std::string report(std::string_view file, std::uint64_t line, std::string_view text);
 
  private:
-  std::string reportOnce(std::string message);
+  std::string reportOnce(FileFault fault, std::string message);
 
   Log& mLog;
+  std::vector<FileFault>* mKept;
   std::mutex mMutex;
   std::set<std::string, std::less<>> mReported;
 };

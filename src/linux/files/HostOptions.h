@@ -1,6 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
+#include <map>
+#include <optional>
 #include <string>
 
 namespace gatehall {
@@ -22,6 +25,18 @@ struct HostOptions {
   /// Whether accounts tell of the limits that parental controls hold. A program that acts on none
   /// need not wait for the service that is asked for them.
   bool sessionLimits = true;
+
+  /// Whether the machine runs. Of one that doesn't there are files only: it has no sessions, and
+  /// nobody is asked over its bus.
+  bool isRunning = true;
+
+  /// The program that asks the C library's name service (nss::askNameService); empty: the one that
+  /// is installed for it.
+  std::string nameService{};
+
+  /// What policy files (readPolicyFile) are taken to hold instead of what they do, by their paths
+  /// from the root; without a content, that there is none. For who tries a policy first.
+  std::map<std::string, std::optional<std::string>, std::less<>> rehearsed{};
 };
 
 }  // namespace gatehall

@@ -1,7 +1,8 @@
 #include "linux/files/TomlFile.h"
 
-#include "linux/files/NearestName.h"
+#include "linux/files/HostPath.h"
 #include "linux/files/OwnedFile.h"
+#include "portable/text/NearestName.h"
 
 namespace gatehall {
 
@@ -13,8 +14,8 @@ constexpr std::size_t kLargestFile = 1048576;
 
 TomlFile TomlFile::read(const HostOptions& options, std::string_view path, FaultLog& faults) {
   std::string fault;
-  const auto content =
-      readOwnedFile(options.root + std::string(path), {systemOwner(options)}, kLargestFile, fault);
+  const auto content = readOwnedFile(hostPath(options, path, Symlinks::Refuse),
+                                     {systemOwner(options)}, kLargestFile, fault);
   if (!content && fault.empty()) return {};
   if (!content) {
     return {State::Unusable, {}, faults.report(path, "ignored: " + fault)};

@@ -7,6 +7,7 @@
 
 #include "gatehall/base/PlatformException.h"
 #include "linux/bus/SystemBus.h"
+#include "linux/files/HostPath.h"
 #include "linux/hours/AccountsServiceUser.h"
 
 namespace gatehall {
@@ -80,7 +81,7 @@ SessionLimits::SessionLimits(HostOptions options, FaultLog& faults)
     : mOptions(std::move(options)), mFaults(faults) {}
 
 bool SessionLimits::areOffered() const {
-  return mOptions.sessionLimits && access((mOptions.root + kInstalled).c_str(), F_OK) == 0;
+  return mOptions.sessionLimits && access(hostPath(mOptions, kInstalled).c_str(), F_OK) == 0;
 }
 
 std::unordered_set<std::uint32_t> SessionLimits::limited(

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "linux/accounts/Passwd.h"
 #include "linux/accounts/UserRecord.h"
@@ -10,8 +9,7 @@ namespace gatehall::local {
 
 /// What an account is described by: a line of /etc/passwd, a user record, or both.
 struct Account {
-  std::string line;   ///< of /etc/passwd; of a record that stands alone, what the line would be
-  PasswdEntry entry;  ///< of the line
+  PasswdLine line;  ///< of /etc/passwd; of a record that stands alone, what the line would be
   std::shared_ptr<const UserRecord> record;  ///< nullptr when there is none
   bool standsAlone = false;                  ///< the record, without a line
 };

@@ -12,6 +12,7 @@
 #include "linux/accounts/AccountFiles.h"
 #include "linux/accounts/Group.h"
 #include "linux/accounts/UserRecord.h"
+#include "linux/files/HostPath.h"
 #include "linux/local/Settings.h"
 #include "linux/records/AccountID.h"
 #include "portable/NameBasedUUID.h"
@@ -26,8 +27,8 @@ constexpr std::size_t kUserIDField = 2;
 /// "NAME" of each file NAME.user, whatever is in it; an id is another name of a record.
 std::unordered_set<std::string> recordFiles(const HostOptions& options) {
   std::unordered_set<std::string> stems;
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(
-      opendir((options.root + std::string(kRecords)).c_str()), closedir);
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(hostPath(options, kRecords).c_str()),
+                                                   closedir);
   if (!folder) {
     if (errno == ENOENT || errno == ENOTDIR) return stems;
     throw PlatformException(std::string(kRecords) + ": " + strerrordesc_np(errno));
@@ -167,8 +168,8 @@ std::shared_ptr<const LocalAccounts::Snapshot> OwnAccounts::current() {
 }
 
 LocalAccounts::State OwnAccounts::state() const {
-  return {FileState::of(mOptions.root + std::string(accountFiles::kPasswd)),
-          FileState::of(mOptions.root + std::string(kRecords))};
+  return {FileState::of(hostPath(mOptions, accountFiles::kPasswd)),
+          FileState::of(hostPath(mOptions, kRecords))};
 }
 
 }  // namespace gatehall::local

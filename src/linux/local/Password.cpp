@@ -18,6 +18,16 @@ namespace {
 
 constexpr std::int64_t kSecondsOfDay = 86400;
 
+// pam_unix's reading of the two files: "x" stands for the shadow file, an empty field for no
+// password, "!" in front of a hash for a locked one, and what no password can give for none.
+/// A hash without the marks of a lock; absent where no password can give it.
+std::optional<std::string_view> withoutLock(std::string_view text) {
+  const auto hash = text.substr(std::min(text.find_first_not_of('!'), text.size()));
+  const bool isLocked = hash.size() < text.size();
+  if (hash.empty() ? isLocked : !isPasswordHash(hash)) return std::nullopt;
+  return hash;
+}
+
 }  // namespace
 
 bool Password::verify(std::string_view password, DirectoryError& error) {
@@ -32,10 +42,11 @@ bool Password::verify(std::string_view password, DirectoryError& error) {
     error = {std::string(kDirectoryErrorDomain), code};
     return false;
   };
-  const auto stored = this->stored();
-  if (stored.isDisabled) return refuse(directoryError::kAccountDisabled);
-  if (stored.isUnreadable) return refuse(directoryError::kHashUnreadable);
-  for (const auto hash : stored.hashes) {
+  const auto hashes = this->hashes();
+  const auto kind = this->kind();
+  if (kind.isDisabled) return refuse(directoryError::kAccountDisabled);
+  if (kind.isUnreadable) return refuse(directoryError::kHashUnreadable);
+  for (const auto hash : hashes) {
     const bool isAccepted = hash.empty() ? password.empty() : passwordMatchesHash(password, hash);
     if (!isAccepted) continue;
     error = {};
@@ -49,10 +60,18 @@ PasswordKind Password::kind() {
     if (!mTold) mTold = kindThroughMonitor(*monitor, mHost, mAccount);
     return *mTold;
   }
-  const auto stored = this->stored();
-  const bool hasNone = std::ranges::find(stored.hashes, "") != stored.hashes.end();
-  return {stored.isInPasswd, !stored.hashes.empty() || stored.isUnreadable, stored.isDisabled,
-          stored.isUnreadable, hasNone && !stored.isDisabled && !stored.isUnreadable};
+  const auto found = marks();
+  const bool inPasswd = isInPasswd();
+  const bool isUnreadable = !inPasswd && mFetched == Fetched::Unreadable;
+  const bool isLocked = found.isLocked || (mAccount.record && mAccount.record->isLocked);
+  const bool isExpired = !isLocked && isPastItsEnd();
+  const bool isDisabled = isLocked || isExpired;
+  return {.isInPasswd = inPasswd,
+          .mayBeGiven = found.hasHash || isUnreadable,
+          .isDisabled = isDisabled,
+          .isExpired = isExpired,
+          .isUnreadable = isUnreadable,
+          .isEmpty = found.isEmpty && !isDisabled && !isUnreadable};
 }
 
 std::string_view Password::mark() { return kind().mayBeGiven ? "********" : "*"; }
@@ -61,7 +80,9 @@ Strings Password::authorities() {
   const auto kind = this->kind();
   Strings authorities;
   if (kind.mayBeGiven) authorities.emplace_back(kind.isInPasswd ? ";basic;" : ";ShadowHash;");
-  if (kind.isDisabled) authorities.emplace_back(";DisabledUser;");
+  if (kind.isDisabled) {
+    authorities.emplace_back(kind.isExpired ? ";DisabledUser;expired" : ";DisabledUser;");
+  }
   return authorities;
 }
 
@@ -74,78 +95,112 @@ std::optional<Dictionary> Password::policy() {
   constexpr std::int64_t kNoMaximum = 99999;
   constexpr std::int64_t kMinutesOfDay = 1440;
   Dictionary policy;
-  if (mShadow->lastChangeDay == 0) {
+  const auto& entry = mShadow->entry;
+  if (entry.lastChangeDay == 0) {
     policy.emplace("newPasswordRequired", true);
-  } else if (mShadow->lastChangeDay) {
-    policy.emplace("passwordLastSetTime", *mShadow->lastChangeDay * kSecondsOfDay);
+  } else if (entry.lastChangeDay) {
+    policy.emplace("passwordLastSetTime", *entry.lastChangeDay * kSecondsOfDay);
   }
-  if (mShadow->maximumDays && *mShadow->maximumDays < kNoMaximum) {
-    policy.emplace("maxMinutesUntilChangePassword", *mShadow->maximumDays * kMinutesOfDay);
+  if (entry.maximumDays && *entry.maximumDays < kNoMaximum) {
+    policy.emplace("maxMinutesUntilChangePassword", *entry.maximumDays * kMinutesOfDay);
   }
-  if (mShadow->expiryDay) policy.emplace("usingHardExpirationDate", true);
-  if (mShadow->inactiveDays) {
-    policy.emplace("maxMinutesOfNonUse", *mShadow->inactiveDays * kMinutesOfDay);
+  if (entry.expiryDay) policy.emplace("usingHardExpirationDate", true);
+  if (entry.inactiveDays) {
+    policy.emplace("maxMinutesOfNonUse", *entry.inactiveDays * kMinutesOfDay);
   }
   if (policy.empty()) return std::nullopt;
   return policy;
 }
 
 void Password::forget() {
-  keepShadow(Fetched::No, {});
+  keepShadow(Fetched::No);
   mPrivilegedHashes.clear();
   mTold.reset();
 }
 
-// pam_unix's reading of the two files: "x" stands for the shadow file, an empty field for no
-// password, "!" in front of a hash for a locked one, and what no password can give for none.
-Password::Stored Password::stored() {
-  Stored result;
-  std::vector<std::string_view> texts;
-  if (mAccount.standsAlone) {
-    fetchPrivileged();
-    for (const auto& hash : mPrivilegedHashes) texts.push_back(hash->view());
-  } else {
-    fetchShadow();
-    result.isInPasswd = mAccount.entry.password != "x";
-    if (result.isInPasswd) {
-      texts.push_back(mAccount.entry.password);
-    } else if (mShadow) {
-      texts.push_back(mShadow->hash);
-    }
-  }
-  result.isUnreadable = !result.isInPasswd && mFetched == Fetched::Unreadable;
-  for (const auto text : texts) {
-    const auto hash = text.substr(std::min(text.find_first_not_of('!'), text.size()));
-    const bool isLocked = hash.size() < text.size();
-    if (hash.empty() ? isLocked : !isPasswordHash(hash)) continue;
-    result.hashes.push_back(hash);
-    result.isDisabled = result.isDisabled || isLocked;
-  }
-  result.isDisabled = result.isDisabled || isExpired();
-  return result;
+void Password::Marks::add(std::string_view text) {
+  const auto hash = withoutLock(text);
+  if (!hash) return;
+  hasHash = true;
+  isLocked = isLocked || hash->size() < text.size();
+  isEmpty = isEmpty || hash->empty();
 }
 
-bool Password::isExpired() const {
-  const auto now = mHost.clock.now().time_since_epoch().count();
-  if (mShadow && mShadow->expiryDay &&
-      now / kSecondsOfDay >= static_cast<double>(*mShadow->expiryDay)) {
-    return true;
+Password::ShadowLine::ShadowLine(std::string_view line) : text(line) {
+  std::string fault;
+  entry = parseShadowLine(text.view(), fault).value_or(ShadowEntry());
+}
+
+bool Password::isInPasswd() const {
+  return !mAccount.standsAlone && mAccount.line.entry().password != "x";
+}
+
+Password::Marks Password::marks() {
+  Marks found;
+  if (mAccount.standsAlone) {
+    fetchPrivileged();
+    for (const auto& hash : mPrivilegedHashes) found.add(hash->view());
+    return found;
   }
+  fetchMarks();
+  if (!isInPasswd()) return mShadowMarks;
+  found.add(mAccount.line.entry().password);
+  return found;
+}
+
+/// What stands in the place of hashes.
+std::vector<std::string_view> Password::texts() {
+  if (!mAccount.standsAlone) {
+    fetchShadow();
+    if (isInPasswd()) return {mAccount.line.entry().password};
+    if (!mShadow) return {};
+    return {mShadow->entry.hash};
+  }
+  fetchPrivileged();
+  std::vector<std::string_view> found;
+  found.reserve(mPrivilegedHashes.size());
+  for (const auto& hash : mPrivilegedHashes) found.push_back(hash->view());
+  return found;
+}
+
+/// What a password is checked against, without the marks of a lock.
+std::vector<std::string_view> Password::hashes() {
+  std::vector<std::string_view> found;
+  for (const auto text : texts()) {
+    if (const auto hash = withoutLock(text)) found.push_back(*hash);
+  }
+  return found;
+}
+
+bool Password::isPastItsEnd() const {
+  const auto now = mHost.clock.now().time_since_epoch().count();
+  if (mExpiryDay && now / kSecondsOfDay >= *mExpiryDay) return true;
   if (!mAccount.record) return false;
   const auto& notAfter = mAccount.record->notAfterMicroseconds;
-  return mAccount.record->isLocked || (notAfter && now * 1e6 > static_cast<double>(*notAfter));
+  return notAfter && now * 1e6 > static_cast<double>(*notAfter);
 }
 
 void Password::keepShadow(Fetched state, std::string_view line) {
   mFetched = state;
-  mShadow.reset();
-  mShadowLine = state == Fetched::Line ? std::make_unique<SecretText>(line) : nullptr;
-  std::string fault;
-  if (mShadowLine) mShadow = parseShadowLine(mShadowLine->view(), fault);
+  mShadow = nullptr;
+  mShadowMarks = {};
+  mExpiryDay.reset();
+  if (state != Fetched::Line && state != Fetched::Facts) return;
+  auto shadow = std::make_unique<ShadowLine>(line);
+  mShadowMarks.add(shadow->entry.hash);
+  if (const auto day = shadow->entry.expiryDay) {
+    mExpiryDay = static_cast<std::int32_t>(std::clamp<std::int64_t>(*day, INT32_MIN, INT32_MAX));
+  }
+  if (state == Fetched::Line) mShadow = std::move(shadow);
+}
+
+void Password::fetchMarks() {
+  if (!mAccount.standsAlone && mFetched == Fetched::No) fetch(mHost, std::array{this});
 }
 
 void Password::fetchShadow() {
-  if (!mAccount.standsAlone && mFetched == Fetched::No) fetch(mHost, std::array{this});
+  if (mFetched == Fetched::Facts) keepShadow(Fetched::No);
+  fetchMarks();
 }
 
 void Password::fetch(Host& host, std::span<Password* const> passwords) {
@@ -154,9 +209,10 @@ void Password::fetch(Host& host, std::span<Password* const> passwords) {
   missing.reserve(passwords.size());
   for (auto* each : passwords) {
     if (each->mFetched != Fetched::No || each->mAccount.standsAlone) continue;
-    missing.emplace(each->mAccount.entry.name, each);
+    missing.emplace(each->mAccount.line.name(), each);
   }
   if (missing.empty()) return;
+  const auto whenRead = passwords.size() == 1 ? Fetched::Line : Fetched::Facts;
   // One name is compared faster than it is looked up.
   const auto only = missing.size() == 1 ? missing.begin()->first : std::string_view();
   const int error =
@@ -168,7 +224,7 @@ void Password::fetch(Host& host, std::span<Password* const> passwords) {
                            std::string fault;
                            const bool isRead = parseShadowLine(line, fault).has_value();
                            if (!isRead) host.faults.report(accountFiles::kShadow, number, fault);
-                           const auto state = isRead ? Fetched::Line : Fetched::Nothing;
+                           const auto state = isRead ? whenRead : Fetched::Nothing;
                            for (auto each = begin; each != end; ++each) {
                              each->second->keepShadow(state, line);
                            }
@@ -177,7 +233,7 @@ void Password::fetch(Host& host, std::span<Password* const> passwords) {
                          });
   const bool isUnreadable = error != 0 && error != ENOENT;
   for (const auto& [unused, each] : missing) {
-    each->keepShadow(isUnreadable ? Fetched::Unreadable : Fetched::Nothing, {});
+    each->keepShadow(isUnreadable ? Fetched::Unreadable : Fetched::Nothing);
   }
 }
 

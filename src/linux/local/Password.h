@@ -19,6 +19,7 @@ struct PasswordKind {
   bool isInPasswd = false;  ///< where its hash stands
   bool mayBeGiven = false;
   bool isDisabled = false;
+  bool isExpired = false;     ///< disabled, and only because it is past its end
   bool isUnreadable = false;  ///< it stands where this process may not read, and may be given
   bool isEmpty = false;       ///< the account has none and is not disabled
 };
@@ -48,23 +49,36 @@ class Password {
   /// Drops what was read.
   void forget();
 
-  /// Reads the lines of /etc/shadow that are missing, in one pass over the file.
+  /// Reads the lines of /etc/shadow that are missing, in one pass over the file. Of several no hash
+  /// is kept: it is read again should a password be compared with it.
   static void fetch(Host& host, std::span<Password* const> passwords);
 
  private:
-  enum class Fetched { No, Unreadable, Nothing, Line };
+  /// Facts: of a line whose hash is not kept, as of every account in a list.
+  enum class Fetched : std::uint8_t { No, Unreadable, Nothing, Facts, Line };
 
-  /// What a password is checked against.
-  struct Stored {
-    bool isInPasswd = false;
-    bool isUnreadable = false;
-    bool isDisabled = false;
-    std::vector<std::string_view> hashes;  ///< without the marks of a lock
+  /// What stands in the place of hashes, without them.
+  struct Marks {
+    bool hasHash = false;   ///< one that a password may fit, or an empty one
+    bool isLocked = false;  ///< one of these
+    bool isEmpty = false;   ///< one of these
+
+    void add(std::string_view text);
+  };
+  struct ShadowLine {
+    explicit ShadowLine(std::string_view line);
+
+    SecretText text;
+    ShadowEntry entry;
   };
 
-  Stored stored();
-  bool isExpired() const;
-  void keepShadow(Fetched state, std::string_view line);
+  Marks marks();
+  std::vector<std::string_view> texts();
+  std::vector<std::string_view> hashes();
+  bool isInPasswd() const;
+  bool isPastItsEnd() const;
+  void keepShadow(Fetched state, std::string_view line = {});
+  void fetchMarks();
   void fetchShadow();
   void fetchPrivileged();
 
@@ -72,8 +86,9 @@ class Password {
   const Account& mAccount;
   std::optional<PasswordKind> mTold;  ///< by the monitor
   Fetched mFetched = Fetched::No;     ///< of the shadow line, or of the privileged hashes
-  std::unique_ptr<SecretText> mShadowLine;
-  std::optional<ShadowEntry> mShadow;  ///< of the line
+  Marks mShadowMarks;
+  std::optional<std::int32_t> mExpiryDay;  ///< of the shadow line
+  std::unique_ptr<ShadowLine> mShadow;
   std::vector<std::unique_ptr<SecretText>> mPrivilegedHashes;
 };
 

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "gatehall/base/PlatformException.h"
+#include "linux/files/HostPath.h"
 #include "linux/files/SecretText.h"
 #include "portable/LazyLibrary.h"
 
@@ -15,7 +16,7 @@ namespace gatehall::local {
 namespace {
 
 struct PamLibrary {
-  LazyLibrary library{"libpam.so.0"};
+  LazyLibrary library{"libpam.so.0", "libpam0g"};
   decltype(::pam_start_confdir)* start = GATEHALL_FUNCTION(library, pam_start_confdir);
   decltype(::pam_chauthtok)* change = GATEHALL_FUNCTION(library, pam_chauthtok);
   decltype(::pam_end)* end = GATEHALL_FUNCTION(library, pam_end);
@@ -101,7 +102,7 @@ PasswordChange changePasswordThroughPam(const HostOptions& options, const std::s
     Answers answers{SecretText(oldPassword), SecretText(newPassword),
                     getuid() != 0 && !oldPassword.empty()};
     const pam_conv conversation{converse, &answers};
-    const std::string configuration = options.root + "/etc/pam.d";
+    const std::string configuration = hostPath(options, "/etc/pam.d");
     pam_handle_t* handle = nullptr;
     int status = pam.start("passwd", loginName.c_str(), &conversation,
                            options.root.empty() ? nullptr : configuration.c_str(), &handle);

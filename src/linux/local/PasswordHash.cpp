@@ -16,7 +16,7 @@ constexpr std::string_view kDigits =
     "./0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 
 struct CryptLibrary {
-  LazyLibrary library{"libcrypt.so.1"};
+  LazyLibrary library{"libcrypt.so.1", "libcrypt1"};
   decltype(::crypt_r)* crypt = GATEHALL_FUNCTION(library, crypt_r);
 };
 

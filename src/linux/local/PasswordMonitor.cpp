@@ -18,6 +18,7 @@ constexpr std::uint32_t kInPasswd = 1;
 constexpr std::uint32_t kMayBeGiven = 2;
 constexpr std::uint32_t kDisabled = 4;
 constexpr std::uint32_t kEmpty = 8;
+constexpr std::uint32_t kExpired = 16;
 /// Of the empty password; any other number is the code of its refusal.
 constexpr std::uint32_t kAccepted = 1;
 
@@ -43,7 +44,8 @@ class WallClock final : public Clock {
 
 std::uint32_t numberOf(const PasswordKind& kind) {
   return (kind.isInPasswd ? kInPasswd : 0) | (kind.mayBeGiven ? kMayBeGiven : 0) |
-         (kind.isDisabled ? kDisabled : 0) | (kind.isEmpty ? kEmpty : 0);
+         (kind.isDisabled ? kDisabled : 0) | (kind.isEmpty ? kEmpty : 0) |
+         (kind.isExpired ? kExpired : 0);
 }
 
 /// The number that answers. Raises PlatformException when there is none.
@@ -71,7 +73,7 @@ std::uint32_t answerTo(const MonitorMessage& question) {
 
 /// The number that the monitor tells.
 std::uint32_t ask(Monitor& monitor, Host& host, MonitorQuestion kind, const Account& account) {
-  const std::string name(account.entry.name);
+  const std::string name(account.line.name());
   const auto fail = [&](std::string_view why) {
     host.faults.report(accountFiles::kShadow,
                        "the password of " + printable(name) + ": " + std::string(why));
@@ -79,7 +81,7 @@ std::uint32_t ask(Monitor& monitor, Host& host, MonitorQuestion kind, const Acco
   };
   MonitorMessage question;
   question.question = kind;
-  question.number = account.entry.userID;
+  question.number = account.line.userID();
   if (!question.setText(name)) fail("the name is too long");
   MonitorMessage answer;
   try {
@@ -108,7 +110,11 @@ void answerAboutPassword(const MonitorMessage& question, MonitorMessage& answer)
 
 PasswordKind kindThroughMonitor(Monitor& monitor, Host& host, const Account& account) {
   const auto told = ask(monitor, host, MonitorQuestion::PasswordKind, account);
-  return {(told & kInPasswd) != 0, (told & kMayBeGiven) != 0, (told & kDisabled) != 0, false,
+  return {(told & kInPasswd) != 0,
+          (told & kMayBeGiven) != 0,
+          (told & kDisabled) != 0,
+          (told & kExpired) != 0,
+          false,
           (told & kEmpty) != 0};
 }
 

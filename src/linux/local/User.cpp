@@ -17,7 +17,7 @@ namespace gatehall::local {
 namespace {
 
 /// The line that passwd(5) would have for a user record, with the defaults of systemd's records.
-std::string passwdLineOf(const UserRecord& record) {
+PasswdLine passwdLineOf(const UserRecord& record) {
   const bool isPerson = record.disposition.empty() || record.disposition == "regular";
   const auto home = !record.homeDirectory.empty() ? record.homeDirectory
                     : isPerson                    ? "/home/" + record.userName
@@ -26,8 +26,10 @@ std::string passwdLineOf(const UserRecord& record) {
                      : isPerson            ? "/bin/bash"
                                            : "/usr/sbin/nologin";
   const auto userID = record.userID.value_or(0);
-  return record.userName + ":x:" + std::to_string(userID) + ":" +
-         std::to_string(record.groupID.value_or(userID)) + "::" + home + ":" + shell;
+  const auto line = record.userName + ":x:" + std::to_string(userID) + ":" +
+                    std::to_string(record.groupID.value_or(userID)) + "::" + home + ":" + shell;
+  std::string fault;
+  return {line, *parsePasswdLine(line, fault)};
 }
 
 void addUnlessEmpty(Strings& values, std::string_view text) {
@@ -63,7 +65,7 @@ constexpr std::array<User::Attribute, 14> User::kAttributes{{
      [](User&, Strings& values) { values.emplace_back(kLocalNodeName); }},
     {attribute::NFSHomeDirectory, true,
      [](User& user, Strings& values) {
-       addUnlessEmpty(values, user.mAccount.entry.homeDirectory);
+       addUnlessEmpty(values, user.mAccount.line.entry().homeDirectory);
      }},
     {attribute::Password, false,
      [](User& user, Strings& values) { values.emplace_back(user.mPassword.mark()); }},
@@ -71,11 +73,11 @@ constexpr std::array<User::Attribute, 14> User::kAttributes{{
      [](User& user, Strings& values) { addUnlessEmpty(values, user.accountsService().picture); }},
     {attribute::PrimaryGroupID, false,
      [](User& user, Strings& values) {
-       values.push_back(std::to_string(user.mAccount.entry.groupID));
+       values.push_back(std::to_string(user.mAccount.line.entry().groupID));
      }},
     {attribute::RecordName, false,
      [](User& user, Strings& values) {
-       values.emplace_back(user.mAccount.entry.name);
+       values.emplace_back(user.mAccount.line.name());
        if (!user.mAccount.record) return;
        const auto& aliases = user.mAccount.record->aliases;
        values.insert(values.end(), aliases.begin(), aliases.end());
@@ -86,51 +88,37 @@ constexpr std::array<User::Attribute, 14> User::kAttributes{{
      }},
     {attribute::UniqueID, false,
      [](User& user, Strings& values) {
-       values.push_back(std::to_string(user.mAccount.entry.userID));
+       values.push_back(std::to_string(user.mAccount.line.userID()));
      }},
     {attribute::UserShell, true,
      [](User& user, Strings& values) {
-       values.emplace_back(user.mContext->shells().effective(user.mAccount.entry.shell));
+       values.emplace_back(user.mContext->shells().effective(user.mAccount.line.entry().shell));
      }},
     {attribute::Guest, true,
      [](User& user, Strings& values) {
-       if (user.mContext->settings().isGuest(user.mAccount.entry.name)) values.emplace_back("1");
+       if (user.mContext->settings().isGuest(user.mAccount.line.name())) values.emplace_back("1");
      }},
 }};
 
 User::User(std::shared_ptr<Context> context, std::string_view passwdLine, const PasswdEntry& entry,
            std::shared_ptr<const UserRecord> userRecord)
-    : mHost(context->sharedHost()),
-      mContext(std::move(context)),
-      mAccount{{}, {}, std::move(userRecord), false},
-      mPassword(*mHost, mAccount) {
-  keepLine(passwdLine, entry);
-}
+    : mContext(std::move(context)),
+      mAccount{PasswdLine(passwdLine, entry), std::move(userRecord), false},
+      mPassword(mContext->host(), mAccount) {}
 
 User::User(std::shared_ptr<Context> context, std::shared_ptr<const UserRecord> userRecord)
-    : mHost(context->sharedHost()),
-      mContext(std::move(context)),
-      mAccount{{}, {}, std::move(userRecord), true},
-      mPassword(*mHost, mAccount) {
-  const auto line = passwdLineOf(*mAccount.record);
-  std::string fault;
-  keepLine(line, *parsePasswdLine(line, fault));
-}
-
-void User::keepLine(std::string_view passwdLine, const PasswdEntry& entry) {
-  mAccount.line = passwdLine;
-  mAccount.entry = entryOfCopy(entry, passwdLine, mAccount.line);
-  mGUID.clear();
-}
+    : mContext(std::move(context)),
+      mAccount{passwdLineOf(*userRecord), std::move(userRecord), true},
+      mPassword(mContext->host(), mAccount) {}
 
 std::string User::loginName() const {
   const std::lock_guard lock(mMutex);
-  return std::string(accountLine::name(mAccount.line));
+  return std::string(mAccount.line.name());
 }
 
 std::uint32_t User::userID() const {
   const std::lock_guard lock(mMutex);
-  return mAccount.entry.userID;
+  return mAccount.line.userID();
 }
 
 PasswordKind User::passwordKind() {
@@ -182,17 +170,14 @@ void User::addValues(std::string_view kind, Strings& values) {
 }
 
 std::string User::fullName() const {
-  auto name = fullNameOfGecos(mAccount.entry.gecos, mAccount.entry.name);
+  auto name = fullNameOfGecos(mAccount.line.entry().gecos, mAccount.line.name());
   return name.empty() && mAccount.record ? mAccount.record->realName : name;
 }
 
-const std::string& User::guid() {
-  if (mGUID.empty()) {
-    mGUID = uuidText(mAccount.record && mAccount.record->uuid
-                         ? *mAccount.record->uuid
-                         : mHost->guids.ofUser(mAccount.entry.userID));
-  }
-  return mGUID;
+std::string User::guid() {
+  if (mAccount.record && mAccount.record->uuid) return uuidText(*mAccount.record->uuid);
+  if (!mGUID) mGUID = mContext->host().guids.ofUser(mAccount.line.userID());
+  return uuidText(*mGUID);
 }
 
 /// nullptr when it has none of that kind.
@@ -213,7 +198,7 @@ void User::fetchShadow(Context& context, std::span<const std::shared_ptr<User>> 
 const AccountsServiceFile& User::accountsService() {
   if (!mAccountsService) {
     mAccountsService = std::make_shared<const AccountsServiceFile>(
-        AccountsServiceFile::read(mHost->options, accountLine::name(mAccount.line)));
+        AccountsServiceFile::read(mContext->host().options, mAccount.line.name()));
   }
   return *mAccountsService;
 }
@@ -223,13 +208,16 @@ void User::fetchAccountsService(Context& context, std::span<const std::shared_pt
   const auto accounts = AccountsServiceFile::accounts(context.host().options);
   const auto nothing = std::make_shared<const AccountsServiceFile>();
   for (const auto& user : users) {
-    const bool isKept = accounts.contains(accountLine::name(user->mAccount.line));
+    const bool isKept = accounts.contains(user->mAccount.line.name());
     if (!isKept && !user->mAccountsService) user->mAccountsService = nothing;
   }
 }
 
 bool User::isLimited() {
-  if (!mIsLimited) mIsLimited = !mHost->sessionLimits.limited({mAccount.entry.userID}).empty();
+  if (!mIsLimited) {
+    auto& limits = mContext->host().sessionLimits;
+    mIsLimited = !limits.limited({mAccount.line.userID()}).empty();
+  }
   return *mIsLimited;
 }
 
@@ -242,7 +230,7 @@ void User::fetchSessionLimits(Context& context, std::span<const std::shared_ptr<
   }
   const auto limited = wanted.empty() ? wanted : limits.limited(wanted);
   for (const auto& user : users) {
-    user->mIsLimited = !limited.empty() && limited.contains(user->mAccount.entry.userID);
+    user->mIsLimited = !limited.empty() && limited.contains(user->mAccount.line.userID());
   }
 }
 
@@ -263,15 +251,17 @@ bool User::changePassword(std::string_view oldPassword, std::string_view newPass
     return false;
   };
   std::string name;
+  std::shared_ptr<Context> context;
   {
     const std::lock_guard lock(mMutex);
     // PAM's "passwd" knows the accounts of /etc/passwd.
     if (mAccount.standsAlone) return refuse(directoryError::kPasswordServiceUnavailable);
-    name = mAccount.entry.name;
+    name = mAccount.line.name();
+    context = mContext;
   }
   // PAM asks a process of root's for no old password.
   if (getuid() == 0 && !verifyPassword(oldPassword, error)) return false;
-  switch (changePasswordThroughPam(mHost->options, name, oldPassword, newPassword)) {
+  switch (changePasswordThroughPam(context->host().options, name, oldPassword, newPassword)) {
     case PasswordChange::Done: {
       error = {};
       const std::lock_guard lock(mMutex);
@@ -295,15 +285,20 @@ std::optional<Dictionary> User::passwordPolicy() {
   return mPassword.policy();
 }
 
+/// One that knows the present state of the files.
+std::shared_ptr<Context> User::freshContext() const {
+  const std::lock_guard lock(mMutex);
+  return std::make_shared<Context>(mContext->sharedHost());
+}
+
 bool User::synchronize() {
-  const auto context = std::make_shared<Context>(mHost);
+  const auto context = freshContext();
   const auto present = userNamed(context, loginName());
   if (!present) return false;
   const std::scoped_lock lock(mMutex, present->mMutex);
   mContext = context;
-  keepLine(present->mAccount.line, present->mAccount.entry);
-  mAccount.record = present->mAccount.record;
-  mAccount.standsAlone = present->mAccount.standsAlone;
+  mAccount = present->mAccount;
+  mGUID.reset();
   mPassword.forget();
   mAccountsService.reset();
   mIsLimited.reset();

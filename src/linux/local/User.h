@@ -65,21 +65,21 @@ class User final : public DirectoryRecord {
   static const std::array<Attribute, 14> kAttributes;
 
   // All of these are called under mMutex.
-  void keepLine(std::string_view passwdLine, const PasswdEntry& entry);
   /// Adds the values of that kind, which has its canonical name.
   void addValues(std::string_view kind, Strings& values);
   std::string fullName() const;
-  const std::string& guid();
+  std::string guid();
   const Strings* attributesOfUserRecord(std::string_view kind) const;
   const AccountsServiceFile& accountsService();
   bool isLimited();
 
+  std::shared_ptr<Context> freshContext() const;
+
   mutable std::mutex mMutex;
-  const std::shared_ptr<Host> mHost;
   std::shared_ptr<Context> mContext;
   Account mAccount;
   Password mPassword;
-  std::string mGUID;  ///< empty until it is asked for
+  std::optional<UUIDBytes> mGUID;  ///< of the user id, once it is asked for
   std::shared_ptr<const AccountsServiceFile> mAccountsService;
   std::optional<bool> mIsLimited;  ///< in the sessions, by parental controls
 };

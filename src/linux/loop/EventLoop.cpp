@@ -20,7 +20,7 @@ namespace {
 constexpr std::chrono::microseconds kAccuracy{1000};
 
 struct Library {
-  LazyLibrary library{"libsystemd.so.0"};
+  LazyLibrary library{"libsystemd.so.0", "libsystemd0"};
 #define GATEHALL_SD_EVENT(name) \
   decltype(::sd_event_##name)* name = GATEHALL_FUNCTION(library, sd_event_##name)
   // "new" is no name for a field.

@@ -8,7 +8,8 @@ namespace gatehall {
 
 std::shared_ptr<RunLoopSource> LinuxSystemNotifications::registerName(
     std::string_view name, std::function<void()> handler) {
-  if (name != kConsoleSessionChangedNotification && name != kLocalGroupsChangedNotification) {
+  if (name != kConsoleSessionChangedNotification && name != kLocalGroupsChangedNotification &&
+      name != kAccountFilesChangedNotification) {
     return nullptr;
   }
   return mSources.add(name, std::move(handler));

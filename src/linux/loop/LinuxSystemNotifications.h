@@ -10,8 +10,9 @@
 
 namespace gatehall {
 
-/// What happens on the machine without content: kConsoleSessionChangedNotification and
-/// kLocalGroupsChangedNotification. No other name can be registered. On the main thread.
+/// What happens on the machine without content: kConsoleSessionChangedNotification,
+/// kLocalGroupsChangedNotification and kAccountFilesChangedNotification. No other name can be
+/// registered. On the main thread.
 class LinuxSystemNotifications final : public SystemNotifications {
  public:
   explicit LinuxSystemNotifications(MainLoop& runLoop) : mRunLoop(runLoop) {}

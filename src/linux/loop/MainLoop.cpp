@@ -146,6 +146,11 @@ void MainLoop::runUntilInterrupted() {
   auto& events = drive();
   const auto interrupt = events.whenSignalled(SIGINT, [this] { stop(); });
   const auto termination = events.whenSignalled(SIGTERM, [this] { stop(); });
+  run();
+}
+
+void MainLoop::run() {
+  auto& events = drive();
   while (!mStopped.exchange(false)) {
     const bool ran = runNext(RunLoopMode::Default);
     events.wakeAt(nextMoment());

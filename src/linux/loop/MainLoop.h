@@ -42,9 +42,16 @@ class MainLoop final : public LinuxRunLoop {
   void runUntilInterrupted() override;
   void stop() override;
 
+  /// Runs until stop is called, whatever signals there are.
+  void run();
+
   // For the services whose events the loop carries, from any thread.
 
   void post(std::function<void()> task);
+
+  /// Has whoever drives the loop by its descriptor dispatch once more: the machine's own loop has
+  /// something to wait for that it hadn't when the last dispatch ended.
+  void wake() const;
 
   /// Queues a task on behalf of a source; it is dropped if the source is in no mode of the loop now
   /// or when its turn comes.
@@ -69,7 +76,6 @@ class MainLoop final : public LinuxRunLoop {
 
   bool onMainThread() const;
   void runBody(std::function<void()> body, Thread& thread);
-  void wake() const;
   EventLoop& drive();
   std::optional<Moment> nextMoment();
   bool runNext(RunLoopMode mode) noexcept;

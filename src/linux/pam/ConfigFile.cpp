@@ -9,6 +9,7 @@
 
 #include "gatehall/base/PlatformException.h"
 #include "linux/files/FileDescriptor.h"
+#include "linux/files/HostPath.h"
 #include "linux/files/OwnedFile.h"
 
 namespace gatehall::pam {
@@ -63,8 +64,7 @@ void readLines(std::string_view content, ConfigFile& file) {
 std::optional<ConfigFile> readConfigFile(const HostOptions& options, std::string_view path) {
   struct stat status {};
   int error = 0;
-  const auto opened =
-      openRegularFile(options.root + std::string(path), Symlinks::Follow, status, error);
+  const auto opened = openRegularFile(hostPath(options, path), Symlinks::Follow, status, error);
   if (error == ENOENT || error == ENOTDIR) return std::nullopt;
   if (error == EINVAL) fail(path, "it is no regular file");
   if (error != 0) fail(path, std::generic_category().message(error));
@@ -76,7 +76,7 @@ std::optional<ConfigFile> readConfigFile(const HostOptions& options, std::string
       .path = std::string(path), .lines = {}, .distrust = distrustOf(status, systemOwner(options))};
   const auto folder = file.path.substr(0, file.path.rfind('/'));
   struct stat above {};
-  if (file.distrust.empty() && stat((options.root + folder).c_str(), &above) == 0) {
+  if (file.distrust.empty() && stat(hostPath(options, folder).c_str(), &above) == 0) {
     const auto reason = distrustOf(above, systemOwner(options));
     if (!reason.empty()) file.distrust = "is in " + folder + ", which " + reason;
   }

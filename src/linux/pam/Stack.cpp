@@ -13,6 +13,7 @@
 
 #include "base/Ascii.h"
 #include "gatehall/base/PlatformException.h"
+#include "linux/files/HostPath.h"
 #include "linux/pam/ConfigFile.h"
 
 namespace gatehall::pam {
@@ -218,7 +219,7 @@ Stack readAccountStack(const HostOptions& options, std::string_view service) {
 Strings servicesWithFile(const HostOptions& options) {
   std::set<std::string, std::less<>> names;
   for (const auto folder : kFolders) {
-    const auto path = options.root + std::string(folder);
+    const auto path = hostPath(options, folder);
     const std::unique_ptr<DIR, CloseFolder> opened(opendir(path.c_str()));
     if (!opened && errno == ENOENT) continue;
     if (!opened) {

@@ -1,25 +1,17 @@
 #include "linux/preferences/LinuxPreferences.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "gatehall/base/PlatformException.h"
-#include "gatehall/platform/AttributeKinds.h"
+#include "linux/files/HostPath.h"
 #include "linux/files/OwnedFile.h"
 #include "linux/preferences/PolicyFileContent.h"
-#include "linux/records/AccountLookup.h"
+#include "linux/preferences/SettingsFiles.h"
 #include "portable/formats/PropertyList.h"
 
 namespace gatehall {
 
 namespace {
-
-/// True for a domain's name that can be a file's and stays in its folder.
-bool isFileName(std::string_view domain) {
-  constexpr std::size_t longest = 200;
-  return !domain.empty() && domain.size() <= longest && domain.front() != '.' &&
-         std::none_of(domain.begin(), domain.end(), [](char c) { return c == '/' || c == '\0'; });
-}
 
 /// The entries of a user's own file; none, with a line in the log, when it can't be used. Its owner
 /// could have written anything into it.
@@ -90,23 +82,22 @@ std::shared_ptr<const LinuxPreferences::Domain> LinuxPreferences::domainNamed(
 }
 
 LinuxPreferences::Domain LinuxPreferences::read(std::string_view name) {
-  if (!isFileName(name)) return {};
-  const auto file = std::string(name) + ".plist";
+  if (!canNameSettings(name)) return {};
   Domain domain;
   domain.system =
-      readPolicySettings(mOptions, "/etc/gatehall/" + file, mFaults).value_or(Dictionary());
+      readPolicySettings(mOptions, machinePreferencesFile(name), mFaults).value_or(Dictionary());
   const auto user = mProcess.effectiveUserID();
-  if (const auto home = homeDirectory(user)) {
-    domain.user = readUserEntries(mOptions.root + *home + "/.config/gatehall/" + file,
+  if (const auto file = ownFile(user, name)) {
+    domain.user = readUserEntries(hostPath(mOptions, *file, Symlinks::Refuse),
                                   {user, systemOwner(mOptions)}, mLog);
   }
   return domain;
 }
 
-std::optional<std::string> LinuxPreferences::homeDirectory(std::uint32_t userID) {
+std::optional<std::string> LinuxPreferences::ownFile(std::uint32_t userID,
+                                                     std::string_view domain) {
   try {
-    auto home = accountAttribute(mDirectory, userID, attribute::NFSHomeDirectory);
-    if (home && home->starts_with('/')) return home;
+    return ownPreferencesFile(mDirectory, userID, domain);
   } catch (const PlatformException& error) {
     mLog.error("Unable to find the home folder of user " + std::to_string(userID) + ": " +
                error.what());

@@ -42,7 +42,7 @@ class LinuxPreferences final : public PreferenceStore {
 
   std::shared_ptr<const Domain> domainNamed(std::string_view name);
   Domain read(std::string_view name);
-  std::optional<std::string> homeDirectory(std::uint32_t userID);
+  std::optional<std::string> ownFile(std::uint32_t userID, std::string_view domain);
 
   HostOptions mOptions;
   DirectoryService& mDirectory;

@@ -8,10 +8,10 @@
 
 #include "base/Ascii.h"
 #include "gatehall/base/PlatformException.h"
-#include "linux/files/NearestName.h"
 #include "linux/files/PolicyFile.h"
 #include "portable/formats/PropertyList.h"
 #include "portable/formats/PropertyListGrammar.h"
+#include "portable/text/NearestName.h"
 
 namespace gatehall {
 
@@ -57,7 +57,7 @@ std::string faultOfEntry(const Value& entry, bool isOfGUIDs) {
   const auto* text = entry.string();
   if (text == nullptr) return "is no text";
   if (!isOfGUIDs || *text == "*" || isGUID(*text)) return {};
-  return "\"" + printable(*text) + "\" is neither * nor a GUID, which gatehallctl user shows";
+  return "\"" + printable(*text) + "\" is neither * nor a GUID, which gatehallctl guid shows";
 }
 
 /// As strictBoolean, but for a number only 0 and 1: another one may be meant either way.
@@ -69,80 +69,91 @@ bool isBoolean(const Value& value) {
 
 /// What is wrong with a setting's value; empty when nothing is.
 std::string faultOfValue(std::string_view key, const Value& value) {
-  const bool isOfGUIDs = std::ranges::find(kGUIDLists, key) != kGUIDLists.end();
-  if (!isOfGUIDs && key != kNameList) {
-    return isBoolean(value) ? std::string() : "it is no boolean";
-  }
+  const auto kind = kindOfSetting(key);
+  if (kind == SettingKind::Boolean) return isBoolean(value) ? std::string() : "it is no boolean";
   const auto* list = value.array();
   if (list == nullptr) return "it is no list";
   for (std::size_t index = 0; index < list->size(); ++index) {
-    const auto fault = faultOfEntry((*list)[index], isOfGUIDs);
+    const auto fault = faultOfEntry((*list)[index], kind == SettingKind::GUIDs);
     if (!fault.empty()) return "entry " + std::to_string(index + 1) + " " + fault;
   }
   return {};
 }
 
-/// One file while its settings are looked at.
-class Settings {
- public:
-  Settings(std::string_view path, const KeyLines& lines, FaultLog& faults)
-      : mPath(path), mLines(lines), mFaults(faults) {}
+/// What is wrong with a key that is no setting of a file of that name; empty text when nothing is.
+SettingFault faultOfKey(std::string_view name, std::string_view key,
+                        std::span<const std::string_view> known) {
+  const auto nearest = nearestName(key, known);
+  // Tavlo's file holds settings of others, too.
+  if (!nearest.isSlip() && name != kLoginScreenFile) return {};
+  return {.key = std::string(key),
+          .text = "it is no setting; did you mean " + std::string(nearest.name) + "?",
+          .isRefused = nearest.isSlip()};
+}
 
-  void check(const Dictionary& settings) const {
-    const auto known = keysOf(fileName(mPath));
-    if (known.empty()) return;
-    for (const auto& [key, value] : settings) {
-      const bool isSetting = std::ranges::find(known, key) != known.end();
-      const auto fault = isSetting ? faultOfValue(key, value) : faultOfKey(key, known);
-      if (!fault.empty())
-        throw PlatformException(place(key) + ": " + printable(key) + ": " + fault);
-    }
-  }
-
- private:
-  /// What is wrong with a key that is no setting, unless it is enough to report it.
-  std::string faultOfKey(std::string_view key, std::span<const std::string_view> known) const {
-    const auto nearest = nearestName(key, known);
-    auto fault = "it is no setting; did you mean " + std::string(nearest.name) + "?";
-    if (nearest.isSlip()) return fault;
-    // Tavlo's file holds settings of others, too.
-    if (fileName(mPath) == kLoginScreenFile)
-      mFaults.report(place(key), printable(key) + ": " + fault);
-    return {};
-  }
-
-  std::string place(std::string_view key) const {
-    std::string text(mPath);
-    const auto line = mLines.find(key);
-    return line == mLines.end() ? text : text.append(":").append(std::to_string(line->second));
-  }
-
-  std::string_view mPath;
-  const KeyLines& mLines;
-  FaultLog& mFaults;
-};
+std::string placeOf(std::string_view path, const KeyLines& lines, std::string_view key) {
+  std::string text(path);
+  const auto line = lines.find(key);
+  return line == lines.end() ? text : text.append(":").append(std::to_string(line->second));
+}
 
 }  // namespace
 
-std::optional<Dictionary> readPolicySettings(const HostOptions& options, std::string_view path,
-                                             FaultLog& faults) {
+std::vector<SettingFault> faultsOfSettings(std::string_view path, const Dictionary& settings) {
+  const auto name = fileName(path);
+  std::vector<SettingFault> faults;
+  const auto known = keysOf(name);
+  if (known.empty()) return faults;
+  for (const auto& [key, value] : settings) {
+    const bool isSetting = std::ranges::find(known, key) != known.end();
+    auto fault = isSetting ? SettingFault{key, faultOfValue(key, value), true}
+                           : faultOfKey(name, key, known);
+    if (!fault.text.empty()) faults.push_back(std::move(fault));
+  }
+  return faults;
+}
+
+std::span<const std::string_view> loginScreenSettings() { return kLoginScreenKeys; }
+
+SettingKind kindOfSetting(std::string_view key) {
+  if (std::ranges::find(kGUIDLists, key) != kGUIDLists.end()) return SettingKind::GUIDs;
+  return key == kNameList ? SettingKind::Names : SettingKind::Boolean;
+}
+
+PolicyFileContent policyFileContent(std::string_view path, std::string_view bytes) {
+  PolicyFileContent content{.settings = {}, .lines = checkPropertyListGrammar(bytes)};
+  const auto list = parsePropertyList(bytes);
+  const auto* settings = list.dictionary();
+  if (settings == nullptr) throw MalformedPropertyList("it holds no dictionary");
+  content.settings = *settings;
+  content.faults = faultsOfSettings(path, content.settings);
+  return content;
+}
+
+std::optional<PolicyFileContent> readPolicyFileContent(const HostOptions& options,
+                                                       std::string_view path) {
   const auto bytes = readPolicyFile(options, path, kLargestPropertyList);
   if (!bytes) return std::nullopt;
-  const auto refuse = [&](std::string_view why) {
-    std::string text(path);
-    throw PlatformException(text.append(": ").append(why));
-  };
   try {
-    const auto lines = checkPropertyListGrammar(*bytes);
-    const auto list = parsePropertyList(*bytes);
-    const auto* settings = list.dictionary();
-    if (settings == nullptr) refuse("it holds no dictionary");
-    Settings(path, lines, faults).check(*settings);
-    return *settings;
+    return policyFileContent(path, *bytes);
   } catch (const MalformedPropertyList& error) {
-    refuse(error.what());
+    std::string text(path);
+    throw PlatformException(text.append(": ").append(error.what()));
   }
-  return std::nullopt;
+}
+
+std::optional<Dictionary> readPolicySettings(const HostOptions& options, std::string_view path,
+                                             FaultLog& faults) {
+  auto content = readPolicyFileContent(options, path);
+  if (!content) return std::nullopt;
+  for (const auto& fault : content->faults) {
+    auto place = placeOf(path, content->lines, fault.key);
+    auto text = printable(fault.key);
+    text.append(": ").append(fault.text);
+    if (fault.isRefused) throw PlatformException(place.append(": ").append(text));
+    faults.report(place, text);
+  }
+  return std::move(content->settings);
 }
 
 }  // namespace gatehall

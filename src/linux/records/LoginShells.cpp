@@ -4,12 +4,13 @@
 #include <cstring>
 
 #include "gatehall/base/PlatformException.h"
+#include "linux/files/HostPath.h"
 #include "linux/files/LineFile.h"
 
 namespace gatehall {
 
 LoginShells::LoginShells(const HostOptions& options) {
-  LineFile file(options.root + "/etc/shells", 4096);
+  LineFile file(hostPath(options, "/etc/shells"), 4096);
   if (file.openError() == ENOENT) {
     mShells = {"/bin/sh", "/bin/csh"};
   } else if (file.openError() != 0) {

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "gatehall/base/PlatformException.h"
 #include "gatehall/platform/DirectoryService.h"
@@ -36,11 +39,28 @@ class NetworkNode : public DirectoryNode {
   struct Reached {
     std::string server;
     std::chrono::duration<double> roundTrip{};
+    /// Whether its answers come out of a cache, since its own servers are away; absent: nobody can
+    /// tell.
+    std::optional<bool> isFromCache{};
   };
 
   /// Asks it. From any thread. Raises PlatformException, whose text says in words why the directory
   /// can't be reached.
   virtual Reached reach() = 0;
+
+  /// An entry that is no account on this machine.
+  struct LeftOut {
+    std::string name;
+    std::string fullName;
+    std::string guid;
+    std::optional<std::uint32_t> userID;
+    std::string rule;  ///< why: "user id too low", "user id too high", "hidden by a local account"
+    std::string why;   ///< the same in a sentence without a full stop
+  };
+
+  /// The users with that value of one of the kinds RecordName, UniqueID and GUID that are left out.
+  /// From any thread. May raise PlatformException.
+  virtual std::vector<LeftOut> leftOut(std::string_view, const std::string&) { return {}; }
 
   /// Drops what was fetched and kept for the next questions. From any thread; raises nothing.
   virtual void forgetFetched() {}

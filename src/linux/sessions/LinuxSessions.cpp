@@ -12,10 +12,11 @@
 
 namespace gatehall {
 
-LinuxSessions::LinuxSessions(DirectoryService& directory, Log& log)
-    : mDirectory(directory), mLog(log) {}
+LinuxSessions::LinuxSessions(const HostOptions& options, DirectoryService& directory, Log& log)
+    : mIsRunning(options.isRunning), mDirectory(directory), mLog(log) {}
 
 std::optional<Dictionary> LinuxSessions::copyCurrentSession() {
+  if (!mIsRunning) return std::nullopt;
   try {
     const auto name = sdLogin::activeSession(graphicalSession::kSeat);
     const auto session = name ? sdLogin::session(*name) : std::nullopt;
@@ -27,8 +28,9 @@ std::optional<Dictionary> LinuxSessions::copyCurrentSession() {
 }
 
 std::optional<std::vector<std::optional<Dictionary>>> LinuxSessions::copySessionList() {
+  std::vector<std::optional<Dictionary>> list;
+  if (!mIsRunning) return list;
   try {
-    std::vector<std::optional<Dictionary>> list;
     for (const auto& name : sdLogin::sessions()) {
       const auto session = sdLogin::session(name);
       if (!session) {

@@ -26,7 +26,7 @@ struct FreedList {
 };
 
 struct Library {
-  LazyLibrary library{"libsystemd.so.0"};
+  LazyLibrary library{"libsystemd.so.0", "libsystemd0"};
 #define GATEHALL_SD(name) decltype(::sd_##name)* name = GATEHALL_FUNCTION(library, sd_##name)
   GATEHALL_SD(get_sessions);
   GATEHALL_SD(seat_get_active);

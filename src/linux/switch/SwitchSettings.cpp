@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include "linux/files/FaultLog.h"
 #include "linux/files/TomlFile.h"
 
 namespace gatehall {
@@ -16,6 +15,10 @@ constexpr std::array<std::string_view, 1> kSettings{kLock};
 
 SwitchSettings SwitchSettings::read(const HostOptions& options, Log& log) {
   FaultLog faults(log);
+  return read(options, faults);
+}
+
+SwitchSettings SwitchSettings::read(const HostOptions& options, FaultLog& faults) {
   const auto file = TomlFile::read(options, kPath, faults);
   bool isUsable = file.state == TomlFile::State::Read;
   for (const auto& [key, value] : file.table) {

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "gatehall/platform/Log.h"
+#include "linux/files/FaultLog.h"
 #include "linux/files/HostOptions.h"
 
 namespace gatehall {
@@ -17,6 +18,7 @@ struct SwitchSettings {
   bool requiresLock = true;
 
   static SwitchSettings read(const HostOptions& options, Log& log);
+  static SwitchSettings read(const HostOptions& options, FaultLog& faults);
 };
 
 }  // namespace gatehall

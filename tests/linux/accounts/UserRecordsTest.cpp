@@ -126,7 +126,7 @@ TEST_F(UserRecordFiles, LockAnAccountOrEndIt) {
   EXPECT_THAT(values(machine.user("bob"), "AuthenticationAuthority"), ElementsAre(";ShadowHash;"));
   machine.clock.seconds += 1;
   EXPECT_THAT(values(machine.user("bob"), "AuthenticationAuthority"),
-              ElementsAre(";ShadowHash;", ";DisabledUser;"));
+              ElementsAre(";ShadowHash;", ";DisabledUser;expired"));
 }
 
 TEST_F(UserRecordFiles, HoldAttributesByTheirNames) {

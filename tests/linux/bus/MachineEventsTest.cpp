@@ -274,6 +274,25 @@ TEST_F(MachineEventsTest, TellOfAConsoleThatChangedBeforeItCouldBeHeard) {
   EXPECT_EQ(heard.size(), 1U);
 }
 
+TEST(MachineEventsUnderAFolder, ReadNoSessionOfThisMachine) {
+  if (!OwnRun::obstacle().empty()) GTEST_SKIP() << OwnRun::obstacle();
+  const OwnRun run;
+  // Whoever reads what stands there logs that it can't be read.
+  std::filesystem::create_symlink("seat0", "/run/systemd/seats/seat0");
+  const Machine machine;
+  for (const bool isRunning : {true, false}) {
+    const auto log = std::make_shared<KeptLog>();
+    auto options = machine.linuxOptions();
+    options.setSystemBusAddress("unix:path=" + machine.path("/none"));
+    options.setRunning(isRunning);
+    LinuxPlatform platform(options, log);
+    platform.runLoop().descriptor();
+    EXPECT_EQ(std::ranges::any_of(
+                  log->lines(), [](const auto& line) { return line.find("logind") < line.size(); }),
+              isRunning);
+  }
+}
+
 TEST_F(MachineEventsTest, TellOfGroupsThatChange) {
   begin({});
   replace("/etc/group", "staff:x:50:ann\n");
@@ -304,6 +323,28 @@ TEST_F(MachineEventsTest, RefreshForAccountFilesOfWhichAccountsServiceSaysNothin
   EXPECT_TRUE(isHeard(kRefresh));
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500))
       << "it had no time to read them";
+}
+
+TEST_F(MachineEventsTest, TellOfAccountFilesBeforeItIsKnownWhatThatMeans) {
+  begin({kAccounts});
+  int told = 0;
+  const auto source =
+      platform->systemNotifications().registerName(kAccountFilesChangedNotification, [&] {
+        EXPECT_THAT(heard, Not(Contains(kRefresh)));
+        ++told;
+      });
+  loop().addSource(source, RunLoopMode::Default);
+  replace("/etc/passwd", "ann:x:1000:1000:Ann Lee:/home/ann:/bin/sh\n");
+  EXPECT_TRUE(driveUntil(loop(), [&] { return told == 1; }));
+  EXPECT_TRUE(isHeard(kRefresh));
+  heard.clear();
+  replace("/etc/shadow", "ann:!:1::::::\n");
+  EXPECT_TRUE(driveUntil(loop(), [&] { return told == 2; }));
+  EXPECT_TRUE(isHeard(kRefresh));
+  machine.write("/etc/hosts", "127.0.0.1 localhost\n");
+  driveFor(loop(), 0.05);
+  EXPECT_EQ(told, 2);
+  loop().removeSource(source, RunLoopMode::Default);
 }
 
 TEST_F(MachineEventsTest, LeaveAccountFilesToAccountsServiceThatTells) {

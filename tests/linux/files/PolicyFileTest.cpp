@@ -51,6 +51,15 @@ TEST_F(PolicyFile, IsAbsentOnlyWhenItOrAFolderAboveIsNotThere) {
   EXPECT_EQ(answer(machine), "absent");
 }
 
+TEST_F(PolicyFile, ThatIsRehearsedIsWhatTheHostsOptionsSay) {
+  machine.options.rehearsed[kPath] = "another";
+  EXPECT_EQ(answer(machine), "another");
+  machine.options.rehearsed[kPath] = std::nullopt;
+  EXPECT_EQ(answer(machine), "absent");
+  machine.options.rehearsed = {{"/another", "another"}};
+  EXPECT_EQ(answer(machine), "policy");
+}
+
 TEST_F(PolicyFile, HasEveryFolderAboveItLookedAt) {
   ASSERT_EQ(chmod(machine.path("/a folder").c_str(), 0775), 0);
   EXPECT_EQ(answer(machine),

@@ -140,9 +140,13 @@ TEST_F(LocalPasswords, OfAnAccountPastItsExpiryDateAreRefused) {
               ElementsAre(";ShadowHash;"));
   machine.clock.seconds += 1;
   const auto user = carol("x", kSecret, "19000:0:99999:7::20000:");
-  EXPECT_THAT(authority(user), ElementsAre(";ShadowHash;", ";DisabledUser;"));
+  EXPECT_THAT(authority(user), ElementsAre(";ShadowHash;", ";DisabledUser;expired"));
   EXPECT_EQ(verify(user, "secret"), directoryError::kAccountDisabled);
-  EXPECT_THAT(authority(carol("x", "*", "19000:0:99999:7::1:")), ElementsAre(";DisabledUser;"));
+  EXPECT_THAT(authority(carol("x", "*", "19000:0:99999:7::1:")),
+              ElementsAre(";DisabledUser;expired"));
+  EXPECT_THAT(authority(carol("x", "!" + std::string(kSecret), "19000:0:99999:7::1:")),
+              ElementsAre(";ShadowHash;", ";DisabledUser;"))
+      << "locked, whatever its end";
 }
 
 TEST_F(LocalPasswords, AreTheSameInAListAsAskedOneByOne) {

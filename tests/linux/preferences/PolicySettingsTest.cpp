@@ -69,7 +69,7 @@ TEST_F(PolicySettings, AreThoseOfTheFile) {
 }
 
 TEST_F(PolicySettings, ThatCanNotBeMeantAreNamedWithFileAndKey) {
-  const std::string guidsAreWanted = " is neither * nor a GUID, which gatehallctl user shows";
+  const std::string guidsAreWanted = " is neither * nor a GUID, which gatehallctl guid shows";
   const std::pair<Dictionary, std::string> cases[] = {
       {{{"DenyList", kErin}}, "DenyList: it is no list"},
       {{{"AllowList", true}}, "AllowList: it is no list"},

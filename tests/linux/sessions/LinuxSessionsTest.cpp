@@ -92,7 +92,7 @@ class LinuxSessionsTest : public testing::Test {
 
   std::unique_ptr<OwnRun> run;
   Machine machine;
-  LinuxSessions sessions{machine.directory(), machine.log};
+  LinuxSessions sessions{machine.options, machine.directory(), machine.log};
 };
 
 TEST_F(LinuxSessionsTest, ListsOnlyGraphicalSessionsOfUsersOnASeat) {
@@ -104,6 +104,17 @@ TEST_F(LinuxSessionsTest, ListsOnlyGraphicalSessionsOfUsersOnASeat) {
   run->write("sessions/6", sessionFile(2003, "seat0", "x11", "greeter", "online"));
   run->write("sessions/7", sessionFile(2004, "seat0", "x11", "background", "online"));
   EXPECT_THAT(listed(), testing::UnorderedElementsAre(1000, 1001, 1002));
+}
+
+TEST_F(LinuxSessionsTest, AMachineThatDoesNotRunHasNone) {
+  run->write("sessions/1", sessionFile(1000, "seat0", "x11", "user", "active"));
+  run->write("seats/seat0", "ACTIVE=1\nACTIVE_UID=1000\n");
+  ASSERT_TRUE(sessions.copyCurrentSession());
+  auto options = machine.options;
+  options.isRunning = false;
+  LinuxSessions ofFiles(options, machine.directory(), machine.log);
+  EXPECT_FALSE(ofFiles.copyCurrentSession());
+  EXPECT_THAT(ofFiles.copySessionList(), testing::Optional(IsEmpty()));
 }
 
 TEST_F(LinuxSessionsTest, TellsWhetherTheLoginIsDone) {

@@ -1,5 +1,5 @@
 // Stands in on a private bus for the services that are asked of a machine: display managers,
-// logind, AccountsService.
+// logind, AccountsService, SSSD's InfoPipe.
 //
 //   seat-stand-in ADDRESS WORD...
 //
@@ -14,8 +14,9 @@
 // seat's active session; brings=NAME, the one that comes to the front when a display manager is
 // asked for a switch; locker=HOW, who locks a session when logind says so (without the word
 // somebody who does at once): none, late (only once the lock was looked for), lying (the change is
-// told, and the session isn't locked); terminal=late: a session that logind activates is in front
-// only once that was looked for; account=…, in AccountsService (Accounts.h).
+// told, and the session isn't locked); sssd=HOW, whose second domain is online or offline;
+// terminal=late: a session that logind activates is in front only once that was looked for;
+// account=…, in AccountsService (Accounts.h).
 //
 // Prints "ready" once it is on the bus, then every call that would change something, as
 // "OBJECT-PATH MEMBER ARGUMENT...", and every call of AccountsService, until its standard input
@@ -40,6 +41,8 @@
 namespace {
 
 constexpr const char* kAccounts = "org.freedesktop.Accounts";
+
+constexpr const char* kSssd = "org.freedesktop.sssd.infopipe";
 
 constexpr const char* kLogin1 = "org.freedesktop.login1";
 
@@ -240,6 +243,24 @@ void perform(Host& host, sd_bus_message* message) {
   }
 }
 
+/// SSSD has two domains, the second of which is online or not.
+int answerForSssd(sd_bus_message* message, const std::string& behaviour) {
+  constexpr const char* kFirst = "/org/freedesktop/sssd/infopipe/Domains/school";
+  constexpr const char* kSecond = "/org/freedesktop/sssd/infopipe/Domains/office";
+  if (behaviour == "refusing") {
+    return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_ACCESS_DENIED, "Not\ntoday");
+  }
+  if (sd_bus_message_is_method_call(message, kSssd, "ListDomains") > 0) {
+    return sd_bus_reply_method_return(message, "ao", 2, kFirst, kSecond);
+  }
+  const auto domains = std::string(kSssd) + ".Domains.Domain";
+  if (sd_bus_message_is_method_call(message, domains.c_str(), "IsOnline") <= 0) {
+    return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_UNKNOWN_METHOD, "No such method");
+  }
+  const bool isSecond = std::string_view(sd_bus_message_get_path(message)) == kSecond;
+  return sd_bus_reply_method_return(message, "b", !isSecond || behaviour == "online");
+}
+
 int onMessage(sd_bus_message* message, void* data, sd_bus_error* /*error*/) {
   auto& host = *static_cast<Host*>(data);
   const char* destination = sd_bus_message_get_destination(message);
@@ -252,6 +273,7 @@ int onMessage(sd_bus_message* message, void* data, sd_bus_error* /*error*/) {
   if (behaviour == "silent") return 1;
   if (behaviour == "nonsense") return sd_bus_reply_method_return(message, "u", 7U) < 0 ? -1 : 1;
   if (service->first == kAccounts) return host.accounts.answer(message);
+  if (service->first == kSssd) return answerForSssd(message, behaviour) < 0 ? -1 : 1;
   if (answerQuestion(host, message) > 0) return 1;
   record(message);
   const std::string member = sd_bus_message_get_member(message);
@@ -294,6 +316,8 @@ void readWord(Host& host, const std::string& word) {
     host.sessions.push_back(readSession(value, name == "gone"));
   } else if (name == "accounts") {
     host.behaviour[kAccounts] = value;
+  } else if (name == "sssd") {
+    host.behaviour[kSssd] = value;
   } else if (name == "account") {
     host.accounts.add(value);
   } else if (name == "active") {
