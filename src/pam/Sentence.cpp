@@ -2,39 +2,32 @@
 
 #include <array>
 #include <chrono>
-#include <clocale>
-#include <cstdlib>
 #include <ctime>
-#include <libintl.h>
 #include <string_view>
 
 namespace gatehall::pam {
 
 namespace {
 
-constexpr const char* kDomain = "gatehall";
-
-const char* translated(const char* text) { return dgettext(kDomain, text); }
-
-const char* sentenceFor(LoginRule rule) {
+std::string_view sentenceFor(LoginRule rule, const MessageCatalogue& language) {
   switch (rule) {
     case LoginRule::NoServiceAccess:
-      return translated(
+      return language.translated(
           "You may not log in on this computer: only some people may, and you are not among them.");
     case LoginRule::LocalLoginDisabled:
-      return translated(
+      return language.translated(
           "You may not log in on this computer: its own accounts are closed to all but "
           "administrators.");
     case LoginRule::NetworkAway:
-      return translated(
+      return language.translated(
           "You may not log in on this computer: the network of your account can't be reached.");
     case LoginRule::EveryoneDenied:
-      return translated(
+      return language.translated(
           "You may not log in on this computer: it is closed to everybody from the network.");
     case LoginRule::DeniedByGUID:
-      return translated("You may not log in on this computer: your account is excluded.");
+      return language.translated("You may not log in on this computer: your account is excluded.");
     case LoginRule::NotInAllowList:
-      return translated(
+      return language.translated(
           "You may not log in on this computer: your account is not among those that may.");
     case LoginRule::Administrator:
     case LoginRule::LocalLoginEnabled:
@@ -77,53 +70,55 @@ std::string withTime(std::string_view sentence, const std::tm& time, const char*
   return result;
 }
 
-std::string hoursSentence(const std::optional<Date>& begin, Date now) {
-  if (!begin) return translated("You may not log in on this computer: not at this time.");
+std::string hoursSentence(const std::optional<Date>& begin, Date now,
+                          const MessageCatalogue& language) {
+  if (!begin) {
+    return std::string(
+        language.translated("You may not log in on this computer: not at this time."));
+  }
   const auto time = localTime(*begin);
   if (isSameDay(time, localTime(now))) {
     // TRANSLATORS: %s is a time of the day, such as 16:00.
-    return withTime(translated("You may not log in on this computer: not before %s."), time,
-                    "%H:%M");
+    return withTime(language.translated("You may not log in on this computer: not before %s."),
+                    time, "%H:%M");
   }
   if (isSameDay(time, dayAfter(localTime(now)))) {
     // TRANSLATORS: %s is a time of the day, such as 08:00.
-    return withTime(translated("You may not log in on this computer: not before %s tomorrow."),
-                    time, "%H:%M");
+    return withTime(
+        language.translated("You may not log in on this computer: not before %s tomorrow."), time,
+        "%H:%M");
   }
   // TRANSLATORS: %s is a day and a time, such as 2026-11-30 08:00.
-  return withTime(translated("You may not log in on this computer: not until %s."), time,
+  return withTime(language.translated("You may not log in on this computer: not until %s."), time,
                   "%Y-%m-%d %H:%M");
 }
 
 }  // namespace
 
-std::string undecidableSentence() {
-  return translated(
+std::string undecidableSentence(const MessageCatalogue& language) {
+  return std::string(language.translated(
       "It can't be told now whether you may log in on this computer. Try again later, or ask "
-      "whoever looks after it.");
+      "whoever looks after it."));
 }
 
-std::string sentenceFor(const DoorDecision& decision, Date now) {
+std::string sentenceFor(const DoorDecision& decision, Date now, const MessageCatalogue& language) {
   switch (decision.answer) {
     case DecisionRecord::Answer::Admitted:
       return {};
     case DecisionRecord::Answer::Undecidable:
-      return undecidableSentence();
+      return undecidableSentence(language);
     case DecisionRecord::Answer::NotFound:
     case DecisionRecord::Answer::Refused:
       break;
   }
-  if (decision.isOutsideHours) return hoursSentence(decision.hoursBegin, now);
-  if (decision.rule) return sentenceFor(*decision.rule);
-  return translated("You may not log in on this computer: it doesn't know your account.");
+  if (decision.isOutsideHours) return hoursSentence(decision.hoursBegin, now, language);
+  if (decision.rule) return std::string(sentenceFor(*decision.rule, language));
+  return std::string(
+      language.translated("You may not log in on this computer: it doesn't know your account."));
 }
 
-void speak(const std::string& localeName) {
-  // Of the machine's locales one is always there; LANGUAGE (gettext(3)) chooses the catalogue.
-  if (std::setlocale(LC_ALL, "C.UTF-8") == nullptr) return;
-  const auto language = localeName.substr(0, localeName.find('.'));
-  const bool isNone = language.empty() || language == "C" || language == "POSIX";
-  setenv("LANGUAGE", isNone ? "en" : language.c_str(), 1);
+MessageCatalogue languageOf(const std::string& localeName) {
+  return catalogueFor(localeName, "gatehall");
 }
 
 }  // namespace gatehall::pam

@@ -110,9 +110,11 @@ pam::Answer answerTo(const pam::Question& question, bool hasRoom) {
   if (decision.isAdmitted()) return answer;
   // Nobody gets in by limits of their own making.
   if (!hasRoom) answer.verdict = pam::Verdict::Refused;
-  const std::string language(question.language.value());
-  pam::speak(language.empty() ? machineLocale(HostOptions(), "LC_MESSAGES") : language);
-  if (!answer.sentence.set(pam::sentenceFor(decision, platform().clock().now()))) std::abort();
+  const std::string locale(question.language.value());
+  const auto language =
+      pam::languageOf(locale.empty() ? machineLocale(HostOptions(), "LC_MESSAGES") : locale);
+  const auto sentence = pam::sentenceFor(decision, platform().clock().now(), language);
+  if (!answer.sentence.set(sentence)) std::abort();
   return answer;
 }
 

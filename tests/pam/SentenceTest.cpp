@@ -1,9 +1,10 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <libintl.h>
-#include <locale.h>
 #include <set>
+#include <string>
+#include <thread>
 #include <time.h>
+#include <vector>
 
 #include "pam/Sentence.h"
 
@@ -12,36 +13,31 @@ namespace {
 
 using Answer = DecisionRecord::Answer;
 
-/// In a zone of its own, and in English unless a case speaks something else.
+/// In a zone of its own, and in English unless a case says something else.
 class SentenceTest : public testing::Test {
  protected:
   SentenceTest() {
     setenv("TZ", "XXX-2", 1);
     tzset();
-    bindtextdomain("gatehall", GATEHALL_CATALOGUES);
-    speak("");
-  }
-  /// A process speaks one language; a case has several, one after another.
-  static void speakInstead(const std::string& localeName) {
-    setlocale(LC_ALL, "C");
-    speak(localeName);
   }
   ~SentenceTest() override {
     unsetenv("TZ");
     tzset();
-    setlocale(LC_ALL, "C");
-    unsetenv("LANGUAGE");
   }
 
-  static std::string refusedBy(LoginRule rule) {
-    return sentenceFor({.answer = Answer::Refused, .rule = rule}, kNow);
+  static MessageCatalogue catalogue(const std::string& localeName) {
+    return catalogueFor(localeName, "gatehall", GATEHALL_CATALOGUES);
   }
 
-  static std::string untilHours(std::optional<Date> begin) {
+  static std::string refusedBy(LoginRule rule, const MessageCatalogue& language = {}) {
+    return sentenceFor({.answer = Answer::Refused, .rule = rule}, kNow, language);
+  }
+
+  static std::string untilHours(std::optional<Date> begin, const MessageCatalogue& language = {}) {
     DoorDecision decision{.answer = Answer::Refused, .rule = LoginRule::LocalLoginEnabled};
     decision.isOutsideHours = true;
     decision.hoursBegin = begin;
-    return sentenceFor(decision, kNow);
+    return sentenceFor(decision, kNow, language);
   }
 
   static Date at(double seconds) { return Date(std::chrono::duration<double>(seconds)); }
@@ -109,28 +105,40 @@ TEST_F(SentenceTest, OfWhomNobodyKnowsSaysSo) {
 }
 
 TEST_F(SentenceTest, IsInTheLanguageOfTheLocaleWhetherTheMachineHasThatOrNot) {
-  speakInstead("de_AT.UTF-8");
-  EXPECT_EQ(refusedBy(LoginRule::DeniedByGUID),
+  const auto german = catalogue("de_AT.UTF-8");
+  EXPECT_EQ(refusedBy(LoginRule::DeniedByGUID, german),
             "Sie dürfen sich an diesem Computer nicht anmelden: Ihr Konto ist ausgeschlossen.");
-  EXPECT_EQ(untilHours(at(kSeconds + 6 * 3600)),
+  EXPECT_EQ(untilHours(at(kSeconds + 6 * 3600), german),
             "Sie dürfen sich an diesem Computer nicht anmelden: nicht vor 08:00 Uhr.");
-  speakInstead("zh_CN.UTF-8");
-  EXPECT_EQ(refusedBy(LoginRule::DeniedByGUID), "您不能登录这台计算机：您的帐户已被排除。");
-  speakInstead("POSIX");
-  EXPECT_EQ(refusedBy(LoginRule::DeniedByGUID),
+  EXPECT_EQ(refusedBy(LoginRule::DeniedByGUID, catalogue("zh_CN.UTF-8")),
+            "您不能登录这台计算机：您的帐户已被排除。");
+  EXPECT_EQ(refusedBy(LoginRule::DeniedByGUID, catalogue("POSIX")),
             "You may not log in on this computer: your account is excluded.");
 }
 
 TEST_F(SentenceTest, IsTranslatedIntoEveryLanguageThatThereIsACatalogueOf) {
-  for (const auto* language : {"ar", "de", "es", "fr", "hi", "zh_CN"}) {
-    speakInstead(language);
+  for (const auto* name : {"ar", "de", "es", "fr", "hi", "zh_CN"}) {
+    const auto language = catalogue(name);
     for (const auto rule : kRefusals) {
-      EXPECT_EQ(refusedBy(rule).find("You may"), std::string::npos) << language;
-      EXPECT_LT(refusedBy(rule).size(), 512U) << "more than an answer holds";
+      EXPECT_EQ(refusedBy(rule, language).find("You may"), std::string::npos) << name;
+      EXPECT_LT(refusedBy(rule, language).size(), 512U) << "more than an answer holds";
     }
-    EXPECT_NE(untilHours(at(kSeconds + 30 * 3600)).find("08:00"), std::string::npos) << language;
-    EXPECT_EQ(undecidableSentence().find("It can't"), std::string::npos) << language;
-    EXPECT_LT(undecidableSentence().size(), 512U) << language;
+    EXPECT_NE(untilHours(at(kSeconds + 30 * 3600), language).find("08:00"), std::string::npos)
+        << name;
+    EXPECT_EQ(undecidableSentence(language).find("It can't"), std::string::npos) << name;
+    EXPECT_LT(undecidableSentence(language).size(), 512U) << name;
+  }
+}
+
+TEST_F(SentenceTest, IsSaidInSeveralLanguagesAtTheSameTime) {
+  std::vector<std::jthread> threads;
+  for (const auto* name : {"ar", "de", "es", "fr", "hi", "zh_CN"}) {
+    threads.emplace_back([name] {
+      const auto expected = refusedBy(LoginRule::NetworkAway, catalogue(name));
+      for (int time = 0; time < 100; ++time) {
+        EXPECT_EQ(refusedBy(LoginRule::NetworkAway, catalogue(name)), expected);
+      }
+    });
   }
 }
 
