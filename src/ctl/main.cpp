@@ -35,6 +35,12 @@ bool write(std::FILE* file, std::string_view text) {
   return std::fwrite(text.data(), 1, text.size(), file) == text.size() && std::fflush(file) == 0;
 }
 
+/// Shows a line in place of the one before.
+void showProgress(std::string_view line) {
+  std::string text("\r\x1B[K");
+  write(stderr, text.append(line));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -49,7 +55,10 @@ int main(int argc, char** argv) {
     return failure == 0;
   };
   auto outcome = gatehall::ctl::runCommandLine(
-      words, {.write = print, .size = terminalSize, .colour = wantsColour()});
+      words, {.write = print,
+              .size = terminalSize,
+              .colour = wantsColour(),
+              .progress = isatty(STDERR_FILENO) == 1 ? showProgress : nullptr});
   if (!print(outcome.output)) {
     outcome.errors += std::string("gatehallctl: unable to write: ") + std::strerror(failure) + "\n";
     outcome.status = ExitStatus::HostFailure;

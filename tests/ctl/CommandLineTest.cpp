@@ -44,10 +44,31 @@ TEST(CommandLine, EveryVerbHasHelpWithAnExampleThatItAccepts) {
   }
 }
 
-TEST(CommandLine, HelpAfterAVerbIsThatVerbsButForSwitch) {
-  EXPECT_EQ(run({"prefs", "--help"}).output, run({"--help", "prefs"}).output);
-  const auto outcome = runIn(household(), {"switch", "--help"});
-  EXPECT_EQ(outcome.output, "exit status             0\nasks the login service  nothing\n");
+TEST(CommandLine, HelpAfterAVerbIsThatVerbs) {
+  for (const auto& verb : ctl::verbs()) {
+    const std::string name(verb.name);
+    const auto help = run({"--help", name}).output;
+    EXPECT_THAT(help, HasSubstr("Usage: gatehallctl [OPTIONS] " + name));
+    EXPECT_EQ(run({name, "--help"}).output, help);
+    EXPECT_EQ(run({"--json", name, "-h"}).output, help);
+  }
+}
+
+TEST(CommandLine, HelpAmongOthersAfterSwitchIsAWordOfTheTools) {
+  for (const auto& words : {Strings{"switch", "--", "--help"}, Strings{"switch", "--help", "x"}}) {
+    EXPECT_EQ(runIn(household(), words).output,
+              "exit status             0\nasks the login service  nothing\n");
+  }
+}
+
+TEST(CommandLine, HelpFits80Columns) {
+  auto texts = run({"--help"}).output;
+  for (const auto& verb : ctl::verbs()) texts += run({"--help", std::string(verb.name)}).output;
+  std::istringstream lines(texts);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("  gatehallctl ")) continue;  // to be copied
+    EXPECT_LE(line.size(), 80U) << line;
+  }
 }
 
 TEST(CommandLine, SaysItsVersion) {
@@ -72,12 +93,36 @@ INSTANTIATE_TEST_SUITE_P(
     Words, WrongCommandLine,
     testing::Values(Wrong{{}, "a verb is missing"}, Wrong{{"frob"}, "unknown verb 'frob'"},
                     Wrong{{"--help", "frob"}, "unknown verb 'frob'"},
-                    Wrong{{"--frob", "prefs"}, "unknown option '--frob'"},
-                    Wrong{{"prefs", "--frob"}, "--frob"},
+                    Wrong{{"user-s"}, "unknown verb 'user-s'; did you mean 'users'?\n"},
+                    Wrong{{"--frob", "prefs"}, "unknown option '--frob'\n"},
+                    Wrong{{"prefs", "--frob"}, "unknown option '--frob'\n"},
+                    Wrong{{"prefs", "--frob=1"}, "unknown option '--frob'\n"},
+                    Wrong{{"-x", "prefs"}, "unknown option '-x'\n"},
+                    Wrong{{"--jsno", "prefs"}, "unknown option '--jsno'; did you mean '--json'?\n"},
+                    Wrong{{"prefs", "--jsno"}, "unknown option '--jsno'; did you mean '--json'?\n"},
+                    Wrong{{"users", "--pic=a"}, "unknown option '--pic'\n"},
+                    Wrong{{"users", "--with=3"}, "did you mean '--width'?\n"},
+                    Wrong{{"prefs", "--json=yes"}, "'--json' takes no value\n"},
+                    Wrong{{"users", "--picture"}, "'--picture' lacks its FILE\n"},
+                    Wrong{{"--world=a", "prefs"}, "'--world' is given twice\n"},
                     Wrong{{"prefs", "now"}, "'now' is one word too many"},
-                    Wrong{{"can-log-in"}, "UID is missing"},
+                    Wrong{{"can-log-in"}, "NAME is missing"},
+                    Wrong{{"can-log-in", "--all", "ann"}, "exclude each other"},
+                    Wrong{{"user", ""}, "a name is empty"},
                     Wrong{{"user", "1000", "1001"}, "'1001' is one word too many"},
-                    Wrong{{"expand", "--json"}, "GUID is missing"}));
+                    Wrong{{"expand"}, "NAME is missing"}));
+
+TEST(CommandLine, SaysInJsonWhatIsWrongOnceJsonIsAskedFor) {
+  const auto outcome = runIn(household(), {"--json", "prefs", "--frob"});
+  EXPECT_EQ(outcome.status, ExitStatus::WrongUsage);
+  EXPECT_EQ(documentOf(outcome).dump(), R"({"errors":["unknown option '--frob'"]})");
+  EXPECT_THAT(outcome.errors, StartsWith("gatehallctl: unknown option '--frob'\n"));
+  EXPECT_THAT(run({"--json"}).output, HasSubstr("a verb is missing"));
+  EXPECT_THAT(runIn(household(), {"expand", "--json"}).output, HasSubstr("NAME is missing"));
+  EXPECT_EQ(runIn(household(), {"prefs", "--frob", "--json"}).output, "");
+  EXPECT_EQ(runIn(household(), {"switch", "--json"}).output,
+            "exit status             0\nasks the login service  nothing\n");
+}
 
 class WrongUserID : public testing::TestWithParam<std::string> {};
 
@@ -91,9 +136,15 @@ TEST_P(WrongUserID, IsRefusedByNameWithStatus2) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, WrongUserID,
-                         testing::Values("bob", "", "1001x", " 1001", "+1001", "-1", "0x3e9",
-                                         "1001.0", "4294967295", "4294967296",
-                                         "99999999999999999999"));
+                         testing::Values("4294967295", "4294967296", "99999999999999999999"));
+
+TEST(CommandLine, TakesWhatIsNoDecimalNumberForALoginName) {
+  for (const auto* name : {"1001x", " 1001", "+1001", "-1", "0x3e9", "1001.0"}) {
+    for (const auto* verb : {"can-log-in", "user"}) {
+      EXPECT_EQ(runIn(household(), {verb, "--", name}).status, ExitStatus::No) << name;
+    }
+  }
+}
 
 TEST(CommandLine, TakesUserIDsUpToTheLargest) {
   EXPECT_EQ(runIn(household(), {"user", "4294967294"}).status, ExitStatus::No);
@@ -109,8 +160,9 @@ TEST(CommandLine, NamesTheWorldFileThatIsMissing) {
 TEST(CommandLine, NamesTheKeyThatAWorldFileDoesNotKnow) {
   const auto outcome = runIn(R"({ "sessions": { "curent": 1 } })", {"--json", "prefs"});
   EXPECT_EQ(outcome.status, ExitStatus::WrongUsage);
-  EXPECT_EQ(outcome.output, "");
-  EXPECT_THAT(outcome.errors, AllOf(HasSubstr("test.world.json:1:"), HasSubstr("curent")));
+  const auto error = documentOf(outcome)["errors"][0].get<std::string>();
+  EXPECT_THAT(error, AllOf(HasSubstr("test.world.json:1:"), HasSubstr("curent")));
+  EXPECT_EQ(outcome.errors, "gatehallctl: " + error + "\n");
 }
 
 TEST(CommandLine, TakesOptionsAfterAVerbAsWell) {
@@ -145,6 +197,15 @@ TEST(CommandLine, LeavesOutOneMarkThatSeparatesTheToolsWords) {
 TEST(CommandLine, LeavesTheLegendOutOnRequest) {
   EXPECT_EQ(runIn(household(), {"can-log-in", "1000", "--no-legend"}).output,
             "1000  ann  yes  administrator  -\n");
+}
+
+TEST(CommandLine, PrintsTablesThatFitWhereNobodySaysHowWideTheyMayBe) {
+  const auto world = household("", std::string(90, 'B'));
+  const auto cut = runIn(world, {"users", "--no-legend"});
+  EXPECT_THAT(cut.output, AllOf(HasSubstr("1001  bob  BBB"), HasSubstr("B\u2026  local  local\n")));
+  const auto whole = runIn(world, {"users", "--no-legend", "--wide"});
+  EXPECT_THAT(whole.output, AllOf(HasSubstr(std::string(90, 'B') + "  local  local"),
+                                  HasSubstr("  00000000-0000-4000-8000-000000001001\n")));
 }
 
 }  // namespace

@@ -29,15 +29,20 @@ NAMES = ["community", "kiosk", "school"]
 
 
 def drawn(name, width, folder):
+    return drawn_with_notes(name, width, folder)[0]
+
+
+def drawn_with_notes(name, width, folder):
     fonts = folder / "fonts.conf"
     fonts.write_text(FONTS.format(cache=folder), encoding="utf-8")
     picture = folder / f"{name}.svg"
-    subprocess.run(
+    done = subprocess.run(
         [GATEHALLCTL, "--world", EXAMPLES / f"{name}.world.json", "users", "--picture", picture,
          "--width", str(width)],
-        env={**os.environ, "FONTCONFIG_FILE": str(fonts)}, check=True, stdout=subprocess.DEVNULL,
+        env={**os.environ, "FONTCONFIG_FILE": str(fonts)}, check=True, capture_output=True,
+        text=True, encoding="utf-8",
     )
-    return picture.read_text(encoding="utf-8")
+    return picture.read_text(encoding="utf-8"), done.stderr
 
 
 def numbers(text):
@@ -100,6 +105,13 @@ class Pictures(unittest.TestCase):
         for name in NAMES:
             with self.subTest(name):
                 self.assert_kept(name, 440, f"{name}.svg")
+
+    def test_a_script_without_a_font_is_told_of(self):
+        notes = drawn_with_notes("community", 440, self.folder)[1].splitlines()
+        self.assertEqual(notes, [
+            "gatehallctl: no font has Devanagari letters, which a name needs: install fonts-noto-core",
+            "gatehallctl: no font has Han letters, which a name needs: install fonts-noto-cjk"])
+        self.assertEqual(drawn_with_notes("kiosk", 440, self.folder)[1], "")
 
     def test_a_narrow_list_is_cut_to_fit(self):
         self.assert_kept("community", 320, "community-narrow.svg")

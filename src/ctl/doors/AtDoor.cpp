@@ -6,14 +6,12 @@
 #include <string_view>
 #include <utility>
 
+#include "accounts/Verdict.h"
 #include "base/Ascii.h"
 #include "ctl/doors/DoorFindings.h"
 #include "ctl/doors/DoorsAnswer.h"
 #include "ctl/request/Verb.h"
 #include "gatehall/base/PlatformException.h"
-#include "gatehall/directory/NodeConvenience.h"
-#include "gatehall/directory/Queries.h"
-#include "gatehall/platform/AttributeKinds.h"
 #include "gatehall/platform/Platform.h"
 #include "gatehall/users/UserLookup.h"
 #include "linux/local/AccountAtDoor.h"
@@ -30,9 +28,9 @@ using pam::Guard;
 /// Of a sentence: what a narrow terminal holds behind the first column.
 constexpr std::size_t kLongestLine = 66;
 
-/// What comes out about one user id.
+/// What comes out about one who is meant.
 struct AtDoor {
-  std::uint32_t userID = 0;
+  std::optional<std::uint32_t> userID{};
   std::optional<std::string> name{};  ///< absent: nobody has the id
   std::optional<bool> isAllowed{};    ///< absent: the rules have no say
   std::optional<std::string> rule{};
@@ -41,16 +39,12 @@ struct AtDoor {
   std::optional<std::string> reason{};    ///< why it is undecidable
 };
 
-/// The login name of who has the id; absent when nobody has. Raises PlatformException.
+/// The name service's name of who has the id, whom no directory of ours has; absent when nobody
+/// has.
 std::optional<std::string> nameOf(const Host& host, std::uint32_t userID) {
-  const auto records = queryResults(
-      searchNode(), equalTo({record::Users}, attribute::UniqueID, {std::to_string(userID)}, {}));
-  if (!records) throw PlatformException("The directory does not answer.");
-  for (const auto& each : *records) {
-    const auto names = each->valuesForAttribute(attribute::RecordName);
-    if (names && !names->empty()) return names->front();
-  }
-  const auto* entry = host.machine() != nullptr ? getpwuid(userID) : nullptr;
+  // This machine's name service knows nobody of one under a folder.
+  const bool isThis = host.machine() != nullptr && host.options().root.empty();
+  const auto* entry = isThis ? getpwuid(userID) : nullptr;
   return entry != nullptr ? std::optional<std::string>(entry->pw_name) : std::nullopt;
 }
 
@@ -67,7 +61,7 @@ bool isAdministratorInWorld(std::uint32_t userID) {
 
 pam::Visitor visitorNamed(const Host& host, std::uint32_t userID, const std::string& name) {
   if (host.machine() == nullptr) return {name, userID, isAdministratorInWorld(userID)};
-  auto account = accountAtDoor(HostOptions(), host.log(), name);
+  auto account = accountAtDoor(host.options(), host.log(), name);
   return {std::move(account.userName), account.userID, account.isLocalAdministrator};
 }
 
@@ -93,15 +87,41 @@ void decideIn(const GuardLine& line, const std::string& service, const pam::Visi
   }
 }
 
-AtDoor foundFor(const Host& host, const DoorState& door, std::int32_t id) {
-  AtDoor found{.userID = static_cast<std::uint32_t>(id)};
+/// Who stands before the door; absent for nobody.
+std::optional<pam::Visitor> visitorMeant(const Host& host, const Meant& meant) {
+  std::optional<std::string> name;
+  auto userID = meant.userID;
+  if (!meant.accounts.empty()) {
+    const auto& account = meant.accounts.front();
+    userID = account.userID;
+    if (!account.name.empty()) name = account.name;
+  } else if (userID) {
+    name = nameOf(host, *userID);
+  } else if (host.machine() != nullptr) {
+    // The name service may know whom no directory of ours has.
+    auto visitor = visitorNamed(host, 0, meant.operand);
+    return visitor.userID ? std::optional(std::move(visitor)) : std::nullopt;
+  }
+  if (!name || !userID) return std::nullopt;
+  return visitorNamed(host, *userID, *name);
+}
+
+AtDoor foundFor(const Host& host, const DoorState& door, const Meant& meant) {
+  AtDoor found{.userID = meant.userID};
   const auto undecidable = [&found](std::string reason) {
     found.isAllowed = false;
-    found.rule = "undecidable";
+    found.rule = kUndecidable;
     found.reason = std::move(reason);
   };
   try {
-    found.name = nameOf(host, found.userID);
+    if (!meant.undecidable.empty()) throw PlatformException(meant.undecidable);
+    const auto visitor = visitorMeant(host, meant);
+    if (visitor) {
+      found.name = visitor->userName;
+      found.userID = meant.accounts.empty() ? visitor->userID : meant.accounts.front().userID;
+    } else if (!meant.userID) {
+      found.name = meant.operand;
+    }
     if (!door.unreadable.empty()) {
       undecidable(door.unreadable);
     } else if (door.passage.guard == Guard::NotGuarded) {
@@ -109,12 +129,12 @@ AtDoor foundFor(const Host& host, const DoorState& door, std::int32_t id) {
     } else if (door.passage.guard == Guard::Shut) {
       found.isAllowed = false;
       found.rule = "shut";
-    } else if (!found.name) {
+    } else if (!visitor) {
       found.isAllowed = false;
+      found.rule = verdictOn(host.accounts(), meant).rule;
     } else {
-      const auto visitor = visitorNamed(host, found.userID, *found.name);
       for (const auto& line : door.guards) {
-        decideIn(line, door.service, visitor, found);
+        decideIn(line, door.service, *visitor, found);
         if (!*found.isAllowed) break;
       }
     }
@@ -125,12 +145,9 @@ AtDoor foundFor(const Host& host, const DoorState& door, std::int32_t id) {
 }
 
 Json jsonOf(const AtDoor& found) {
-  Json json = {{"uid", found.userID},
-               {"name", orNull(found.name)},
-               {"allowed", orNull(found.isAllowed)},
-               {"rule", orNull(found.rule)},
-               {"source", orNull(found.source)},
-               {"sentence", orNull(found.sentence)}};
+  Json json = {{"uid", orNull(found.userID)},        {"name", orNull(found.name)},
+               {"allowed", orNull(found.isAllowed)}, {"rule", orNull(found.rule)},
+               {"source", orNull(found.source)},     {"sentence", orNull(found.sentence)}};
   if (found.reason) json["reason"] = *found.reason;
   return json;
 }
@@ -140,10 +157,10 @@ void addRows(const AtDoor& found, Table& table) {
   if (found.isAllowed) {
     allowed = *found.isAllowed ? Cell{"yes", Tone::Good} : Cell{"no", Tone::Bad};
   }
-  table.rows.push_back({{std::to_string(found.userID)},
+  table.rows.push_back({{found.userID ? std::to_string(*found.userID) : "-"},
                         {found.name.value_or("-")},
                         allowed,
-                        {found.rule.value_or("not found")},
+                        {found.rule.value_or("-")},
                         {found.source.value_or("-")}});
   if (!found.sentence) return;
   for (auto& line : linesOf(*found.sentence, kLongestLine))
@@ -155,12 +172,12 @@ void addRows(const AtDoor& found, Table& table) {
 DoorState doorNamed(const Host& host, const std::string& service) {
   if (!pam::isServiceName(service)) throw UsageError("'" + service + "' is no service's name");
   const auto name = ascii::lower(service);
-  return host.machine() != nullptr ? doorState(HostOptions(), name) : guardedDoor(name);
+  return host.machine() != nullptr ? doorState(host.options(), name) : guardedDoor(name);
 }
 
-Answer answersAtDoor(const Host& host, const DoorState& door,
-                     const std::vector<std::int32_t>& userIDs) {
-  Answer answer{.tables = {{.header = {"UID", "NAME", "ALLOWED", "RULE", "SOURCE"}}},
+Answer answersAtDoor(const Host& host, const DoorState& door, const std::vector<Meant>& asked) {
+  Answer answer{.tables = {{.header = {"UID", "NAME", "ALLOWED", "RULE", "SOURCE"},
+                            .fits = {Fit::Whole, Fit::Whole, Fit::Whole, Fit::Wrap, Fit::Wrap}}},
                 .messages = host.filesHiddenFromUsers()};
   if (const auto finding = findingAt(door)) {
     const auto place = placeText(*finding);
@@ -168,8 +185,8 @@ Answer answersAtDoor(const Host& host, const DoorState& door,
   }
   auto users = Json::array();
   std::size_t allowed = 0;
-  for (const auto userID : userIDs) {
-    const auto found = foundFor(host, door, userID);
+  for (const auto& meant : asked) {
+    const auto found = foundFor(host, door, meant);
     users.push_back(jsonOf(found));
     addRows(found, answer.tables.front());
     if (found.isAllowed.value_or(false)) {
@@ -180,14 +197,14 @@ Answer answersAtDoor(const Host& host, const DoorState& door,
       answer.status = ExitStatus::No;
     }
     if (found.reason && door.unreadable.empty()) {
-      answer.messages.push_back(std::to_string(found.userID) + " is undecidable: " + *found.reason);
+      answer.messages.push_back(meant.operand + " is undecidable: " + *found.reason);
     }
   }
   answer.json = {{"door", doorJson(door)}, {"users", std::move(users)}};
   const bool isOpen = door.unreadable.empty() && door.passage.guard == Guard::NotGuarded;
   answer.tables.front().count =
       isOpen ? door.service + " is not guarded: whoever it lets in gets in"
-             : std::to_string(allowed) + " of " + countText(userIDs.size(), "user") +
+             : std::to_string(allowed) + " of " + countText(asked.size(), "user") +
                    " may log in at " + door.service;
   return answer;
 }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
+#include "accounts/Accounts.h"
 #include "ctl/doors/DoorState.h"
 #include "ctl/print/Answer.h"
 #include "ctl/request/Host.h"
@@ -15,8 +15,7 @@ namespace gatehall::ctl {
 /// what can be no service's name.
 DoorState doorNamed(const Host& host, const std::string& service);
 
-/// What the door answers to each of the users.
-Answer answersAtDoor(const Host& host, const DoorState& door,
-                     const std::vector<std::int32_t>& userIDs);
+/// What the door answers to each who is meant.
+Answer answersAtDoor(const Host& host, const DoorState& door, const std::vector<Meant>& asked);
 
 }  // namespace gatehall::ctl

@@ -1,6 +1,8 @@
 #include "ctl/doors/DoorFindings.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -18,20 +20,35 @@ Finding finding(Severity severity, const pam::Place& place, std::string text, st
   return {severity, place.file, place.line, std::move(text), std::move(remedy)};
 }
 
-Finding notGuarded(const DoorState& door) {
-  const auto text = door.service + " isn't guarded: ";
-  if (!door.idle.empty()) {
-    return finding(Severity::Warning, door.idle.front().place, text + kGuard + " leaves it out",
-                   "Name it in services= there, if the login rules are to hold at it.");
+/// "login", "login and sshd", "login, sddm and sshd".
+std::string listed(const Strings& services) {
+  std::string text;
+  for (std::size_t index = 0; index < services.size(); ++index) {
+    if (index > 0) text += index + 1 < services.size() ? ", " : " and ";
+    text += services[index];
   }
-  return finding(Severity::Warning, {door.stack.file, 0},
-                 text + "its account stack has no " + kGuard,
-                 "Run \"pam-auth-update --enable gatehall\" (package libpam-gatehall).");
+  return text;
 }
 
-Finding partlyGuarded(const DoorState& door) {
+Finding notGuarded(const Strings& services, const DoorState& door) {
+  const bool isOne = services.size() == 1;
+  const auto text = listed(services) + (isOne ? " isn't" : " aren't") + " guarded: ";
+  if (!door.idle.empty()) {
+    const std::string them = isOne ? "it" : "them";
+    return finding(
+        Severity::Warning, door.idle.front().place, text + kGuard + " leaves " + them + " out",
+        "Name " + them + " in services= there, if the login rules are to hold at " + them + ".");
+  }
+  return finding(
+      Severity::Warning, {door.stack.file, 0},
+      text + (isOne ? "its account stack has no " : "their account stacks have no ") + kGuard,
+      "Run \"pam-auth-update --enable gatehall\" (package libpam-gatehall).");
+}
+
+Finding partlyGuarded(const Strings& services, const DoorState& door) {
   const auto& [entry, answer, isPassedBy] = *door.passage.gap;
-  auto text = door.service + " isn't guarded for everybody: ";
+  const bool isOne = services.size() == 1;
+  auto text = listed(services) + (isOne ? " isn't" : " aren't") + " guarded for everybody: ";
   const std::string result(answer);
   if (isPassedBy) {
     return finding(Severity::Warning, entry.place,
@@ -47,18 +64,27 @@ Finding partlyGuarded(const DoorState& door) {
                  "Make " + kGuard + " \"requisite\", in front of that line.");
 }
 
-}  // namespace
+/// The same for doors that one line, or the same lack of one, leaves unguarded.
+std::string causeOf(const DoorState& door) {
+  if (!door.unreadable.empty()) return door.service;
+  if (door.passage.guard == Guard::NotGuarded) {
+    return door.idle.empty() ? std::string() : textOf(door.idle.front().place);
+  }
+  if (door.passage.guard != Guard::Partly) return door.service;
+  const auto& gap = *door.passage.gap;
+  return textOf(gap.entry.place).append(" ").append(gap.answer);
+}
 
-std::optional<Finding> findingAt(const DoorState& door) {
+std::optional<Finding> findingFor(const Strings& services, const DoorState& door) {
   if (!door.unreadable.empty()) {
     return finding(Severity::Error, {}, door.service + " can't be told of: " + door.unreadable,
                    "Mend what PAM's configuration says there.");
   }
   switch (door.passage.guard) {
     case Guard::NotGuarded:
-      return notGuarded(door);
+      return notGuarded(services, door);
     case Guard::Partly:
-      return partlyGuarded(door);
+      return partlyGuarded(services, door);
     case Guard::Shut:
       // Where modules shut it, somebody meant it.
       if (door.stack.fault.empty()) return std::nullopt;
@@ -70,11 +96,19 @@ std::optional<Finding> findingAt(const DoorState& door) {
   return std::nullopt;
 }
 
+}  // namespace
+
+std::optional<Finding> findingAt(const DoorState& door) { return findingFor({door.service}, door); }
+
 std::vector<Finding> findingsOfDoors(const HostOptions& options,
                                      const std::vector<DoorState>& doors) {
   std::vector<Finding> findings;
+  std::map<std::string, Strings> services;
+  for (const auto& door : doors) services[causeOf(door)].push_back(door.service);
   for (const auto& door : doors) {
-    if (auto found = findingAt(door)) findings.push_back(std::move(*found));
+    const auto& sharing = services[causeOf(door)];
+    if (sharing.front() != door.service) continue;
+    if (auto found = findingFor(sharing, door)) findings.push_back(std::move(*found));
   }
   std::set<std::string> told;
   for (const auto& door : doors) {

@@ -1,12 +1,14 @@
 #include "ctl/doors/DoorState.h"
 
 #include <algorithm>
-#include <glob.h>
+#include <filesystem>
 #include <map>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
 #include "gatehall/base/PlatformException.h"
+#include "linux/files/HostPath.h"
 #include "pam/door/Services.h"
 
 namespace gatehall::ctl {
@@ -19,15 +21,26 @@ bool isGuardModule(const pam::Entry& entry) {
   return entry.kind == pam::Entry::Kind::Module && entry.module == kGuardModule;
 }
 
+bool isThere(const HostOptions& options, const std::string& path) {
+  return access(hostPath(options, path).c_str(), F_OK) == 0;
+}
+
 /// Whether libpam finds the module: by its path, or in a folder of the system's own.
 bool isInstalled(const HostOptions& options, const std::string& modulePath) {
-  if (modulePath.starts_with('/')) return access((options.root + modulePath).c_str(), F_OK) == 0;
-  for (const auto* folder : {"/lib", "/usr/lib", "/lib64", "/usr/lib64", "/lib/*", "/usr/lib/*"}) {
-    glob_t found{};
-    const auto pattern = options.root + folder + "/security/" + modulePath;
-    const bool isThere = glob(pattern.c_str(), GLOB_NOSORT, nullptr, &found) == 0;
-    globfree(&found);
-    if (isThere) return true;
+  if (modulePath.starts_with('/')) return isThere(options, modulePath);
+  const std::string inFolder = "/security/" + modulePath;
+  for (const std::string folder : {"/lib", "/usr/lib", "/lib64", "/usr/lib64"}) {
+    if (isThere(options, folder + inFolder)) return true;
+  }
+  for (const std::string folder : {"/lib", "/usr/lib"}) {
+    std::error_code problem;
+    for (std::filesystem::directory_iterator each(hostPath(options, folder), problem), end;
+         !problem && each != end; each.increment(problem)) {
+      const auto name = each->path().filename().string();
+      if (isThere(options, std::string(folder).append("/").append(name).append(inFolder))) {
+        return true;
+      }
+    }
   }
   return false;
 }

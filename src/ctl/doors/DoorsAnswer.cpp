@@ -42,14 +42,6 @@ Table doorsTable(const std::vector<DoorState>& doors) {
   return table;
 }
 
-Answer answer(const std::vector<DoorState>& doors, const std::vector<Finding>& findings) {
-  auto list = Json::array();
-  for (const auto& door : doors) list.push_back(doorJson(door));
-  return {.json = {{"doors", std::move(list)}, {"findings", findingsJson(findings)}},
-          .tables = {doorsTable(doors), findingsTable(findings)},
-          .status = statusOf(findings)};
-}
-
 }  // namespace
 
 Json doorJson(const DoorState& door) {
@@ -65,13 +57,17 @@ Json doorJson(const DoorState& door) {
           {"modules", std::move(modules)}};
 }
 
-Answer answerAboutDoors(const HostOptions& options) {
-  const auto doors = doorsOfMachine(options);
-  return answer(doors, findingsOfDoors(options, doors));
+Answer answerAbout(const std::vector<DoorState>& doors, const std::vector<Finding>& findings) {
+  auto list = Json::array();
+  for (const auto& door : doors) list.push_back(doorJson(door));
+  return {.json = {{"doors", std::move(list)}, {"findings", findingsJson(findings)}},
+          .tables = {doorsTable(doors), findingsTable(findings)},
+          .status = statusOf(findings)};
 }
 
-Answer answerAboutDoors(const Host& host) {
-  return host.machine() != nullptr ? answerAboutDoors(HostOptions()) : answer({}, {});
+Answer answerAboutDoors(const HostOptions& options) {
+  const auto doors = doorsOfMachine(options);
+  return answerAbout(doors, findingsOfDoors(options, doors));
 }
 
 }  // namespace gatehall::ctl

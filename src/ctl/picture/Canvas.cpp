@@ -7,6 +7,7 @@
 
 #include "gatehall/base/PlatformException.h"
 #include "portable/LazyLibrary.h"
+#include "portable/text/Utf16.h"
 
 namespace gatehall::ctl {
 
@@ -14,7 +15,7 @@ namespace {
 
 struct Library {
   // Pango, Cairo and GLib come along as libraries that this one needs.
-  LazyLibrary library{"libpangocairo-1.0.so.0"};
+  LazyLibrary library{"libpangocairo-1.0.so.0", "libpangocairo-1.0-0"};
 #define GATEHALL_DRAWS_WITH(name) decltype(::name)* name = GATEHALL_FUNCTION(library, name)
   GATEHALL_DRAWS_WITH(cairo_arc);
   GATEHALL_DRAWS_WITH(cairo_arc_negative);
@@ -57,6 +58,7 @@ struct Library {
   GATEHALL_DRAWS_WITH(pango_font_description_from_string);
   GATEHALL_DRAWS_WITH(pango_layout_get_baseline);
   GATEHALL_DRAWS_WITH(pango_layout_get_size);
+  GATEHALL_DRAWS_WITH(pango_layout_get_unknown_glyphs_count);
   GATEHALL_DRAWS_WITH(pango_layout_new);
   GATEHALL_DRAWS_WITH(pango_layout_set_font_description);
   GATEHALL_DRAWS_WITH(pango_layout_set_single_paragraph_mode);
@@ -111,16 +113,21 @@ struct Canvas::Drawing {
   Owned<cairo_t> cairo;
   Owned<PangoContext> texts;
 
-  Drawing(Format as, double width, double height) : format(as) {
+  std::set<char32_t> withoutFont{};
+
+  Drawing(Format as, double width, double height, double scale) : format(as) {
+    const double across = width * scale;
+    const double down = height * scale;
     const auto& cairoLibrary = library();
     surface.reset(
         format == Format::SVG
-            ? cairoLibrary.cairo_svg_surface_create_for_stream(append, &bytes, width, height)
-            : cairoLibrary.cairo_image_surface_create(CAIRO_FORMAT_ARGB32, static_cast<int>(width),
-                                                      static_cast<int>(height)));
+            ? cairoLibrary.cairo_svg_surface_create_for_stream(append, &bytes, across, down)
+            : cairoLibrary.cairo_image_surface_create(CAIRO_FORMAT_ARGB32, static_cast<int>(across),
+                                                      static_cast<int>(down)));
     check(cairoLibrary.cairo_surface_status(surface.get()));
     cairo.reset(cairoLibrary.cairo_create(surface.get()));
     check(cairoLibrary.cairo_status(cairo.get()));
+    cairoLibrary.cairo_scale(cairo.get(), scale, scale);
 
     texts.reset(cairoLibrary.pango_cairo_create_context(cairo.get()));
     cairoLibrary.pango_cairo_context_set_resolution(texts.get(), 72);
@@ -146,6 +153,23 @@ struct Canvas::Drawing {
     return layout;
   }
 
+  /// Its characters one by one, where it has any that no font has.
+  void noteWithoutFont(const std::string& text, const std::string& font) {
+    if (library().pango_layout_get_unknown_glyphs_count(layout(text, font).get()) == 0) return;
+    const auto units = utf16(text);
+    for (std::size_t at = 0; at < units.size();) {
+      const bool isPair = (units[at] & 0xFC00U) == 0xD800 && at + 1 < units.size();
+      const auto character = units.substr(at, isPair ? 2 : 1);
+      if (library().pango_layout_get_unknown_glyphs_count(layout(utf8(character), font).get()) >
+          0) {
+        withoutFont.insert(isPair ? 0x10000U + ((character[0] & 0x3FFU) << 10U) +
+                                        (character[1] & 0x3FFU)
+                                  : character[0]);
+      }
+      at += character.size();
+    }
+  }
+
   void show(PangoLayout& layout, double x, double baseline, Colour colour) const {
     use(colour);
     library().cairo_move_to(cairo.get(), x,
@@ -154,8 +178,8 @@ struct Canvas::Drawing {
   }
 };
 
-Canvas::Canvas(Format format, double width, double height)
-    : mDrawing(std::make_unique<Drawing>(format, width, height)) {}
+Canvas::Canvas(Format format, double width, double height, double scale)
+    : mDrawing(std::make_unique<Drawing>(format, width, height, scale)) {}
 
 Canvas::~Canvas() = default;
 
@@ -225,17 +249,21 @@ void Canvas::roundPicture(const Picture& picture, double x, double y, double rad
 
 void Canvas::text(const std::string& text, const std::string& font, double x, double baseline,
                   Colour colour) {
+  mDrawing->noteWithoutFont(text, font);
   const auto layout = mDrawing->layout(text, font);
   mDrawing->show(*layout, x, baseline, colour);
 }
 
 void Canvas::centredText(const std::string& text, const std::string& font, double x,
                          double baseline, Colour colour) {
+  mDrawing->noteWithoutFont(text, font);
   const auto layout = mDrawing->layout(text, font);
   int width = 0;
   library().pango_layout_get_size(layout.get(), &width, nullptr);
   mDrawing->show(*layout, x - points(width) / 2, baseline, colour);
 }
+
+const std::set<char32_t>& Canvas::withoutFont() const { return mDrawing->withoutFont; }
 
 std::string Canvas::finish() {
   check(library().cairo_status(mDrawing->cairo.get()));

@@ -2,9 +2,10 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 
-#include "ctl/picture/PictureFile.h"
+#include "people/PictureFile.h"
 
 namespace gatehall::ctl {
 
@@ -18,7 +19,8 @@ class Canvas {
  public:
   enum class Format { PNG, SVG };
 
-  Canvas(Format format, double width, double height);
+  /// Everything is drawn that many times as large as it is said to be.
+  Canvas(Format format, double width, double height, double scale);
   ~Canvas();
   Canvas(const Canvas&) = delete;
   Canvas& operator=(const Canvas&) = delete;
@@ -37,6 +39,9 @@ class Canvas {
   /// The same around x.
   void centredText(const std::string& text, const std::string& font, double x, double baseline,
                    Colour colour);
+
+  /// The characters that were drawn as boxes, since no font has them.
+  const std::set<char32_t>& withoutFont() const;
 
   /// The file's bytes. Nothing may be drawn afterwards.
   std::string finish();

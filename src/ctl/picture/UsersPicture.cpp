@@ -5,11 +5,17 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
+#include <utility>
 #include <vector>
 
-#include "ctl/picture/PictureFile.h"
+#include "ctl/picture/MissingScripts.h"
 #include "gatehall/platform/Platform.h"
-#include "gatehall/text/TruncationExtensions.h"
+#include "gatehall/text/AttributedString.h"
+#include "listing/ListedUser.h"
+#include "people/Fitted.h"
+#include "people/Marks.h"
+#include "people/Names.h"
+#include "people/PictureFile.h"
 #include "portable/text/PangoText.h"
 #include "portable/text/Utf16.h"
 
@@ -18,10 +24,14 @@ namespace gatehall::ctl {
 namespace {
 
 constexpr std::size_t kMostUsers = 400;
+/// A list of so many rows still is one column.
+constexpr std::size_t kShortList = 12;
 
 // Lengths, in pixels.
 constexpr double kMargin = 16;
 constexpr double kCardRadius = 14;
+constexpr double kColumnWidth = 408;
+constexpr double kNarrowestColumn = 288;
 constexpr double kPadding = 16;
 constexpr double kRowHeight = 72;
 constexpr double kFaceRadius = 23;
@@ -40,79 +50,18 @@ constexpr Colour kAmber = 0xA86400;
 constexpr Colour kIndigo = 0x4A55B8;
 constexpr Colour kRed = 0xBB3A3A;
 
-/// White initials are legible on each.
-constexpr std::array<Colour, 10> kFaceColours = {0x3C6FB4, 0x2C7F75, 0x8455A8, 0xB5523B, 0x4F7D33,
-                                                 0xB0487E, 0x5A62BE, 0x96691C, 0x3B7C9B, 0x77666B};
-
 const std::string kNameFont = "Cantarell, Sans, Bold 15.5";
 const std::string kDetailsFont = "Cantarell, Sans, 12.5";
 const std::string kInitialsFont = "Cantarell, Sans, Bold 17";
 
-/// The text on one line, cut in the middle when it is too wide.
-std::string fitted(const std::string& text, const std::string& font, double width) {
-  auto line = utf16(text);
-  std::replace_if(
-      line.begin(), line.end(), [](char16_t unit) { return unit < u' '; }, u' ');
-  const AttributedString styled(std::move(line), {{std::string(PangoText::kFontAttribute), font}});
-  // Cutting allows for what rounding may add, which nothing here does.
+/// Cutting allows for what rounding may add, which nothing here does.
+std::string cut(const std::string& text, const std::string& font, double width) {
   constexpr double slack = 3;
-  try {
-    return utf8(truncatedStringToFit(styled, static_cast<float>(width + slack)).string());
-  } catch (const RangeException&) {
-    // Full stops or spaces at its end led the cut past it.
-    auto rest = styled.string();
-    rest.resize(rest.find_last_not_of(u" .") + 1);
-    return rest.size() < styled.length() ? fitted(utf8(rest), font, width) : "\u2026";
-  }
+  return fitted(text, font, width + slack);
 }
 
 double widthOf(const std::string& text, const std::string& font) {
   return AttributedString(utf16(text), {{std::string(PangoText::kFontAttribute), font}}).width();
-}
-
-std::string nameOf(const CachedUser& user) {
-  for (const auto& name : {user.longName(), user.shortName()}) {
-    if (name && !name->empty()) return *name;
-  }
-  return std::to_string(user.getUid());
-}
-
-/// Letters of which two beside each other read as initials; those of other scripts may join.
-bool standsAlone(char16_t letter) { return letter < 0x530; }
-
-std::u16string firstLetter(std::u16string_view word) {
-  const auto [start, length] = platform().text().composedCharacterRange(word, 0);
-  std::u16string letter(word.substr(start, length));
-  if (letter[0] >= u'a' && letter[0] <= u'z') letter[0] = static_cast<char16_t>(letter[0] - 32);
-  return letter;
-}
-
-/// Those of the first and the last word.
-std::string initials(const std::string& name) {
-  std::vector<std::u16string> letters;
-  const auto text = utf16(name);
-  std::u16string_view rest = text;
-  while (!rest.empty()) {
-    const auto start = rest.find_first_not_of(u' ');
-    if (start == std::u16string_view::npos) break;
-    rest.remove_prefix(start);
-    letters.push_back(firstLetter(rest));
-    rest.remove_prefix(std::min(rest.find(u' '), rest.size()));
-  }
-  if (letters.empty()) return {};
-  const auto& first = letters.front();
-  const auto& last = letters.back();
-  const bool both = letters.size() > 1 && standsAlone(first[0]) && standsAlone(last[0]);
-  return utf8(both ? first + last : first);
-}
-
-/// The same one for a user every time (FNV-1a).
-Colour faceColour(const CachedUser& user) {
-  std::uint32_t hash = 2166136261U;
-  for (const char byte : user.getGUID().value_or(nameOf(user))) {
-    hash = (hash ^ static_cast<unsigned char>(byte)) * 16777619U;
-  }
-  return kFaceColours.at((hash ^ hash >> 16U) % kFaceColours.size());
 }
 
 std::tm brokenDown(Date date, bool inLocalTime) {
@@ -142,60 +91,78 @@ std::string timeText(Date date, Date now, bool inLocalTime) {
   return text.data();
 }
 
-struct Mark {
+struct DrawnMark {
   std::string text;
   Colour colour;
   bool isCurfew = false;
 };
 
-std::vector<Mark> marksOf(const CachedUser& user, const UsersPictureStyle& style, Date now) {
-  std::vector<Mark> marks;
-  // Whoever is logged in is marked as suspended, the current user too.
-  if (user.isCurrentUser()) {
-    marks.push_back({"current", kGreen});
-  } else if (user.isSuspended()) {
-    marks.push_back({"suspended", kAmber});
+std::vector<DrawnMark> drawnMarks(const ListedUser& user, const UsersPictureStyle& style,
+                                  Date now) {
+  std::vector<DrawnMark> drawn;
+  for (const auto& mark : marksOf(user, now)) {
+    const auto time = mark.moment ? timeText(*mark.moment, now, style.inLocalTime) : "";
+    switch (mark.kind) {
+      case Mark::Kind::InFront:
+        drawn.push_back({"in front", kGreen});
+        break;
+      case Mark::Kind::LoggedIn:
+        drawn.push_back({"logged in", kAmber});
+        break;
+      case Mark::Kind::Until:
+        drawn.push_back({"until " + time, kIndigo, true});
+        break;
+      case Mark::Kind::From:
+        drawn.push_back({"curfew until " + time, kRed, true});
+        break;
+      case Mark::Kind::NotNow:
+        drawn.push_back({"curfew", kRed, true});
+        break;
+      case Mark::Kind::MayNotLogIn:  // what of no user alone is known
+        break;
+    }
   }
-  const auto curfew = user.kinwatchNextCurfewTime();
-  const auto time = curfew ? timeText(*curfew, now, style.inLocalTime) : std::string();
-  if (!user.kinwatchAllowsLogin()) {
-    marks.push_back({curfew ? "curfew until " + time : "curfew", kRed, true});
-  } else if (curfew) {
-    marks.push_back({"until " + time, kIndigo, true});
-  }
-  return marks;
+  return drawn;
 }
 
-/// Draws one user's row, whose top is at y.
+/// Where text begins in a column.
+constexpr double kTextX = kPadding + 2 * kFaceRadius + kGap;
+
+/// Draws one user's row in a column.
 class Row {
  public:
-  Row(Canvas& canvas, const UsersPictureStyle& style, const CachedUser& user, double y)
-      : mCanvas(canvas), mStyle(style), mUser(user), mTop(y) {}
-
-  static constexpr double kTextX = kMargin + kPadding + 2 * kFaceRadius + kGap;
+  Row(Canvas& canvas, const UsersPictureStyle& style, ListedUser user, double left, double width,
+      double top)
+      : mCanvas(canvas),
+        mStyle(style),
+        mUser(std::move(user)),
+        mLeft(left),
+        mWidth(width),
+        mTop(top) {}
 
   void draw(Date now) {
     face();
-    const auto name = fitted(nameOf(mUser), kNameFont, right() - kTextX);
-    mCanvas.text(name, kNameFont, kTextX, mTop + kNameBaseline, kNameColour);
-    details(marksOf(mUser, mStyle, now));
+    const auto name = cut(shownName(mUser), kNameFont, right() - textX());
+    mCanvas.text(name, kNameFont, textX(), mTop + kNameBaseline, kNameColour);
+    details(drawnMarks(mUser, mStyle, now));
   }
 
  private:
-  double right() const { return mStyle.width - kMargin - kPadding; }
+  double textX() const { return mLeft + kTextX; }
+  double right() const { return mLeft + mWidth - kPadding; }
 
   void face() {
-    const double x = kMargin + kPadding + kFaceRadius;
+    const double x = mLeft + kPadding + kFaceRadius;
     const double y = mTop + kRowHeight / 2;
     const auto picture = this->picture();
     if (picture) {
       mCanvas.roundPicture(*picture, x, y, kFaceRadius);
     } else {
       mCanvas.circle(x, y, kFaceRadius, faceColour(mUser));
-      auto letters = initials(nameOf(mUser));
+      auto letters = initials(shownName(mUser));
       // A character that no font has is drawn as a box with its number.
       if (widthOf(letters, kInitialsFont) > 1.7 * kFaceRadius) {
-        letters = initials(mUser.shortName().value_or(""));
+        letters = initials(mUser.shortName.value_or(""));
       }
       mCanvas.centredText(letters, kInitialsFont, x, y + 6, kCard);
     }
@@ -203,15 +170,15 @@ class Row {
   }
 
   std::optional<Picture> picture() const {
-    const auto path = mUser.userPicturePath();
+    const auto& path = mUser.picture;
     const auto file = path ? mStyle.locatePicture(*path) : std::nullopt;
     return file ? readPicture(*file) : std::nullopt;
   }
 
   void badge(double x, double y) {
-    if (!mUser.isCurrentUser() && !mUser.isSuspended()) return;
+    if (!mUser.current && !mUser.suspended) return;
     mCanvas.circle(x, y, 8, kCard);
-    if (mUser.isCurrentUser()) {
+    if (mUser.current) {
       mCanvas.circle(x, y, 5.5, 0x2FA866);
     } else {
       mCanvas.circle(x, y, 5.5, 0xE39A1F);
@@ -221,15 +188,15 @@ class Row {
   }
 
   /// The short name, and behind it the marks, as far as there is room: marks come first then.
-  void details(const std::vector<Mark>& marks) {
+  void details(const std::vector<DrawnMark>& marks) {
     constexpr double gap = 12;
-    double room = right() - kTextX;
+    double room = right() - textX();
     for (const auto& mark : marks) room -= iconWidth(mark) + widthOf(mark.text, kDetailsFont) + gap;
-    double x = kTextX;
+    double x = textX();
     const auto baseline = mTop + kDetailsBaseline;
-    const auto name = mUser.shortName().value_or("");
+    const auto name = mUser.shortName.value_or("");
     if (!name.empty() && (marks.empty() || room > 30)) {
-      const auto text = fitted(name, kDetailsFont, room);
+      const auto text = cut(name, kDetailsFont, room);
       mCanvas.text(text, kDetailsFont, x, baseline, kDetailsColour);
       x += widthOf(text, kDetailsFont) + gap;
     }
@@ -238,15 +205,15 @@ class Row {
       if (left < 30) return;
       icon(mark, x, baseline);
       x += iconWidth(mark);
-      const auto text = fitted(mark.text, kDetailsFont, left);
+      const auto text = cut(mark.text, kDetailsFont, left);
       mCanvas.text(text, kDetailsFont, x, baseline, mark.colour);
       x += widthOf(text, kDetailsFont) + gap;
     }
   }
 
-  static double iconWidth(const Mark& mark) { return mark.isCurfew ? 15 : 11; }
+  static double iconWidth(const DrawnMark& mark) { return mark.isCurfew ? 15 : 11; }
 
-  void icon(const Mark& mark, double x, double baseline) {
+  void icon(const DrawnMark& mark, double x, double baseline) {
     if (mark.isCurfew) {
       mCanvas.crescent(x + 5.5, baseline - 4.5, 5.5, mark.colour);
     } else {
@@ -256,43 +223,78 @@ class Row {
 
   Canvas& mCanvas;
   const UsersPictureStyle& mStyle;
-  const CachedUser& mUser;
+  const ListedUser mUser;
+  double mLeft;
+  double mWidth;
   double mTop;
 };
 
+/// How rows flow: from the top down, then into the next column.
+struct Columns {
+  std::size_t count;
+  std::size_t rows;  ///< of each but the last
+  double width;      ///< of one
+
+  double left(std::size_t column) const {
+    return kMargin + static_cast<double>(column) * (width + kMargin);
+  }
+  double pictureWidth() const { return left(count); }
+  double pictureHeight() const { return static_cast<double>(rows) * kRowHeight + 2 * kMargin; }
+};
+
+/// As few columns as make the picture no taller than wide, as far as a given width has room for
+/// them.
+Columns columnsFor(std::size_t rows, std::optional<int> width) {
+  const auto widthOfOne = [&](std::size_t count) {
+    return width ? (*width - kMargin) / static_cast<double>(count) - kMargin : kColumnWidth;
+  };
+  for (std::size_t count = 1;; ++count) {
+    const Columns columns{count, (rows + count - 1) / count, widthOfOne(count)};
+    if (columns.rows <= kShortList || columns.pictureHeight() <= columns.pictureWidth() ||
+        widthOfOne(count + 1) < kNarrowestColumn) {
+      return columns;
+    }
+  }
+}
+
 }  // namespace
 
-std::string usersPicture(const std::shared_ptr<CachedUserList>& users,
-                         const UsersPictureStyle& style, Date now) {
+UsersPicture usersPicture(const std::shared_ptr<CachedUserList>& users,
+                          const UsersPictureStyle& style, Date now) {
   const std::size_t count = users ? users->count() : 0;
   const auto shown = std::min(count, kMostUsers);
   // Where there is something to say instead of or behind the users, it takes a row.
   const auto rows = shown + (count == shown && count > 0 ? 0 : 1);
-  const double cardHeight = static_cast<double>(rows) * kRowHeight;
-  const double width = style.width;
+  const auto columns = columnsFor(rows, style.width);
 
-  Canvas canvas(style.format, width, cardHeight + 2 * kMargin);
-  canvas.rectangle(0, 0, width, cardHeight + 2 * kMargin, 0, kBackground);
-  canvas.rectangle(kMargin - 1, kMargin - 1, width - 2 * kMargin + 2, cardHeight + 2,
-                   kCardRadius + 1, kEdge);
-  canvas.rectangle(kMargin, kMargin, width - 2 * kMargin, cardHeight, kCardRadius, kCard);
-  double y = kMargin;
-  if (count > 0) {
-    for (const auto& user : *users) {
-      if (y >= kMargin + static_cast<double>(shown) * kRowHeight) break;
-      if (y > kMargin) {
-        canvas.rectangle(Row::kTextX, y - 0.5, width - kMargin - Row::kTextX, 1, 0, kSeparator);
-      }
-      Row(canvas, style, *user, y).draw(now);
-      y += kRowHeight;
+  Canvas canvas(style.format, columns.pictureWidth(), columns.pictureHeight(), style.scale);
+  canvas.rectangle(0, 0, columns.pictureWidth(), columns.pictureHeight(), 0, kBackground);
+  for (std::size_t first = 0; first < rows; first += columns.rows) {
+    const double left = columns.left(first / columns.rows);
+    const auto height = static_cast<double>(std::min(columns.rows, rows - first)) * kRowHeight;
+    canvas.rectangle(left - 1, kMargin - 1, columns.width + 2, height + 2, kCardRadius + 1, kEdge);
+    canvas.rectangle(left, kMargin, columns.width, height, kCardRadius, kCard);
+  }
+  const auto topOf = [&](std::size_t row) {
+    return kMargin + static_cast<double>(row % columns.rows) * kRowHeight;
+  };
+  std::size_t row = 0;
+  for (; row < shown; ++row) {
+    const double left = columns.left(row / columns.rows);
+    const double top = topOf(row);
+    if (row % columns.rows > 0) {
+      canvas.rectangle(left + kTextX, top - 0.5, columns.width - kTextX, 1, 0, kSeparator);
     }
+    Row(canvas, style, listed(*users->objectAtIndex(row)), left, columns.width, top).draw(now);
   }
   if (rows > shown) {
     const auto text =
         count == 0 ? "Nobody is shown" : "and " + std::to_string(count - shown) + " more";
-    canvas.centredText(text, kDetailsFont, width / 2, y + kRowHeight / 2 + 4.5, kDetailsColour);
+    canvas.centredText(text, kDetailsFont, columns.left(row / columns.rows) + columns.width / 2,
+                       topOf(row) + kRowHeight / 2 + 4.5, kDetailsColour);
   }
-  return canvas.finish();
+  auto notes = notesOnScripts(canvas.withoutFont());
+  return {canvas.finish(), std::move(notes)};
 }
 
 }  // namespace gatehall::ctl

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "ctl/print/Json.h"
@@ -19,11 +20,11 @@ enum class ExitStatus {
 
 /// What a verb found out, for programs and for people.
 struct Answer {
-  Json json = nullptr;
+  Json json = nullptr;  ///< an object; null when there is no answer
   std::vector<Table> tables{};
+  std::string text{};  ///< for people, as it stands, in place of tables
   ExitStatus status = ExitStatus::Done;
   bool tellsLog = false;                 ///< what was logged is part of it
-  bool isPrinted = false;                ///< all of it was printed on the way
   Strings messages{};                    ///< what there is to say besides, one line each
   std::shared_ptr<const void> source{};  ///< what it was made of, which may be large
 };

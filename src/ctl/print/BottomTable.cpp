@@ -31,6 +31,7 @@ std::string BottomTable::repainted(const std::string& lines, const Table& table,
   text += lines;
   mRows = 0;
   if (size.columns == 0) return text;
+  if (style.columns) style.columns = size.columns;
   auto plain = style;
   plain.colour = false;
   const auto rows = 1 + rowsOf(tableText(table, plain), size.columns);

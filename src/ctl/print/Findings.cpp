@@ -17,12 +17,17 @@ std::string severityName(Finding::Severity severity) {
 
 bool isError(const Finding& finding) { return finding.severity == Finding::Severity::Error; }
 
+Json numberOrNull(std::uint64_t number) { return number == 0 ? Json() : Json(number); }
+
 Json textOrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
 
 }  // namespace
 
 std::string placeText(const Finding& finding) {
-  return finding.line == 0 ? finding.file : finding.file + ":" + std::to_string(finding.line);
+  auto text = finding.file;
+  if (finding.line != 0) text += ":" + std::to_string(finding.line);
+  if (finding.column != 0) text += ":" + std::to_string(finding.column);
+  return finding.path.empty() ? text : text + " " + finding.path;
 }
 
 Json findingsJson(const std::vector<Finding>& findings) {
@@ -30,9 +35,11 @@ Json findingsJson(const std::vector<Finding>& findings) {
   for (const auto& finding : findings) {
     list.push_back({{"severity", severityName(finding.severity)},
                     {"file", textOrNull(finding.file)},
-                    {"line", finding.line == 0 ? Json() : Json(finding.line)},
+                    {"line", numberOrNull(finding.line)},
                     {"text", finding.text},
-                    {"remedy", textOrNull(finding.remedy)}});
+                    {"remedy", textOrNull(finding.remedy)},
+                    {"column", numberOrNull(finding.column)},
+                    {"path", textOrNull(finding.path)}});
   }
   return list;
 }
@@ -44,6 +51,7 @@ Table findingsTable(const std::vector<Finding>& findings) {
     return table;
   }
   table.header = {"SEVERITY", "FINDING"};
+  table.fits = {Fit::Whole, Fit::Wrap};
   for (const auto& finding : findings) {
     Cell severity{severityName(finding.severity), Tone::Bad};
     for (auto& line : linesOf(finding.text, kLongestLine)) {

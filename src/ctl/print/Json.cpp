@@ -45,16 +45,6 @@ struct JsonOf {
   }
 };
 
-constexpr auto kFirstMoment = std::chrono::sys_days(std::chrono::year(1) / 1 / 1);
-constexpr auto kLastMoment = std::chrono::sys_days(std::chrono::year(10000) / 1 / 1);
-
-/// The moment in whole microseconds.
-std::chrono::sys_time<std::chrono::microseconds> microseconds(Date date) {
-  if (!(date >= Date(kFirstMoment))) return kFirstMoment;
-  if (date >= Date(kLastMoment)) return kLastMoment - std::chrono::microseconds(1);
-  return std::chrono::floor<std::chrono::microseconds>(date);
-}
-
 }  // namespace
 
 Json toJson(const Value& value) { return std::visit(JsonOf(), value.storage()); }
@@ -67,8 +57,9 @@ Json toJson(const Dictionary& entries) {
 
 Json orNull(const std::optional<Value>& value) { return value ? toJson(*value) : Json(); }
 
-std::string isoText(Date date) {
-  const auto moment = microseconds(date);
+std::string isoText(Date date) { return isoText(momentOf(date)); }
+
+std::string isoText(Moment moment) {
   const auto day = std::chrono::floor<std::chrono::days>(moment);
   const std::chrono::year_month_day calendar(day);
   const std::chrono::hh_mm_ss time(moment - day);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "gatehall/base/Value.h"
+#include "listing/ListedUser.h"
 
 namespace gatehall::ctl {
 
@@ -26,6 +27,7 @@ Json orNull(const std::optional<Value>& value);
 /// A moment as RFC 3339 writes it, in UTC, with a fraction of up to six digits when there is one.
 /// Beyond the years 1 to 9999, the first or last moment of those.
 std::string isoText(Date date);
+std::string isoText(Moment moment);
 
 /// The document over several lines, a line end at its end. Control characters are escaped and
 /// malformed UTF-8 is replaced by U+FFFD, so that a terminal shows it as text.

@@ -15,7 +15,7 @@ Json logJson(const RecordingLog& log) {
 }
 
 Table logTable(const RecordingLog& log) {
-  Table table;
+  Table table{.fits = {Fit::Whole, Fit::Wrap}};
   for (const auto& entry : log.entries()) {
     if (table.header.empty()) table.header = {"LOGGED", "TEXT"};
     table.rows.push_back({{levelName(entry.level)}, {entry.text}});

@@ -21,6 +21,10 @@ struct Screen {
   std::function<std::optional<ScreenSize>()> size;
 
   bool colour = false;  ///< the terminal's colours are wanted
+
+  /// Shows a line in place of the one before, an empty one to end with; empty where errors don't go
+  /// to a terminal.
+  std::function<void(std::string_view)> progress{};
 };
 
 }  // namespace gatehall::ctl

@@ -84,4 +84,21 @@ TerminalText forTerminal(std::string_view text) {
   return result;
 }
 
+std::size_t fittingLength(std::string_view shown, std::size_t columns) {
+  if (isPlainForTerminal(shown)) return std::min(shown.size(), columns);
+  const Utf8Locale locale;
+  std::mbstate_t state{};
+  std::size_t length = 0;
+  while (length < shown.size()) {
+    wchar_t character = 0;
+    const auto bytes =
+        std::mbrtowc(&character, shown.data() + length, shown.size() - length, &state);
+    const auto width = static_cast<std::size_t>(std::max(wcwidth(character), 0));
+    if (bytes == 0 || bytes > shown.size() - length || width > columns) break;
+    columns -= width;
+    length += bytes;
+  }
+  return length;
+}
+
 }  // namespace gatehall::ctl

@@ -17,6 +17,9 @@ struct TerminalText {
 /// character, "\u{202E}" any other one.
 TerminalText forTerminal(std::string_view text);
 
+/// How many bytes at the beginning of a text that forTerminal made take no more columns than that.
+std::size_t fittingLength(std::string_view shown, std::size_t columns);
+
 /// Whether the text is printable ASCII, as most are, and so shown as it stands, a column a byte.
 bool isPlainForTerminal(std::string_view text);
 

@@ -8,21 +8,6 @@ namespace gatehall::ctl {
 
 namespace {
 
-Json userJson(const CachedUser& user) {
-  Json entry;
-  entry["shortName"] = orNull(user.shortName());
-  entry["longName"] = orNull(user.longName());
-  entry["uid"] = user.getUid();
-  entry["guid"] = orNull(user.getGUID());
-  entry["node"] = orNull(user.node());
-  entry["local"] = user.isLocalUser();
-  entry["current"] = user.isCurrentUser();
-  entry["suspended"] = user.isSuspended();
-  entry["mobile"] = user.isMobileHomeUser();
-  entry["picture"] = orNull(user.userPicturePath());
-  return entry;
-}
-
 std::string marksText(bool isLocal, bool isMobile, bool isCurrent, bool isSuspended) {
   std::string text;
   const auto add = [&text](const char* mark) {
@@ -31,8 +16,12 @@ std::string marksText(bool isLocal, bool isMobile, bool isCurrent, bool isSuspen
   };
   if (isLocal) add("local");
   if (isMobile) add("mobile");
-  if (isCurrent) add("current");
-  if (isSuspended) add("suspended");
+  // Whoever is logged in counts as suspended, the current user too.
+  if (isCurrent) {
+    add("in front");
+  } else if (isSuspended) {
+    add("logged in");
+  }
   return text.empty() ? "-" : text;
 }
 
@@ -44,15 +33,31 @@ std::string cellTextOf(std::optional<std::string> text) {
 
 Table emptyTable(std::size_t users) {
   return {.header = {"UID", "SHORT NAME", "LONG NAME", "NODE", "MARKS", "GUID"},
+          .fits = {Fit::Whole, Fit::Whole, Fit::Cut, Fit::Cut, Fit::Whole, Fit::Extra},
           .count = countText(users, "user")};
 }
 
 }  // namespace
 
+Json userJson(const ListedUser& user) {
+  Json entry;
+  entry["shortName"] = orNull(user.shortName);
+  entry["longName"] = orNull(user.longName);
+  entry["uid"] = user.uid;
+  entry["guid"] = orNull(user.guid);
+  entry["node"] = orNull(user.node);
+  entry["local"] = user.local;
+  entry["current"] = user.current;
+  entry["suspended"] = user.suspended;
+  entry["mobile"] = user.mobile;
+  entry["picture"] = orNull(user.picture);
+  return entry;
+}
+
 Json usersJson(const std::shared_ptr<CachedUserList>& users) {
   if (!users) return nullptr;
   auto list = Json::array();
-  for (const auto& user : *users) list.push_back(userJson(*user));
+  for (const auto& user : *users) list.push_back(userJson(listed(*user)));
   return list;
 }
 
@@ -61,16 +66,15 @@ std::string userMarks(const Json& user) {
   return marksText(has("local"), has("mobile"), has("current"), has("suspended"));
 }
 
-Table usersTable(const Json& users, const std::string& withoutList) {
-  if (users.is_null()) return {.rows = {{{withoutList}}}};
+Table usersTable(const ListedUsers& users) {
   auto table = emptyTable(users.size());
   for (const auto& user : users) {
-    table.rows.push_back({{cellText(user.at("uid"))},
-                          {cellText(user.at("shortName"))},
-                          {cellText(user.at("longName"))},
-                          {cellText(user.at("node"))},
-                          {userMarks(user)},
-                          {cellText(user.at("guid"))}});
+    table.rows.push_back({{std::to_string(user->uid)},
+                          {cellTextOf(user->shortName)},
+                          {cellTextOf(user->longName)},
+                          {cellTextOf(user->node)},
+                          {marksText(user->local, user->mobile, user->current, user->suspended)},
+                          {cellTextOf(user->guid)}});
   }
   return table;
 }

@@ -1,4 +1,4 @@
-#include "ctl/verbs/UsersAnswer.h"
+#include "ctl/print/UsersAnswer.h"
 #include "ctl/verbs/Verbs.h"
 #include "gatehall/users/GroupMembership.h"
 
@@ -7,7 +7,7 @@ namespace gatehall::ctl {
 namespace {
 
 Answer run(const Host& host, const Request& request) {
-  return usersAnswer(host, request, adminGroupUsers(),
+  return usersAnswer(host.log(), request.json, adminGroupUsers(),
                      "there is no group \"admin\" on the local node");
 }
 

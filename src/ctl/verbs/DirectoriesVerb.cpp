@@ -5,6 +5,7 @@
 #include <future>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "ctl/verbs/Verbs.h"
 #include "gatehall/base/PlatformException.h"
@@ -38,9 +39,27 @@ Attempt attemptAt(NetworkNode& node) {
   return attempt;
 }
 
-/// Of this machine's network nodes, by name; all are tried at once.
-std::map<std::string, Attempt> attempts(const Host& host) {
+/// What a world says of it.
+Attempt attemptIn(const NodeSetup& setup) {
+  using WhenAway = NodeSetup::WhenAway;
+  Attempt attempt{.reached = std::nullopt,
+                  .error = setup.away.value_or(""),
+                  .tls = setup.tls,
+                  .whenAway = std::nullopt};
+  if (setup.server) attempt.reached = {.server = *setup.server, .roundTrip = {}};
+  if (setup.whenAway != WhenAway::Absent) {
+    attempt.whenAway = setup.whenAway == WhenAway::Ignore ? "ignore" : "refuse";
+  }
+  return attempt;
+}
+
+/// Of the host's network nodes, by name; a machine's are all tried at once.
+std::map<std::string, Attempt> attempts(const Host& host, const Strings& names) {
   std::map<std::string, Attempt> found;
+  for (const auto& name : host.world() != nullptr ? names : Strings()) {
+    const auto setup = host.world()->directory().setup(name);
+    if (setup) found.emplace(name, attemptIn(*setup));
+  }
   std::map<std::string, std::future<Attempt>> pending;
   for (const auto& node : host.networkNodes()) {
     pending.emplace(node->nodeName().value_or(""),
@@ -63,6 +82,7 @@ Json nodeJson(const std::string& name, bool isReachable, const Attempt& attempt)
   node["reachable"] = isReachable;
   node["server"] = nullptr;
   node["roundTripMilliseconds"] = nullptr;
+  node["fromCache"] = nullptr;
   node["tls"] = attempt.tls ? Json(*attempt.tls) : Json();
   node["whenAway"] = attempt.whenAway ? Json(*attempt.whenAway) : Json();
   node["users"] = nullptr;
@@ -70,7 +90,10 @@ Json nodeJson(const std::string& name, bool isReachable, const Attempt& attempt)
   node["error"] = nullptr;
   if (attempt.reached) {
     node["server"] = attempt.reached->server;
-    node["roundTripMilliseconds"] = std::round(attempt.reached->roundTrip.count() * 1e5) / 100;
+    if (attempt.reached->isFromCache) node["fromCache"] = *attempt.reached->isFromCache;
+    if (attempt.reached->roundTrip.count() != 0) {
+      node["roundTripMilliseconds"] = std::round(attempt.reached->roundTrip.count() * 1e5) / 100;
+    }
   }
   if (!isReachable) {
     node["error"] = attempt.error.empty() ? "it can't be reached" : attempt.error;
@@ -92,15 +115,22 @@ std::string milliseconds(const Json& value) {
   return text.data();
 }
 
+/// Which server answers, and whether it does so by itself.
+std::string serverText(const Json& node) {
+  return cellText(node["server"]) + (node["fromCache"] == true ? " (from its cache)" : "");
+}
+
 Table table(const Json& nodes) {
   Table table{.header = {"DIRECTORY", "REACHABLE", "SERVER", "ROUND TRIP", "TLS", "WHEN AWAY",
                          "USERS", "GROUPS", "ERROR"},
+              .fits = {Fit::Whole, Fit::Whole, Fit::Wrap, Fit::Extra, Fit::Whole, Fit::Extra,
+                       Fit::Whole, Fit::Whole, Fit::Wrap},
               .count = countText(nodes.size(), "node")};
   for (const auto& node : nodes) {
     const bool isReachable = node["reachable"];
     table.rows.push_back({{cellText(node["name"])},
                           {cellText(node["reachable"]), isReachable ? Tone::Good : Tone::Bad},
-                          {cellText(node["server"])},
+                          {serverText(node)},
                           {milliseconds(node["roundTripMilliseconds"])},
                           {cellText(node["tls"]), node["tls"] == "off" ? Tone::Bad : Tone::Plain},
                           {cellText(node["whenAway"])},
@@ -112,19 +142,19 @@ Table table(const Json& nodes) {
 }
 
 Answer run(const Host& host, const Request&) {
-  const auto tried = attempts(host);
   const auto search = searchNode();
   const auto names = search ? search->subnodeNames().value_or(Strings()) : Strings();
+  const auto tried = attempts(host, names);
   const auto unreachable = search ? search->unreachableSubnodeNames().value_or(Strings()) : names;
-  Answer answer{.json = Json::array()};
+  auto nodes = Json::array();
   for (const auto& name : names) {
     const auto attempt = tried.find(name);
     const bool isReachable = std::ranges::find(unreachable, name) == unreachable.end();
-    answer.json.push_back(
+    nodes.push_back(
         nodeJson(name, isReachable, attempt != tried.end() ? attempt->second : Attempt()));
   }
-  answer.tables = {table(answer.json)};
-  return answer;
+  const auto rows = table(nodes);
+  return {.json = {{"directories", std::move(nodes)}}, .tables = {rows}};
 }
 
 }  // namespace
@@ -135,7 +165,7 @@ Verb directoriesVerb() {
       .summary = "The directories that are searched, and how they are",
       .description =
           R"(Shows the nodes that the search node covers, in their order: whether each can be reached,
-which server answers for it and how fast, whether what it is sent is protected, whether
+which server answers for it, out of a cache or not, and how fast, whether what it is sent is protected, whether
 its entries count as absent while it is away, how many users and groups it has, or what
 is wrong with it.)",
       .example = "--world examples/lab.world.json directories",

@@ -19,12 +19,14 @@ Answer run(const Host&, const Request&) {
   answer.json["parentNetworkExists"] = status->parentNetworkExists();
   answer.json["total"] = counts.total;
   answer.json["reachable"] = counts.reachable;
-  answer.tables = {
-      {.rows = {{{"network status"}, {networkStatusText(networkStatus)}},
-                {{"belongs to a network"}, {cellText(answer.json["hasParentNetwork"])}},
-                {{"network answers"}, {cellText(answer.json["parentNetworkExists"])}},
-                {{"nodes covered"}, {cellText(answer.json["total"])}},
-                {{"nodes reachable"}, {cellText(answer.json["reachable"])}}}}};
+  answer.tables = {{
+      .fits = {Fit::Whole, Fit::Wrap},
+      .rows = {{{"network status"}, {networkStatusText(networkStatus)}},
+               {{"belongs to a network"}, {cellText(answer.json["hasParentNetwork"])}},
+               {{"network answers"}, {cellText(answer.json["parentNetworkExists"])}},
+               {{"nodes covered"}, {cellText(answer.json["total"])}},
+               {{"nodes reachable"}, {cellText(answer.json["reachable"])}}},
+  }};
   return answer;
 }
 

@@ -23,7 +23,7 @@ Json requestsJson(const RecordingLoginService& service) {
 
 /// One block: how it ends, what is logged, what the login service is asked.
 Table screen(const Json& json) {
-  Table table;
+  Table table{.fits = {Fit::Whole, Fit::Wrap}};
   const auto add = [&table](std::string label, std::string text) {
     table.rows.push_back({{std::move(label)}, {std::move(text)}});
   };
@@ -75,8 +75,8 @@ it asks of the login service. In a world the switch is carried out there; on thi
 is a rehearsal: everything is real but the switch itself, which is not made. The tool may
 read password hashes; run the rehearsal as root for it to see empty passwords as well.
 
-Every word after the verb is the tool's own, this program's options too; a first -- is left
-out.)",
+Every word after the verb is the tool's own, this program's options too, but for --help alone; a
+first -- is left out.)",
       .example = "--world examples/family.world.json switch -switchToUserID 1001",
       .run = run,
   };

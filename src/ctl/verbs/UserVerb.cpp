@@ -1,70 +1,34 @@
-#include "ctl/request/UserID.h"
+#include <cstddef>
+#include <limits>
+
+#include "accounts/Accounts.h"
+#include "accounts/Verdict.h"
+#include "ctl/explain/ExplanationText.h"
+#include "ctl/print/UserProperties.h"
 #include "ctl/verbs/Verbs.h"
-#include "gatehall/users/UserLookup.h"
 
 namespace gatehall::ctl {
 
 namespace {
 
-Json curfewJson(const CachedUser& user) {
-  const auto curfew = user.kinwatchNextCurfewTime();
-  return curfew ? Json(isoText(*curfew)) : Json();
-}
+/// Messages are lines of their own, of any length.
+constexpr auto kNoLimit = std::numeric_limits<std::size_t>::max();
 
-Json propertiesJson(const CachedUser& user) {
-  Json json;
-  json["shortName"] = orNull(user.shortName());
-  json["longName"] = orNull(user.longName());
-  json["getUid"] = user.getUid();
-  json["getGid"] = user.getGid();
-  json["getGUID"] = orNull(user.getGUID());
-  json["primaryGroupGUID"] = orNull(user.primaryGroupGUID());
-  json["shell"] = orNull(user.shell());
-  json["node"] = orNull(user.node());
-  json["authAuthority"] = orNull(user.authAuthority());
-  json["passwordHint"] = orNull(user.passwordHint());
-  json["userPicturePath"] = orNull(user.userPicturePath());
-  json["nfsHomePath"] = orNull(user.nfsHomePath());
-  json["ofpHomePath"] = orNull(user.ofpHomePath());
-  json["mobileHomeUserNode"] = orNull(user.mobileHomeUserNode());
-  json["hasSACLAccess"] = user.hasSACLAccess();
-  json["isRootUser"] = user.isRootUser();
-  json["isDirAdminUser"] = user.isDirAdminUser();
-  json["isNameAdmin"] = user.isNameAdmin();
-  json["isInAdminGroup"] = user.isInAdminGroup();
-  json["isGuestUser"] = user.isGuestUser();
-  json["isLocalUser"] = user.isLocalUser();
-  json["isManaged"] = user.isManaged();
-  json["isMobileHomeUser"] = user.isMobileHomeUser();
-  json["isCurrentUser"] = user.isCurrentUser();
-  json["isOtherUser"] = user.isOtherUser();
-  json["isSmartCardUser"] = user.isSmartCardUser();
-  json["isSuspended"] = user.isSuspended();
-  json["shouldAuthenticate"] = user.shouldAuthenticate();
-  json["hasCryptPassword"] = user.hasCryptPassword();
-  json["hasShadowHashAuthAuthority"] = user.hasShadowHashAuthAuthority();
-  json["canModifyPassword"] = user.canModifyPassword();
-  json["passwordPolicyInUse"] = user.passwordPolicyInUse();
-  json["minutesUntilPasswordExpires"] = user.minutesUntilPasswordExpires();
-  json["kinwatchAllowsLogin"] = user.kinwatchAllowsLogin();
-  json["kinwatchNextCurfewTime"] = curfewJson(user);
-  json["isCryptwellUser"] = user.isCryptwellUser();
-  json["isExternalHomeUser"] = user.isExternalHomeUser();
-  json["description"] = user.description();
-  return json;
-}
-
-Answer run(const Host&, const Request& request) {
-  const auto& operand = request.operands.front();
-  const auto user = cachedUserForUID(userIDOperand(operand));
-  if (!user) {
-    return {.status = ExitStatus::No,
-            .messages = {"no user with the user id " + operand + " can be found"}};
+Answer run(const Host& host, const Request& request) {
+  const auto meant = accountMeant(host.accounts(), request.operands.front());
+  const auto verdict = verdictOn(host.accounts(), meant);
+  Answer answer;
+  // A document has them among its keys.
+  if (!request.json || !verdict.user) answer.messages = linesAboutOthers(meant, kNoLimit);
+  if (!verdict.user) {
+    answer.status = verdict.isUndecidable() ? ExitStatus::HostFailure : ExitStatus::No;
+    answer.messages.insert(answer.messages.begin(),
+                           meant.operand + ": " + verdict.rule + ": " + verdict.reason);
+    return answer;
   }
-  Answer answer{.json = propertiesJson(*user), .tables = {{.header = {"PROPERTY", "VALUE"}}}};
-  for (const auto& [name, value] : answer.json.items()) {
-    answer.tables.front().rows.push_back({{name}, {cellText(value)}});
-  }
+  answer.json = userPropertiesJson(*verdict.user);
+  answer.tables = {userPropertiesTable(answer.json, request.style.legend)};
+  answer.json["others"] = jsonOf(othersOf(meant));
   return answer;
 }
 
@@ -74,12 +38,14 @@ Verb userVerb() {
   return {
       .name = "user",
       .operands = Verb::Operands::One,
-      .operandName = "UID",
+      .operandName = "NAME",
       .summary = "Everything that is derived about one user",
       .description =
-          R"(Shows what the login screen's layer makes of one account, each property by the name of its
-method. Exit status 1 when no user has that id.)",
-      .example = "--world examples/family.world.json user 1001",
+          R"(Shows what the login screen's layer makes of one account, by login name, user id or GUID, each
+property by the name of its method, under what it is about; what each says is told where there is
+room, or with --wide. Exit status 1 when nobody is meant or the account is nobody's to log in with;
+the reason is told.)",
+      .example = "--world examples/family.world.json user bob",
       .run = run,
   };
 }

@@ -7,8 +7,10 @@ namespace gatehall::ctl {
 
 std::span<const Verb> verbs() {
   static const std::array all = {
-      switchVerb(), canLogInVerb(), usersVerb(), watchVerb(),   networkUsersVerb(), userVerb(),
-      expandVerb(), adminsVerb(),   prefsVerb(), networkVerb(), directoriesVerb(),  checkVerb()};
+      switchVerb(),       canLogInVerb(), usersVerb(),   watchVerb(),
+      networkUsersVerb(), userVerb(),     expandVerb(),  guidVerb(),
+      adminsVerb(),       prefsVerb(),    networkVerb(), directoriesVerb(),
+      checkVerb(),        compareVerb(),  exportVerb(),  policyVerb()};
   return all;
 }
 

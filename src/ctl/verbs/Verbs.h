@@ -11,13 +11,17 @@ namespace gatehall::ctl {
 Verb switchVerb();
 Verb canLogInVerb();
 Verb checkVerb();
+Verb compareVerb();
+Verb policyVerb();
 Verb usersVerb();
 Verb watchVerb();
 Verb networkUsersVerb();
 Verb userVerb();
 Verb expandVerb();
+Verb guidVerb();
 Verb adminsVerb();
 Verb prefsVerb();
+Verb exportVerb();
 Verb networkVerb();
 Verb directoriesVerb();
 

@@ -1,9 +1,10 @@
 #include <optional>
-#include <signal.h>
 
+#include "ctl/service/ServiceWatch.h"
 #include "ctl/verbs/Verbs.h"
 #include "ctl/watch/Watch.h"
 #include "gatehall/linux/loop/LinuxRunLoop.h"
+#include "linux/loop/HeldInterruptions.h"
 #include "world/script/Script.h"
 
 namespace gatehall::ctl {
@@ -12,24 +13,6 @@ namespace {
 
 /// A rebuild follows a second after its cause, and a network's status is measured once a second.
 constexpr double kSecondsAfterTheLastEvent = 2.0;
-
-/// From the first line on an interruption waits for the run loop, which ends for it in good order.
-class HeldInterruptions {
- public:
-  HeldInterruptions() {
-    sigset_t interruptions;
-    sigemptyset(&interruptions);
-    sigaddset(&interruptions, SIGINT);
-    sigaddset(&interruptions, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &interruptions, &mBefore);
-  }
-  ~HeldInterruptions() { pthread_sigmask(SIG_SETMASK, &mBefore, nullptr); }
-  HeldInterruptions(const HeldInterruptions&) = delete;
-  HeldInterruptions& operator=(const HeldInterruptions&) = delete;
-
- private:
-  sigset_t mBefore{};
-};
 
 class Watching {
  public:
@@ -62,6 +45,14 @@ void letHappen(World& world, const std::vector<WorldEvent>& script, const Watchi
 
 Answer run(const Host& host, const Request& request) {
   const auto file = request.option("--script");
+  if (request.has("--service")) {
+    if (host.world() != nullptr) throw UsageError("no service runs in a world");
+    if (!host.options().isRunning) throw UsageError("no service runs on a machine under a folder");
+    if (file) throw UsageError("--service and --script exclude each other");
+    const HeldInterruptions held;
+    ServiceWatch(host, request, host.options()).run();
+    return {.tellsLog = true};
+  }
   if (host.world() == nullptr) {
     if (file) throw UsageError("--script needs a --world to happen in");
   } else if (!file) {
@@ -77,7 +68,7 @@ Answer run(const Host& host, const Request& request) {
     host.machine()->runLoop().runUntilInterrupted();
     watch->printLog();
   }
-  return {.tellsLog = true, .isPrinted = true};
+  return {.tellsLog = true};
 }
 
 }  // namespace
@@ -85,16 +76,23 @@ Answer run(const Host& host, const Request& request) {
 Verb watchVerb() {
   return {
       .name = "watch",
-      .options = {{"--script", "EVENTS", "What happens in the world, as steps in this file"}},
+      .options = {{"--script", "EVENTS", "What happens in the world, as steps in this file"},
+                  {"--service", "",
+                   "The list that gatehalld tells everybody, in place of one's own"}},
       .summary = "That list, and every change of it as it comes",
       .description =
           R"(Shows the users whom a login screen shows, and then a line for every change of that list, when
 a login screen is told of it: on this machine until it is interrupted, in a world while the
 script's events happen there, in the world's own time.
 
-  +  somebody is shown now        ~  something about somebody is different, and what it was
+  +  somebody is shown now        ~  what is different about somebody
   -  somebody is shown no longer  =  the list was built anew, and is as it was
-  *  the network's status         >  a step of the script        !  what was logged
+  *  the network's status         >  a step of the script
+  !  what was logged
+
+With --service it is the list that gatehalld(8) tells login screens over the system bus, whoever
+runs it. When the service is gone, that is a line, and another one when it is back and the list has
+caught up, or was read anew: what changed meanwhile comes next.
 
 With --json each of them is one JSON object on a line of its own.)",
       .example = "--world examples/family.world.json watch --script examples/curfew.events.json",

@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "ctl/print/BottomTable.h"
 #include "ctl/request/Verb.h"
+#include "ctl/watch/ListDisplay.h"
 #include "gatehall/access/NetworkStatusTarget.h"
 #include "gatehall/access/UserAccess.h"
 #include "gatehall/access/UserAccessTarget.h"
@@ -42,18 +42,11 @@ class Watch final : public UserAccessTarget,
   void reportList(bool isTold);
   void addNetwork();
   void addLog();
-  bool isOnTerminal() const;
-  void addTable();
-  void add(const Json& event);
   void print();
-  std::string clockText(Date moment) const;
 
   const Host& mHost;
-  const Request& mRequest;
   std::shared_ptr<UserAccess> mAccess;
-  Json mUsers = Json::array();  ///< as they were shown last
-  std::string mPending;         ///< to print at once
-  BottomTable mTable;
+  ListDisplay mDisplay;
   bool mIsBroken = false;
 };
 

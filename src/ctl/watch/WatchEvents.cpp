@@ -1,5 +1,10 @@
 #include "ctl/watch/WatchEvents.h"
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
 #include "ctl/print/LogEntries.h"
 #include "ctl/print/NetworkText.h"
 #include "ctl/print/Table.h"
@@ -11,21 +16,57 @@ namespace {
 
 Json event(Date now, const char* name) { return {{"time", isoText(now)}, {"event", name}}; }
 
-const char* nameOf(UserListChange::Kind kind) {
+const char* nameOf(ListChange::Kind kind) {
   switch (kind) {
-    case UserListChange::Kind::Removed:
+    case ListChange::Kind::Removed:
       return "removed";
-    case UserListChange::Kind::Added:
+    case ListChange::Kind::Added:
       return "added";
-    case UserListChange::Kind::Changed:
+    case ListChange::Kind::Changed:
+    case ListChange::Kind::Moved:
       break;
   }
   return "changed";
 }
 
+/// userJson with what parental controls say: whether login is allowed, and the next curfew.
+Json entryOf(const ListedUser& user) {
+  auto entry = userJson(user);
+  const auto& curfew = user.kinwatchNextCurfewTime;
+  entry["kinwatchAllowsLogin"] =
+      user.kinwatchAllowsLogin ? Json(*user.kinwatchAllowsLogin) : Json();
+  entry["kinwatchNextCurfewTime"] = curfew ? Json(isoText(*curfew)) : Json();
+  return entry;
+}
+
+/// Of a changed user what is different, as it was, by key; with "position" when the user stands
+/// elsewhere among those who stayed.
+Json differences(const ListChange& change, const Json& is) {
+  auto was = Json::object();
+  const auto before = entryOf(*change.was);
+  for (const auto& [key, value] : before.items()) {
+    if (is.at(key) != value) was[key] = value;
+  }
+  if (change.formerPosition) was["position"] = *change.formerPosition;
+  return was;
+}
+
 std::string userText(const Json& user) {
   return cellText(user.at("shortName")) + "  " + cellText(user.at("longName")) + "  " +
          userMarks(user);
+}
+
+/// What people call a key of entryOf.
+std::string_view wordsFor(std::string_view key) {
+  constexpr std::array<std::pair<std::string_view, std::string_view>, 6> words = {
+      {{"shortName", "short name"},
+       {"longName", "long name"},
+       {"current", "in front"},
+       {"suspended", "logged in"},
+       {"kinwatchAllowsLogin", "allowed hours"},
+       {"kinwatchNextCurfewTime", "next curfew"}}};
+  const auto* found = std::ranges::find(words, key, &decltype(words)::value_type::first);
+  return found != words.end() ? found->second : key;
 }
 
 std::string changeText(const Json& event) {
@@ -34,7 +75,8 @@ std::string changeText(const Json& event) {
   const char* separator = "  ";
   for (const auto& [key, was] : event.at("was").items()) {
     const auto& is = key == "position" ? event.at(key) : user.at(key);
-    text += separator + key + ": " + cellText(was) + " -> " + cellText(is);
+    text.append(separator).append(wordsFor(key)).append(": ");
+    text += cellText(was) + " -> " + cellText(is);
     separator = ", ";
   }
   return text;
@@ -42,33 +84,22 @@ std::string changeText(const Json& event) {
 
 }  // namespace
 
-Json usersOf(const std::shared_ptr<CachedUserList>& list) {
-  auto users = usersJson(list);
-  std::size_t index = 0;
-  for (auto& user : users) {
-    const auto cached = list->objectAtIndex(index++);
-    const auto curfew = cached->kinwatchNextCurfewTime();
-    user["kinwatchAllowsLogin"] = cached->kinwatchAllowsLogin();
-    user["kinwatchNextCurfewTime"] = curfew ? Json(isoText(*curfew)) : Json();
-  }
-  return users;
-}
-
-Json list(Date now, const Json& users) {
+Json list(Date now, const ListedUsers& users) {
   auto json = event(now, "list");
-  json["users"] = users;
+  json["users"] = Json::array();
+  for (const auto& user : users) json["users"].push_back(entryOf(*user));
   return json;
 }
 
-Json change(Date now, const UserListChange& change) {
+Json change(Date now, const ListChange& change) {
   auto json = event(now, nameOf(change.kind));
   json["position"] = change.position;
-  json["user"] = change.user;
-  if (change.kind == UserListChange::Kind::Changed) json["was"] = change.was;
+  json["user"] = entryOf(*change.user);
+  if (change.was) json["was"] = differences(change, json["user"]);
   return json;
 }
 
-Json unchanged(Date now, const Json& users) {
+Json unchanged(Date now, const ListedUsers& users) {
   auto json = event(now, "unchanged");
   json["count"] = users.size();
   return json;
@@ -100,6 +131,19 @@ Json logged(Date now, const RecordingLog::Entry& entry) {
   return json;
 }
 
+Json serviceGone(Date now, const std::string& why) {
+  auto json = event(now, "service");
+  json["state"] = "gone";
+  json["reason"] = why;
+  return json;
+}
+
+Json serviceBack(Date now, bool hasCaughtUp) {
+  auto json = event(now, "service");
+  json["state"] = hasCaughtUp ? "caught up" : "read anew";
+  return json;
+}
+
 std::string text(const Json& event) {
   const auto& name = event.at("event");
   if (name == "added") return "+ " + userText(event.at("user"));
@@ -112,6 +156,10 @@ std::string text(const Json& event) {
   if (name == "noList") return "! no list can be had: " + cellText(event.at("reason"));
   if (name == "network") {
     return "* network status " + networkStatusText(event.at("networkStatus").get<std::int32_t>());
+  }
+  if (name == "service") {
+    if (event.contains("reason")) return "! gatehalld is gone: " + cellText(event.at("reason"));
+    return "* gatehalld is back, " + cellText(event.at("state"));
   }
   if (name == "step") return "> " + cellText(event.at("step"));
   return "! logged, " + cellText(event.at("level")) + ": " + cellText(event.at("text"));

@@ -41,7 +41,7 @@ TEST(AtDoor, ADocumentHoldsTheDoorAndItsAnswers) {
         {"uid": 1001, "name": "bob", "allowed": false, "rule": "local login disabled",
          "source": "managed", "sentence":
          "You may not log in on this computer: its own accounts are closed to all but administrators."},
-        {"uid": 1002, "name": null, "allowed": false, "rule": null, "source": null,
+        {"uid": 1002, "name": null, "allowed": false, "rule": "no such account", "source": null,
          "sentence": null}]})"));
 }
 
@@ -78,10 +78,12 @@ TEST(AtDoor, IsUndecidableWithTheReasonAndStatus3) {
 
 /// The answers of a door of which a test says what it is, in a world.
 ctl::Answer answersOf(const ctl::DoorState& door, std::string_view sections,
-                      const std::vector<std::int32_t>& userIDs) {
+                      const Strings& operands) {
   const WorldFileOnDisk file(household(sections));
-  const ctl::Host host(file.path(), Trace::Keeps::LastOperation);
-  return answersAtDoor(host, door, userIDs);
+  const ctl::Host host({.world = file.path()}, Trace::Keeps::LastOperation);
+  std::vector<Meant> asked;
+  for (const auto& each : operands) asked.push_back(accountMeant(host.accounts(), each));
+  return answersAtDoor(host, door, asked);
 }
 
 ctl::DoorState doorWith(const Strings& arguments) {
@@ -94,7 +96,7 @@ constexpr std::string_view kUndecidable =
     R"(, "faults": [ { "operation": "applicationBoolean", "raise": "platform" } ])";
 
 TEST(AtDoor, AdmitsTheUndecidableWhereTheModulesArgumentsSay) {
-  const auto answer = answersOf(doorWith({"on-undecidable=admit"}), kUndecidable, {1001});
+  const auto answer = answersOf(doorWith({"on-undecidable=admit"}), kUndecidable, {"1001"});
   EXPECT_EQ(answer.json["users"][0]["allowed"], true);
   EXPECT_EQ(answer.json["users"][0]["rule"], "undecidable");
   EXPECT_TRUE(answer.json["users"][0]["sentence"].is_null());
@@ -103,7 +105,7 @@ TEST(AtDoor, AdmitsTheUndecidableWhereTheModulesArgumentsSay) {
 }
 
 TEST(AtDoor, LeavesAllUndecidableByArgumentsThatCantBeUsedButWhoIsNeverShutOut) {
-  const auto answer = answersOf(doorWith({"hours=maybe"}), "", {1000, 1001});
+  const auto answer = answersOf(doorWith({"hours=maybe"}), "", {"1000", "1001"});
   EXPECT_EQ(answer.json["users"][0]["allowed"], true);
   EXPECT_EQ(answer.json["users"][1]["allowed"], false);
   EXPECT_EQ(answer.json["users"][1]["reason"],
@@ -113,8 +115,8 @@ TEST(AtDoor, LeavesAllUndecidableByArgumentsThatCantBeUsedButWhoIsNeverShutOut) 
 
 TEST(AtDoor, RefusesOutsideOfLoginHoursWhereTheModulesArgumentsSay) {
   constexpr std::string_view kNight = R"(, "parentalControls": { "1001": { "allowed": false } })";
-  EXPECT_EQ(answersOf(doorWith({}), kNight, {1001}).status, ExitStatus::Done);
-  const auto answer = answersOf(doorWith({"hours=yes"}), kNight, {1001});
+  EXPECT_EQ(answersOf(doorWith({}), kNight, {"1001"}).status, ExitStatus::Done);
+  const auto answer = answersOf(doorWith({"hours=yes"}), kNight, {"1001"});
   EXPECT_EQ(answer.json["users"][0]["rule"], "outside of login hours");
   EXPECT_EQ(answer.status, ExitStatus::No);
 }
@@ -122,15 +124,15 @@ TEST(AtDoor, RefusesOutsideOfLoginHoursWhereTheModulesArgumentsSay) {
 TEST(AtDoor, IsAnsweredForByEachLineOfTheModuleUntilOneRefuses) {
   auto door = doorWith({"on-undecidable=admit"});
   door.guards.push_back({{"/etc/pam.d/common-account", 1}, {}});
-  EXPECT_EQ(answersOf(door, kUndecidable, {1001}).json["users"][0]["allowed"], false);
+  EXPECT_EQ(answersOf(door, kUndecidable, {"1001"}).json["users"][0]["allowed"], false);
   std::swap(door.guards[0], door.guards[1]);
-  EXPECT_EQ(answersOf(door, kUndecidable, {1001}).json["users"][0]["allowed"], false);
+  EXPECT_EQ(answersOf(door, kUndecidable, {"1001"}).json["users"][0]["allowed"], false);
 }
 
 TEST(AtDoor, ThatIsShutLetsNobodyIn) {
   ctl::DoorState door{.service = "login"};
   door.passage.guard = pam::Guard::Shut;
-  const auto answer = answersOf(door, "", {1000});
+  const auto answer = answersOf(door, "", {"1000"});
   EXPECT_EQ(answer.json["users"][0]["allowed"], false);
   EXPECT_EQ(answer.json["users"][0]["rule"], "shut");
   EXPECT_EQ(answer.status, ExitStatus::No);
@@ -139,7 +141,7 @@ TEST(AtDoor, ThatIsShutLetsNobodyIn) {
 TEST(AtDoor, ThatCantBeToldOfIsUndecidable) {
   ctl::DoorState door{.service = "login"};
   door.unreadable = "/etc/pam.d/login: Permission denied";
-  const auto answer = answersOf(door, "", {1001});
+  const auto answer = answersOf(door, "", {"1001"});
   EXPECT_EQ(answer.json["users"][0]["reason"], door.unreadable);
   EXPECT_EQ(answer.status, ExitStatus::HostFailure);
   EXPECT_EQ(answer.messages, Strings{"login can't be told of: " + door.unreadable});

@@ -147,6 +147,24 @@ TEST_F(Doors, WhereARefusalDoesNotCountAreWarnings) {
                                    "pam_a.so (success) outdoes it"));
 }
 
+TEST_F(Doors, ThatAreNotGuardedForTheSameReasonAreOneWarning) {
+  commonAccount("");
+  for (const auto* service : {"login", "sshd", "xdm"}) pam(service, "@include common-account\n");
+  EXPECT_THAT(findings(),
+              testing::ElementsAre("warning: /etc/pam.d/login: login, sshd and xdm aren't guarded: "
+                                   "their account stacks have no pam_gatehall.so"));
+  commonAccount("account optional pam_gatehall.so\n");
+  EXPECT_THAT(findings(),
+              testing::ElementsAre("warning: /etc/pam.d/common-account:1: login, sshd and xdm "
+                                   "aren't guarded for everybody: a refusal (perm_denied) is "
+                                   "ignored"));
+  commonAccount("account required pam_gatehall.so services=su\n");
+  pam("su", "@include common-account\n");
+  EXPECT_THAT(findings(),
+              testing::ElementsAre("warning: /etc/pam.d/common-account:1: login, sshd and xdm "
+                                   "aren't guarded: pam_gatehall.so leaves them out"));
+}
+
 TEST_F(Doors, WhoseFilesAreBrokenAreErrors) {
   commonAccount("account required pam_gatehall.so hours=maybe\n");
   pam("login", "@include common-accounts\n");

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <sstream>
+#include <utility>
 
 #include "tests/ctl/RunWorld.h"
 
@@ -83,9 +84,22 @@ TEST_F(UsersPicture, IsRefusedForAWidthOutOfRange) {
   EXPECT_EQ(bytes("users.png"), "");
 }
 
-TEST_F(UsersPicture, HasNoWidthWithoutAFile) {
-  const auto outcome = run({"--world", mWorld.path(), "users", "--width", "400"});
-  expectRefused(outcome, "--width is said without --picture");
+TEST_F(UsersPicture, HasNeitherWidthNorScaleWithoutAFile) {
+  expectRefused(run({"--world", mWorld.path(), "users", "--width", "400"}),
+                "--width is said without --picture");
+  expectRefused(run({"--world", mWorld.path(), "users", "--scale", "2"}),
+                "--scale is said without --picture");
+}
+
+TEST_F(UsersPicture, HasTwiceThePixelsAtTwiceTheScale) {
+  EXPECT_EQ(draw("users.png", {"--scale", "2"}).status, ExitStatus::Done);
+  EXPECT_EQ(numberAt(bytes("users.png"), 16), 2 * 440U);
+  EXPECT_EQ(numberAt(bytes("users.png"), 20), 2 * (2 * 72U + 2 * 16U));
+  EXPECT_EQ(draw("users.svg", {"--scale", "2", "--width", "400"}).status, ExitStatus::Done);
+  EXPECT_THAT(bytes("users.svg"), HasSubstr("width=\"800"));
+  for (const auto* scale : {"0", "4", "1.5", "", "2x"}) {
+    expectRefused(draw("users.png", {"--scale", scale}), "no number from 1 to 3");
+  }
 }
 
 TEST_F(UsersPicture, SaysWhichFileCanNotBeWritten) {
@@ -121,7 +135,24 @@ TEST_F(UsersPicture, ShowsTheFirst400OfACrowd) {
   const WorldFileOnDisk world(crowd(401));
   EXPECT_EQ(run({"--world", world.path(), "users", "--picture", file("crowd.png")}).status,
             ExitStatus::Done);
-  EXPECT_EQ(numberAt(bytes("crowd.png"), 20), 401 * 72U + 2 * 16U);
+  // 401 rows in nine columns.
+  EXPECT_EQ(numberAt(bytes("crowd.png"), 16), 16 + 9 * (408U + 16U));
+  EXPECT_EQ(numberAt(bytes("crowd.png"), 20), 45 * 72U + 2 * 16U);
+}
+
+TEST_F(UsersPicture, FlowsIntoAsManyColumnsAsItIsLongAndItsWidthHolds) {
+  const auto sizeOf = [this](unsigned count, Strings more) {
+    const WorldFileOnDisk world(crowd(count));
+    Strings words = {"--world", world.path(), "users", "--picture", file("some.png")};
+    words.insert(words.end(), more.begin(), more.end());
+    EXPECT_EQ(run(words).status, ExitStatus::Done);
+    const auto png = bytes("some.png");
+    return std::pair(numberAt(png, 16), numberAt(png, 20));
+  };
+  EXPECT_EQ(sizeOf(12, {}), std::pair(440U, 12 * 72 + 32U));
+  EXPECT_EQ(sizeOf(13, {}), std::pair(864U, 7 * 72 + 32U));
+  EXPECT_EQ(sizeOf(40, {"--width", "440"}), std::pair(440U, 40 * 72 + 32U));
+  EXPECT_EQ(sizeOf(40, {"--width", "700"}), std::pair(700U, 20 * 72 + 32U));
 }
 
 TEST_F(UsersPicture, TakesNamesThatHaveNothingToShow) {

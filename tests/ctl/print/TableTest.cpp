@@ -22,6 +22,63 @@ TEST(Table, AlignsColumnsByWhatTheyTakeOnATerminal) {
             "Ann-Lee  3\n");
 }
 
+TEST(TooWideTable, CutsCellsButNotThoseThatSomebodyCopies) {
+  const Table table{.header = {"UID", "NAME", "LONG NAME"},
+                    .fits = {Fit::Whole, Fit::Whole, Fit::Cut},
+                    .rows = {{{"1000"}, {"a-rather-long-name"}, {"Somebody With A Long Name"}},
+                             {{"1001"}, {"bob"}, {"\u5C0F\u7530\u539F\u5C0F\u7530\u539F\u5E02"}}}};
+  EXPECT_EQ(tableText(table, {.columns = 39}),
+            "UID   NAME                LONG NAME\n"
+            "1000  a-rather-long-name  Somebody Wit\u2026\n"
+            "1001  bob                 \u5C0F\u7530\u539F\u5C0F\u7530\u539F\u2026\n");
+  EXPECT_THAT(tableText(table, {.columns = 30}),
+              HasSubstr("1000  a-rather-long-name  Somebody Wi\u2026\n"))
+      << "narrower columns say nothing";
+  EXPECT_THAT(tableText(table, {}), HasSubstr("Somebody With A Long Name\n"));
+  EXPECT_THAT(tableText(table, {.columns = 51}), HasSubstr("Somebody With A Long Name\n"));
+}
+
+TEST(TooWideTable, CutsTheWidestFirst) {
+  const Table table{.rows = {{{"key"}, {std::string(30, 'x')}, {std::string(20, 'y')}}}};
+  EXPECT_EQ(tableText(table, {.columns = 45}),
+            "key  " + std::string(18, 'x') + "\u2026  " + std::string(18, 'y') + "\u2026\n");
+}
+
+TEST(TooWideTable, WrapsSentencesAtTheirSpaces) {
+  const Table table{
+      .header = {"KEY", "WHAT", "WHERE"},
+      .fits = {Fit::Whole, Fit::Wrap, Fit::Whole},
+      .rows = {{{"a"},
+                {"one two three four "
+                 "\u0436\u0436\u0436\u0436\u0436\u0436\u0436\u0436\u0436\u0436\u0436\u0436\u0436"},
+                {"here"}},
+               {{"b"}, {"x", Tone::Bad}, {"there"}}}};
+  EXPECT_EQ(tableText(table, {.columns = 25}),
+            "KEY  WHAT           WHERE\n"
+            "a    one two three  here\n"
+            "     four\n"
+            "     \u0436\u0436\u0436\u0436\u0436\u0436\u0436\u0436\u0436\u0436\u0436\u0436\u0436\n"
+            "b    x              there\n");
+}
+
+TEST(TooWideTable, LeavesOutExtraColumnsThatHaveNoRoomOrAreNotWanted) {
+  const Table table{.header = {"UID", "GUID", "X"},
+                    .fits = {Fit::Whole, Fit::Extra, Fit::Cut},
+                    .rows = {{{"1"}, {"0-0-0"}, {"x"}}}};
+  const std::string whole = "UID  GUID   X\n1    0-0-0  x\n";
+  EXPECT_EQ(tableText(table, {.columns = 13}), whole);
+  EXPECT_EQ(tableText(table, {.columns = 12}), "UID  X\n1    x\n");
+  EXPECT_EQ(tableText(table, {.columns = 80, .extras = false}), "UID  X\n1    x\n");
+  EXPECT_EQ(tableText(table, {}), whole);
+}
+
+TEST(TooWideTable, LeavesALineThatIsNoRowOfItsColumnsAsItIs) {
+  const Table table{.header = {"A", "B", "C"},
+                    .rows = {{{"1"}, {"2"}, {"3"}}, {{""}, {std::string(40, 'x')}}}};
+  EXPECT_EQ(tableText(table, {.columns = 20}),
+            "A  B  C\n1  2  3\n   " + std::string(40, 'x') + "\n");
+}
+
 TEST(Lines, EndAtSpacesWhereThereAreAny) {
   EXPECT_EQ(linesOf("one two three", 7), (Strings{"one two", "three"}));
   EXPECT_EQ(linesOf("one two three", 6), (Strings{"one", "two", "three"}));
@@ -66,6 +123,13 @@ TEST(TerminalText, CountsTheColumnsOfWhatItShows) {
   EXPECT_EQ(forTerminal("Zoe\u0308").columns, 3U);
   EXPECT_EQ(forTerminal("田中").columns, 4U);
   EXPECT_EQ(forTerminal("\x1B").columns, 4U);
+}
+
+TEST(TerminalText, FitsByWholeCharacters) {
+  EXPECT_EQ(fittingLength("Ann", 2), 2U);
+  EXPECT_EQ(fittingLength("Ann", 5), 3U);
+  EXPECT_EQ(fittingLength("\u7530\u4E2D", 3), 3U);
+  EXPECT_EQ(fittingLength("Zoe\u0308x", 3), 5U) << "with what combines with it";
 }
 
 TEST(HostileNames, DoNotDriveATerminal) {

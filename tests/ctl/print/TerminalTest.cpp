@@ -57,10 +57,12 @@ int exitStatusOf(pid_t child) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-std::string onATerminal(const std::vector<std::string>& words, const Environment& environment) {
+std::string onATerminal(const std::vector<std::string>& words, const Environment& environment,
+                        unsigned short columns = 0) {
   int reading = -1;
   int terminal = -1;
-  EXPECT_EQ(openpty(&reading, &terminal, nullptr, nullptr, nullptr), 0);
+  const winsize size{.ws_row = 24, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
+  EXPECT_EQ(openpty(&reading, &terminal, nullptr, nullptr, &size), 0);
   const auto child = fork();
   if (child == 0) {
     close(reading);
@@ -114,7 +116,25 @@ TEST(Colour, IsNotUsedWhereItIsNotWanted) {
 TEST(Colour, IsNotUsedInJson) {
   auto question = kQuestion;
   question.emplace_back("--json");
-  EXPECT_THAT(onATerminal(question, {{"TERM", "xterm"}}), StartsWith("[\r\n  {\r\n    \"uid\""));
+  EXPECT_THAT(onATerminal(question, {{"TERM", "xterm"}}), StartsWith("{\r\n  \"users\""));
+}
+
+const std::vector<std::string> kUsers = {"--world", kFamily, "users", "--no-legend"};
+const std::string kBob = "1001  bob    Bob Lee    local  local";
+const std::string kBobsGUID = "  F0A11CE0-51D2-4B6E-9C04-000000001001";
+
+TEST(Guids, AreShownOnATerminalThatHasRoomForThem) {
+  EXPECT_THAT(onATerminal(kUsers, {}, 84), HasSubstr(kBob + "          " + kBobsGUID + "\r\n"));
+  EXPECT_THAT(onATerminal(kUsers, {}, 83), HasSubstr(kBob + "\r\n"));
+  EXPECT_THAT(onATerminal(kUsers, {}, 0), HasSubstr(kBob + "\r\n"));
+}
+
+TEST(Guids, AreShownElsewhereOnRequest) {
+  EXPECT_THAT(throughAPipe(kUsers, {}), HasSubstr(kBob + "\n"));
+  auto wide = kUsers;
+  wide.emplace_back("--wide");
+  EXPECT_THAT(throughAPipe(wide, {}), HasSubstr(kBobsGUID + "\n"));
+  EXPECT_THAT(onATerminal(wide, {}, 80), HasSubstr(kBobsGUID + "\r\n"));
 }
 
 TEST(Program, SaysSoWhenItsOutputCanNotBeWritten) {
