@@ -15,7 +15,8 @@ def _steps(section):
             (path,) = re.findall(r"n `(/[^`]+)`:$", before)
             yield path, text
         elif kind == "console":
-            yield from re.findall(r"^(# [^\n]*)\n((?:(?!# )[^\n]*\n)*)", text, re.MULTILINE)
+            # What begins with "# /" names a file in what a command printed.
+            yield from re.findall(r"^(# (?!/)[^\n]*)\n((?:(?!# (?!/))[^\n]*\n)*)", text, re.MULTILINE)
 
 
 def _follow(section):

@@ -32,7 +32,7 @@ def the_user_in_front_is_marked_and_so_are_those_with_a_session(desktop):
 
 def a_mobile_user_is_marked_and_may_log_in(desktop):
     assert "mobile" in _marks("erin")
-    (erin,) = _answer("can-log-in", "1003")
+    (erin,) = _answer("can-log-in", "erin")["users"]
     assert (erin["allowed"], erin["rule"]) == (True, "no allow list"), erin
 
 
@@ -51,18 +51,21 @@ def a_user_whom_nobody_knows_is_not_found(desktop):
 
 
 def those_who_may_log_in_are_told_from_those_who_may_not(desktop):
-    answers = _answer("can-log-in", "1000", "1001", "1", "4242")
-    assert [(a["found"], a["allowed"]) for a in answers] == [
-        (True, True), (True, True), (False, False), (False, False)], answers
+    answers = _answer("can-log-in", "1000", "1001", "1", "4242")["users"]
+    assert [(a["found"], a["allowed"], a["rule"]) for a in answers[2:]] == [
+        (False, False, "no shell"), (False, False, "no such account")], answers
+    assert [(a["found"], a["allowed"]) for a in answers[:2]] == [(True, True)] * 2, answers
 
 
 def the_access_group_is_the_rule_that_refuses(desktop):
     desktop.add_group("gatehall-access", "carol")
-    bob, carol = _answer("can-log-in", "1001", "1002")
+    bob, carol = _answer("can-log-in", "bob", "carol")["users"]
+    assert bob["rule"] == "not in gatehall-access" and bob["file"] == "/etc/group", bob
     assert not bob["allowed"] and carol["allowed"], (bob, carol)
 
 
 def every_door_is_guarded_and_a_way_past_one_is_told(desktop):
+    desktop.join_group("sudo", "ann")
     check = _answer("check")
     doors = {door["service"]: door["guarded"] for door in check["doors"]}
     assert {"lightdm", "lightdm-autologin", "login"} <= doors.keys(), doors

@@ -11,7 +11,8 @@ from guarded import ACCOUNTS, ask
 from programs import SWITCH
 from system import run
 
-PACKAGES = ("gatehall", "libgatehall1", "libpam-gatehall")
+PACKAGES = ("gatehall", "gatehall-common", "gatehall-greeter", "gatehall-menu", "gatehall-names",
+            "gatehalld", "libgatehall1", "libpam-gatehall")
 EXAMPLES = Path("/usr/share/doc/gatehall/examples")
 
 
@@ -40,9 +41,10 @@ def every_file_is_as_it_was_packed(desktop):
     assert changed == [], changed
 
 
-def _install(package):
-    (file,) = Path("/opt/packages").glob(f"{package}_*.deb")
-    run("dpkg", "--force-unsafe-io", "--path-include=/usr/share/*gatehall*", "--install", str(file))
+def _install(*packages):
+    files = [str(file) for package in packages for file in Path("/opt/packages").glob(f"{package}_*.deb")]
+    assert len(files) == len(packages), files
+    run("dpkg", "--force-unsafe-io", "--path-include=/usr/share/*gatehall*", "--install", *files)
 
 
 def what_an_administrator_set_survives_an_installation(desktop):
@@ -74,6 +76,15 @@ def without_its_package_the_module_is_asked_no_more(desktop):
     run("dpkg", "--remove", "libpam-gatehall")
     assert _account_modules() == ["pam_unix.so", "pam_deny.so", "pam_permit.so"]
     assert ask("login", "bob") is None
+
+
+def the_service_ends_with_its_package(desktop):
+    packages = ("gatehalld", "gatehall-greeter", "gatehall-menu")  # the others need it
+    desktop.after(_install, *packages)
+    run("systemctl", "start", "gatehalld.service")
+    run("dpkg", "--remove", *packages)
+    assert not desktop.is_running("gatehalld.service")
+    assert not desktop.bus.has("com.orvane.Gatehall1")
 
 
 def the_library_is_found_by_its_soname(desktop):

@@ -125,13 +125,15 @@ class _Run:
             said = "\n".join([output, errors, *calls])
             return {(BY_TOOL, self._asked[0]): Answer(bool(calls), None, said, status)}
         try:
-            given = {answer["uid"]: answer for answer in json.loads(output)}
-        except ValueError:
+            given = {answer["uid"]: answer for answer in json.loads(output)["users"]}
+        except (KeyError, ValueError):
             given, errors = {}, f"{output}\n{errors}"
         answers = {}
         for account in self._asked:
             answer = given.get(account, {})
+            rule = answer.get("rule")
+            is_decided = answer.get("found", False) or rule == "undecidable"
             answers[self.way, account] = Answer(
-                answer.get("allowed", False), answer.get("rule"),
+                answer.get("allowed", False), rule if is_decided else "not found",
                 "\n".join([answer.get("reason") or "", errors]), status)
         return answers

@@ -162,11 +162,16 @@ class Desktop:
         return self.until_in_front(user)
 
     def bring_to_front(self, user, session=None):
-        """The user's graphical session, or another one."""
+        """The user's graphical session, or another one. A display manager that has just started its
+        greeter may bring that to the front once more, so it is asked for again."""
         name = (session or self.session_of(user)).name
-        self.login1("ActivateSession", name)
-        return self.until(lambda: (s := self.in_front()) and s.name == name and s,
-                          f"{user}'s session {name} in front")
+        timer = GLib.timeout_add_seconds(2, lambda: self.login1("ActivateSession", name) or True)
+        try:
+            self.login1("ActivateSession", name)
+            return self.until(lambda: (s := self.in_front()) and s.name == name and s,
+                              f"{user}'s session {name} in front")
+        finally:
+            GLib.source_remove(timer)
 
     def unlock(self, user):
         self.login1("UnlockSession", self.session_of(user).name)

@@ -46,8 +46,8 @@ def start_as(command, user, session=None, environment=None, limits=(), **options
         for limit, value in limits:
             resource.setrlimit(limit, (value, value))
 
-    options = {"stderr": subprocess.STDOUT, **options}
-    return subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, cwd="/",
+    options = {"stdin": subprocess.DEVNULL, "stderr": subprocess.STDOUT, **options}
+    return subprocess.Popen(command, env=environment, cwd="/",
                             stdout=subprocess.PIPE, preexec_fn=prepare, **options)
 
 
