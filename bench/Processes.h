@@ -35,8 +35,8 @@ struct Spent {
   double megabytes;  ///< of memory, at its peak
 };
 
-/// The whole of one process, whose output goes nowhere and which must succeed.
-inline Spent spent(const Command& command) {
+/// The whole of one process, whose output goes nowhere and which must end with that status.
+inline Spent spent(const Command& command, int expected = 0) {
   auto words = arguments(command);
   posix_spawn_file_actions_t quiet;
   posix_spawn_file_actions_init(&quiet);
@@ -49,7 +49,7 @@ inline Spent spent(const Command& command) {
   wait4(child, &status, 0, &usage);
   const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - start;
   posix_spawn_file_actions_destroy(&quiet);
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) fail(command[0] + " failed");
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != expected) fail(command[0] + " failed");
   const auto milliseconds = [](const timeval& time) {
     return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) * 1e-3;
   };
