@@ -67,7 +67,9 @@ class Hardened(unittest.TestCase):
     def test_the_c_library_looks_at_lengths(self):
         for binary in BINARIES:
             with self.subTest(binary.name):
-                self.assertTrue([name for name in self.imported(binary) if name.endswith("_chk")])
+                # A program may have nothing to look at but open(2), whose form has another name.
+                self.assertTrue([name for name in self.imported(binary)
+                                 if name.endswith("_chk") or name == "__open_2"])
 
     def test_the_cxx_library_looks_at_indexes(self):
         for binary in BINARIES:

@@ -32,12 +32,12 @@ STANDARD = set(
 # The C library's own interface to the kernel, for the folders that touch a real machine.
 POSIX = re.compile(
     r"(arpa|net|netinet)/\w+\.h|linux/\w+\.h"
-    r"|sys/(auxv|epoll|eventfd|file|inotify|ioctl|mman|prctl|random|resource|select|signalfd"
+    r"|sys/(auxv|epoll|eventfd|file|inotify|ioctl|mman|pidfd|prctl|random|resource|select|signalfd"
     r"|socket|stat|statvfs|syscall|time|timerfd|types|uio|un|utsname|wait)\.h"
-    r"|(aio|dirent|dlfcn|endian|errno|fcntl|fnmatch|getopt|glob|grp|libgen|locale|netdb|poll|pthread|pwd"
-    r"|resolv|sched|shadow|signal|spawn|stdlib|string|strings|syslog|termios|time|unistd)\.h"
+    r"|(aio|dirent|dlfcn|endian|errno|fcntl|fnmatch|getopt|glob|grp|langinfo|libgen|locale|netdb|poll|pthread|pwd"
+    r"|malloc|resolv|sched|shadow|signal|spawn|stdlib|string|strings|syslog|termios|time|unistd)\.h"
 )
-TOUCHES_A_MACHINE = re.compile(r"(portable|linux|ctl|pam/module)(/|$)")
+TOUCHES_A_MACHINE = re.compile(r"(portable|linux|explain|people|ctl|service|pam/module|greeter|menu)(/|$)")
 
 # Outside libraries by their headers. One file wraps a library (a .cpp with its .h); where several
 # do, they are named here.
@@ -52,7 +52,6 @@ LIBRARIES = {
         {"world/json/JsonTree", "linux/accounts/UserRecord", "ctl/print/Json"},
     ),
     "toml++": (r"toml\+\+/", set()),
-    "CLI11": (r"CLI/", set()),
     "libplist": (r"plist/", set()),
     "ICU": (
         r"unicode/",
@@ -61,6 +60,8 @@ LIBRARIES = {
             "portable/text/IcuCharacters",
             "portable/text/IcuCollation",
             "portable/text/IcuSonames",
+            "portable/text/Scripts",
+            "portable/text/SearchForm",
         },
     ),
     "libcrypt": (r"crypt\.h", set()),
@@ -68,13 +69,21 @@ LIBRARIES = {
     "gettext": (r"libintl\.h", set()),
     "libuuid": (r"uuid/", set()),
     "libldap": (r"(open)?ldap|lber", set()),
+    "GnuTLS": (r"gnutls/", set()),
     "libxml2": (r"libxml/", set()),
     "uriparser": (r"uriparser/", set()),
     "Pango": (r"pango/", {"portable/text/PangoText", "ctl/picture/Canvas"}),
     "Cairo": (r"cairo", set()),
     "gdk-pixbuf": (r"gdk-pixbuf/", set()),
+    "liblightdm-gobject": (r"lightdm", set()),
+    "GLib": (r"glib", {"greeter/Greeter", "greeter/lightdm/LightDM"}),
+    "Xlib": (r"X11/", {"greeter/machine/Keyboard", "greeter/machine/Scale"}),
 }
-HOLDS_LIBRARIES = re.compile(r"(portable|linux|world|ctl|pam)(/|$)")
+HOLDS_LIBRARIES = re.compile(r"(portable|linux|people|world|ctl|pam|greeter)(/|$)")
+
+# The toolkit, which some rooms are made of.
+TOOLKIT = re.compile(r"gtkmm\.h|(gtkmm|gtk|giomm|glibmm|gdk|gdkmm|sigc\+\+)/.*")
+DRAWS = re.compile(r"(people/(widgets|look)|greeter/(entry|window)|menu/window)(/|$)|(greeter|menu)$")
 
 PUBLIC = "gatehall/"
 
@@ -113,6 +122,10 @@ def problem_with_angle(name, header, first_users):
         if TOUCHES_A_MACHINE.match(room) or stem_of(name) in rooms.MAINS:
             return None
         return f"<{header}> is the machine's, which {room}/ does not touch"
+    if TOOLKIT.fullmatch(header):
+        if DRAWS.match(room):
+            return None
+        return f"<{header}> is of the toolkit, which {room}/ does not know"
     library = library_of(header)
     if library is None:
         return f"<{header}> is neither a standard header nor one of a known library"

@@ -41,7 +41,7 @@ class Installed(unittest.TestCase):
 
     def test_the_programs_stand_in_bin(self):
         names = sorted(path.name for path in (self.prefix / "bin").iterdir())
-        self.assertEqual(names, ["gatehall-switch", "gatehallctl"])
+        self.assertEqual(names, ["gatehall-menu", "gatehall-switch", "gatehallctl"])
 
     def test_the_library_carries_its_version(self):
         links = [
