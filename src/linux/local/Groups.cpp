@@ -115,11 +115,11 @@ std::vector<std::shared_ptr<Group>> findGroups(const std::shared_ptr<Context>& c
     auto group = admin->make(context);
     if (selection.isByValue() || selection.takes(*group)) found.add(std::move(group));
   }
+  const auto missing = [&] { return selection.missing(found.records()); };
   const bool isNameMissing = selection.isByExactName() && !found.hasAllNames();
-  if (!found.isFull() && (isNameMissing || !doubtful.isEmpty())) {
-    const auto missing = selection.missing(found.records());
-    if (isNameMissing && !missing.empty()) requireNotHidden(host, kFormat, missing);
-    doubtful.require(missing);
+  if (!found.isFull()) {
+    if (isNameMissing) requireNotHidden(host, kFormat, missing);
+    if (!doubtful.isEmpty()) doubtful.require(missing());
   }
   if (asksFor(description, attribute::GroupMembership) ||
       asksFor(description, attribute::GroupMembers)) {

@@ -44,13 +44,13 @@ class Query final : public DirectoryQuery {
       auto users = findUsers(context, mDescription, allowPartial);
       records.assign(std::make_move_iterator(users.begin()), std::make_move_iterator(users.end()));
     }
-    auto groupDescription = mDescription;
-    const auto limit = mDescription.maximumResults;
-    if (limit != 0) {
-      if (records.size() >= limit) return records;
-      groupDescription.maximumResults = limit - static_cast<std::uint32_t>(records.size());
-    }
     if (asksForGroups) {
+      auto groupDescription = mDescription;
+      const auto limit = mDescription.maximumResults;
+      if (limit != 0) {
+        if (records.size() >= limit) return records;
+        groupDescription.maximumResults = limit - static_cast<std::uint32_t>(records.size());
+      }
       auto groups = findGroups(context, groupDescription);
       records.insert(records.end(), groups.begin(), groups.end());
     }

@@ -1,6 +1,7 @@
 #include "linux/local/UnreadableLines.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "gatehall/base/PlatformException.h"
 #include "linux/accounts/AccountFiles.h"
@@ -29,7 +30,9 @@ void DoubtfulLines::require(const std::set<std::string>& missing) const {
   }
 }
 
-void requireNotHidden(Host& host, const LineFormat& format, const std::set<std::string>& names) {
+void requireNotHidden(Host& host, const LineFormat& format,
+                      const std::function<std::set<std::string>()>& names) {
+  std::optional<std::set<std::string>> missing;
   const auto look = [&](std::string_view line, std::uint64_t number) {
     std::string fault;
     const bool isReadable = format.isReadable(line, fault);
@@ -38,7 +41,9 @@ void requireNotHidden(Host& host, const LineFormat& format, const std::set<std::
     if (isReadable && isPlain) return true;
     const auto plain = accountLine::plainName(name);
     if (isReadable && plain == name) return true;
-    if (names.contains(plain)) {
+    if (!missing) missing = names();
+    if (missing->empty()) return false;
+    if (missing->contains(plain)) {
       if (isReadable) fault = "there is something unseen in it";
       raise(format, number, "the line of " + printable(plain), fault);
     }
@@ -49,7 +54,7 @@ void requireNotHidden(Host& host, const LineFormat& format, const std::set<std::
     if (isBlank || (!plain.empty() && accountLine::isNoAccount(plain))) return true;
     const auto colons = static_cast<std::size_t>(std::ranges::count(line, ':'));
     if (plain.empty() || colons == 0 || colons >= format.fields) {
-      raise(format, number, "a line that may be that of " + printable(*names.begin()), fault);
+      raise(format, number, "a line that may be that of " + printable(*missing->begin()), fault);
     }
     return true;
   };

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -45,12 +46,13 @@ class DoubtfulLines {
   std::vector<Line> mLines;
 };
 
-/// Raises PlatformException when one of the names, of which no line was found that can be read, may
-/// be that of a line that can't be. Who asks must not hear that there is none: an access list that
-/// is damaged would let everybody in, and an account's namesake from elsewhere would take its
-/// place. Such a line has that name but for white space, control characters and marks in it, or no
-/// name that can be told: none at all, or more fields than a line has, as where a line feed between
-/// two is damaged.
-void requireNotHidden(Host& host, const LineFormat& format, const std::set<std::string>& names);
+/// Raises PlatformException when one of the names, which are asked for only where a line may be
+/// that of any, and of which no line was found that can be read, may be that of a line that can't
+/// be. Who asks must not hear that there is none: an access list that is damaged would let
+/// everybody in, and an account's namesake from elsewhere would take its place. Such a line has
+/// that name but for white space, control characters and marks in it, or no name that can be told:
+/// none at all, or more fields than a line has, as where a line feed between two is damaged.
+void requireNotHidden(Host& host, const LineFormat& format,
+                      const std::function<std::set<std::string>()>& names);
 
 }  // namespace gatehall::local

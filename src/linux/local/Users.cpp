@@ -186,11 +186,11 @@ std::vector<std::shared_ptr<User>> findUsers(const std::shared_ptr<Context>& con
     auto user = std::make_shared<User>(context, record);
     if (selection.isByValue() || selection.takes(*user)) found.add(std::move(user));
   }
+  const auto missing = [&] { return selection.missing(found.records()); };
   const bool isNameMissing = selection.isByExactName() && !found.hasAllNames();
-  if (!found.isFull() && (isNameMissing || !doubtful.isEmpty())) {
-    const auto missing = selection.missing(found.records());
-    if (isNameMissing && !missing.empty()) requireNotHidden(host, kFormat, missing);
-    doubtful.require(missing);
+  if (!found.isFull()) {
+    if (isNameMissing) requireNotHidden(host, kFormat, missing);
+    if (!doubtful.isEmpty()) doubtful.require(missing());
   }
   if (!found.isFull() && !allowPartial) {
     requireNoHiddenRecord(*context, selection, found.records(), recordsUsed);

@@ -14,6 +14,7 @@ MatchValues::MatchValues(MatchType match, const Strings& values)
   if (mIgnoresCase) {
     for (auto& each : mValues) each = foldedCase(each);
   }
+  mDistinct.reserve(mValues.size());
   mDistinct.insert(mValues.begin(), mValues.end());
 }
 
