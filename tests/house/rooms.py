@@ -67,7 +67,7 @@ ROOMS = {
     "linux/bus": Room("the system bus", "base linux/files linux/loop platform portable"),
     "linux/records": Room(
         "what records and nodes of every kind of directory share",
-        "base linux/files platform",
+        "base linux/files platform portable",
     ),
     "linux/hours": Room("login hours of parental controls", "base linux/bus linux/files platform"),
     "linux/accounts": Room(

@@ -13,6 +13,7 @@
 #include "linux/ldap/client/SearchFilter.h"
 #include "linux/records/AccountID.h"
 #include "linux/records/NetworkNode.h"
+#include "portable/NameBasedUUID.h"
 
 namespace gatehall::ldap {
 
@@ -95,8 +96,10 @@ class Directory::Collector {
 
   /// Whether the user may be an account on this machine; the rule is why not, in a few words.
   bool mayBeHere(Entry& user, std::string& fault, std::string_view& rule) {
-    NetworkAccount account{
-        mDirectory.nodeName(), {}, accountID(user.first(Slot::UserID)), user.first(Slot::GUID)};
+    NetworkAccount account{mDirectory.nodeName(),
+                           {},
+                           accountID(user.first(Slot::UserID)),
+                           parseUUID(user.first(Slot::GUID))};
     const auto& range = mDirectory.settings().userIDs;
     if (account.userID && !range.holds(*account.userID)) {
       rule = *account.userID < range.first ? "user id too low" : "user id too high";

@@ -70,29 +70,28 @@ class OwnAccountsSnapshot final : public LocalAccounts::Snapshot {
   LocalAccounts::Likeness likenessTo(const NetworkAccount& account,
                                      std::string& why) const override {
     using Likeness = LocalAccounts::Likeness;
-    const auto guid = parseUUID(account.guid);
-    const auto copy = copyOf(account, guid);
+    const auto copy = copyOf(account);
     bool isLike = copy != nullptr;
-    const auto isTwin = [&](bool isLocal, bool isCopys, const std::string& what) {
+    const auto isTwin = [&](bool isLocal, bool isCopys) {
       isLike = isLike || isLocal;
-      if (!isLocal || isCopys) return false;
+      return isLocal && !isCopys;
+    };
+    const auto twinBy = [&](const std::string& what) {
       why = "has " + what + " of a local account";
-      return true;
+      return Likeness::Twin;
     };
     for (const auto name : account.names) {
       const bool isCopys = copy && (name == copy->userName ||
                                     std::ranges::find(copy->aliases, name) != copy->aliases.end());
-      if (isTwin(hasName(name), isCopys, "the name " + printable(name))) return Likeness::Twin;
+      if (isTwin(hasName(name), isCopys)) return twinBy("the name " + printable(name));
     }
     if (account.userID) {
       const auto id = *account.userID;
       const bool isCopys = copy && userIDOf(*copy) == id;
-      if (isTwin(hasUserID(id), isCopys, "the user id " + std::to_string(id))) {
-        return Likeness::Twin;
-      }
+      if (isTwin(hasUserID(id), isCopys)) return twinBy("the user id " + std::to_string(id));
     }
-    const bool isCopysGUID = copy && copy->uuid && copy->uuid == guid;
-    if (guid && isTwin(hasGUID(*guid), isCopysGUID, "the GUID")) return Likeness::Twin;
+    const bool isCopysGUID = copy && copy->uuid && copy->uuid == account.guid;
+    if (account.guid && isTwin(hasGUID(*account.guid), isCopysGUID)) return twinBy("the GUID");
     return isLike ? Likeness::Copy : Likeness::None;
   }
 
@@ -105,15 +104,14 @@ class OwnAccountsSnapshot final : public LocalAccounts::Snapshot {
 
  private:
   /// The local account that is a copy of that one; nullptr when there is none.
-  std::shared_ptr<const UserRecord> copyOf(const NetworkAccount& account,
-                                           const std::optional<UUIDBytes>& guid) const {
+  std::shared_ptr<const UserRecord> copyOf(const NetworkAccount& account) const {
     auto record = account.names.empty() ? nullptr : mRecords.named(account.names.front());
     if (!record) return nullptr;
     const auto original = record->attributes.find(attribute::OriginalNodeName);
     const bool isOfNode =
         original != record->attributes.end() &&
         std::ranges::find(original->second, account.nodeName) != original->second.end();
-    return isOfNode || (record->uuid && record->uuid == guid) ? record : nullptr;
+    return isOfNode || (record->uuid && record->uuid == account.guid) ? record : nullptr;
   }
 
   std::optional<std::uint32_t> userIDOf(const UserRecord& record) const {

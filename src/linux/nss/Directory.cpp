@@ -185,10 +185,10 @@ std::shared_ptr<const Entry> Directory::entryOf(const Account& account, const Sn
   entry->fullName = fullNameOfGecos(account.gecos, account.name);
   entry->home = account.home;
   entry->shell = account.shell;
-  why = {entry->name, entry->fullName, entry->guid, entry->id, {}, {}};
+  why = {entry->name, entry->fullName, uuidText(entry->guid), entry->id, {}, {}};
   const std::array<std::string_view, 1> names{entry->name};
   const auto likeness = [&](std::span<const std::string_view> ofNames,
-                            std::optional<std::uint32_t> userID, std::string_view guid,
+                            std::optional<std::uint32_t> userID, std::optional<UUIDBytes> guid,
                             std::string& text) {
     return locals.likenessTo({mNodeName, ofNames, userID, guid}, text);
   };
@@ -286,11 +286,11 @@ Entries Directory::find(Type type, Key key, const Strings& values) {
 }
 
 /// Meets all names that can be known, for one of which the GUID may be. Raises when it isn't.
-void Directory::meetAll(const std::string& guid) {
+void Directory::meetAll(const UUIDBytes& guid) {
   all(Type::Group);
   all(Type::User);
   if (mGUIDs->named(guid)) return;
-  throw PlatformException(mNodeName + ": whose GUID " + guid +
+  throw PlatformException(mNodeName + ": whose GUID " + uuidText(guid) +
                           " is can't be told: of those in lists, \"names\" in directory.toml "
                           "needs to hold the names");
 }
@@ -301,11 +301,10 @@ Entries Directory::findByGUID(Type type, const Strings& values) {
   std::unordered_set<std::string> seenNames;
   bool isSeenKnown = false;
   for (const auto& value : values) {
-    const auto bytes = parseUUID(value);
-    if (!bytes || !isNameBased(*bytes)) continue;
-    const auto guid = uuidText(*bytes);
-    if (!mGUIDs->named(guid)) meetAll(guid);
-    const auto named = mGUIDs->named(guid);
+    const auto guid = parseUUID(value);
+    if (!guid || !isNameBased(*guid)) continue;
+    if (!mGUIDs->named(*guid)) meetAll(*guid);
+    const auto named = mGUIDs->named(*guid);
     if (!named || named->nodeName != mNodeName || named->type != type) continue;
     if (type == Type::User && named->known == GUIDs::Known::Listed) {
       if (!std::exchange(isSeenKnown, true)) {
@@ -348,18 +347,22 @@ Entries Directory::untold(const Strings& groupNames) {
 Entries Directory::named(const Strings& names) {
   dropUnlessCurrent();
   Entries entries;
+  Strings listed;
+  listed.reserve(names.size());
   const auto locals = mLocalAccounts->current();
   for (const auto& name : names) {
     if (name.empty() || !mSettings.mayHaveName(name)) continue;
     auto entry = std::make_shared<Entry>();
     entry->name = name;
-    entry->guid = mGUIDs->of(mNodeName, Type::User, name, GUIDs::Known::Listed);
+    entry->guid = GUIDs::ofMember(mNodeName, name);
     entry->isNameOnly = true;
+    listed.push_back(name);
     const std::array<std::string_view, 1> its{entry->name};
     std::string why;
     const auto like = locals->likenessTo({mNodeName, its, std::nullopt, entry->guid}, why);
     if (like == LocalAccounts::Likeness::None) entries.push_back(std::move(entry));
   }
+  mGUIDs->list(std::move(listed));
   sortOnce(entries);
   return entries;
 }
@@ -479,8 +482,8 @@ bool Directory::isMember(const Entry& group, const std::string& userName,
 std::vector<NetworkNode::LeftOut> Directory::leftOut(Key key, const std::string& value) {
   auto sought = value;
   if (key == Key::GUID) {
-    const auto bytes = parseUUID(value);
-    const auto named = bytes ? mGUIDs->named(uuidText(*bytes)) : std::nullopt;
+    const auto guid = parseUUID(value);
+    const auto named = guid ? mGUIDs->named(*guid) : std::nullopt;
     if (!named || named->nodeName != mNodeName || named->type != Type::User) return {};
     sought = named->name;
     key = Key::Name;

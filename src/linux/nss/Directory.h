@@ -105,7 +105,7 @@ class Directory {
                                        const LocalGroups::Groups& locals);
   Entries findByGUID(Type type, const Strings& values);
   Entries untold(const Strings& groupNames);
-  void meetAll(const std::string& guid);
+  void meetAll(const UUIDBytes& guid);
   std::vector<GroupIDs> groupsOf(const Entries& users);
   void refuseUntold(const Entry& group) const;
   void noteAskedAbout(const Entries& found);

@@ -7,6 +7,7 @@
 
 #include "gatehall/base/Value.h"
 #include "linux/nss/GUIDs.h"
+#include "portable/NameBasedUUID.h"
 
 namespace gatehall::nss {
 
@@ -14,7 +15,7 @@ namespace gatehall::nss {
 struct Entry {
   Type type = Type::User;
   std::string name;
-  std::string guid;
+  UUIDBytes guid{};
   std::uint32_t id = 0;       ///< of the user or group
   std::uint32_t groupID = 0;  ///< a user's primary group, or the group itself
   std::string fullName;

@@ -1,8 +1,8 @@
 #include "linux/nss/GUIDs.h"
 
+#include <algorithm>
 #include <cstddef>
-
-#include "portable/NameBasedUUID.h"
+#include <iterator>
 
 namespace gatehall::nss {
 
@@ -14,15 +14,27 @@ constexpr UUIDBytes kNameSpace{0x3c, 0x7e, 0x0a, 0x94, 0x5b, 0x1d, 0x4e, 0x62,
 
 constexpr std::size_t kMostRemembered = 1000000;
 
+/// The same groups are listed again and again.
+constexpr std::size_t kMostListed = 100000;
+
+UUIDBytes make(std::string_view nodeName, Type type, std::string_view name) {
+  std::string text(nodeName);
+  text.append(type == Type::User ? "/user/" : "/group/").append(name);
+  return nameBasedUUID(kNameSpace, text);
+}
+
 }  // namespace
 
-std::string GUIDs::of(std::string_view nodeName, Type type, std::string_view name, Known known) {
-  std::string result;
+UUIDBytes GUIDs::of(std::string_view nodeName, Type type, std::string_view name, Known known) {
   const std::lock_guard lock(mMutex);
+  return remember(nodeName, type, name, known);
+}
+
+UUIDBytes GUIDs::remember(std::string_view nodeName, Type type, std::string_view name,
+                          Known known) {
+  UUIDBytes result{};
   for (const auto& node : mNodeNames) {
-    auto text = node;
-    text.append(type == Type::User ? "/user/" : "/group/").append(name);
-    const auto guid = uuidText(nameBasedUUID(kNameSpace, text));
+    const auto guid = make(node, type, name);
     if (mNamed.size() >= kMostRemembered) mNamed.clear();
     const auto [place, isNew] =
         mNamed.try_emplace(guid, Named{node, type, std::string(name), known});
@@ -32,8 +44,24 @@ std::string GUIDs::of(std::string_view nodeName, Type type, std::string_view nam
   return result;
 }
 
-std::optional<GUIDs::Named> GUIDs::named(const std::string& guid) {
+UUIDBytes GUIDs::ofMember(std::string_view nodeName, std::string_view name) {
+  return make(nodeName, Type::User, name);
+}
+
+void GUIDs::list(Strings memberNames) {
   const std::lock_guard lock(mMutex);
+  std::ranges::move(memberNames, std::back_inserter(mListed));
+  if (mListed.size() >= kMostListed) rememberListed();
+}
+
+void GUIDs::rememberListed() {
+  for (const auto& name : mListed) remember({}, Type::User, name, Known::Listed);
+  mListed.clear();
+}
+
+std::optional<GUIDs::Named> GUIDs::named(const UUIDBytes& guid) {
+  const std::lock_guard lock(mMutex);
+  if (!mNamed.contains(guid)) rememberListed();
   const auto found = mNamed.find(guid);
   return found == mNamed.end() ? std::nullopt : std::optional(found->second);
 }

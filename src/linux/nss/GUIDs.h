@@ -7,6 +7,8 @@
 #include <unordered_map>
 
 #include "gatehall/base/Value.h"
+#include "linux/accounts/MachineGUIDs.h"
+#include "portable/NameBasedUUID.h"
 
 namespace gatehall::nss {
 
@@ -26,7 +28,7 @@ class GUIDs {
   };
 
   struct Named {
-    std::string nodeName;
+    std::string_view nodeName;  ///< as long as these GUIDs are there
     Type type;
     std::string name;
     Known known;
@@ -34,16 +36,26 @@ class GUIDs {
 
   explicit GUIDs(Strings nodeNames) : mNodeNames(std::move(nodeNames)) {}
 
-  /// At one of the nodes, as uuidText has it. Remembers the name.
-  std::string of(std::string_view nodeName, Type type, std::string_view name, Known known);
+  /// At one of the nodes. Remembers the name.
+  UUIDBytes of(std::string_view nodeName, Type type, std::string_view name, Known known);
 
-  /// The name of a GUID as uuidText has it; absent when it was of no name that was seen.
-  std::optional<Named> named(const std::string& guid);
+  /// The same of a user who is one of many members, whose names list() remembers.
+  static UUIDBytes ofMember(std::string_view nodeName, std::string_view name);
+
+  /// Remembers the names of a group's members as listed.
+  void list(Strings memberNames);
+
+  /// Absent when it is of no name that was seen.
+  std::optional<Named> named(const UUIDBytes& guid);
 
  private:
+  UUIDBytes remember(std::string_view nodeName, Type type, std::string_view name, Known known);
+  void rememberListed();
+
   const Strings mNodeNames;
   std::mutex mMutex;
-  std::unordered_map<std::string, Named> mNamed;
+  std::unordered_map<UUIDBytes, Named, GUIDHash> mNamed;
+  Strings mListed;  ///< what isn't in there yet: few ask who one of many members is
 };
 
 }  // namespace gatehall::nss

@@ -47,16 +47,20 @@ class Query final : public DirectoryQuery {
   std::optional<Records> results(bool) override {
     Records records;
     const auto kind = attribute::canonical(mDescription.attribute);
-    const MatchValues match(mDescription.match, mDescription.values);
     const std::size_t limit = mDescription.maximumResults;
     for (const auto type : typesOf(mDescription)) {
       bool areExact = true;
-      for (auto& entry : candidates(type, kind, areExact)) {
+      auto entries = candidates(type, kind, areExact);
+      const auto match = areExact ? std::nullopt
+                                  : std::optional<MatchValues>(std::in_place, mDescription.match,
+                                                               mDescription.values);
+      records.reserve(records.size() + entries.size());
+      for (auto& entry : entries) {
         if (limit != 0 && records.size() == limit) return records;
         auto record = std::make_shared<Record>(mDirectory, std::move(entry));
-        if (!areExact) {
+        if (match) {
           const auto values = record->valuesForAttribute(kind);
-          if (!values || !match.matchesAny(*values)) continue;
+          if (!values || !match->matchesAny(*values)) continue;
         }
         records.push_back(std::move(record));
       }

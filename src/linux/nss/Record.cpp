@@ -6,6 +6,7 @@
 #include "gatehall/linux/records/DirectoryErrorCodes.h"
 #include "gatehall/platform/AttributeKinds.h"
 #include "linux/records/AccountID.h"
+#include "portable/NameBasedUUID.h"
 
 namespace gatehall::nss {
 
@@ -35,28 +36,23 @@ std::string first(DirectoryRecord& record, std::string_view kind) {
 
 }  // namespace
 
-std::shared_ptr<const Entry> Record::entry() const {
-  const std::lock_guard lock(mMutex);
-  return mEntry;
-}
-
 std::shared_ptr<const Entry> Record::wholeEntry() {
-  const auto before = entry();
+  auto before = mEntry.load();
   if (!before->isNameOnly) return before;
   const auto found = mDirectory->find(before->type, Directory::Key::Name, {before->name});
   if (found.empty()) return before;
-  const std::lock_guard lock(mMutex);
-  return mEntry = found.front();
+  mEntry = found.front();
+  return found.front();
 }
 
 std::string Record::recordType() {
-  return std::string(entry()->type == Type::User ? record::Users : record::Groups);
+  return std::string(mEntry.load()->type == Type::User ? record::Users : record::Groups);
 }
 
 Strings Record::values(std::string_view kind) {
-  auto entry = this->entry();
+  auto entry = mEntry.load();
   if (kind == attribute::RecordName) return {entry->name};
-  if (kind == attribute::GUID) return {entry->guid};
+  if (kind == attribute::GUID) return {uuidText(entry->guid)};
   if (kind == attribute::MetaNodeLocation) return {mDirectory->nodeName()};
   if (entry->type == Type::Group) {
     if (kind == attribute::GroupMembership) return mDirectory->membersOf(*entry);
@@ -94,7 +90,7 @@ std::optional<Dictionary> Record::recordDetails(const Strings& kinds) {
     return details;
   }
   for (const auto kind : kOfName) add(kind);
-  const auto entry = this->entry();
+  const auto entry = mEntry.load();
   if (entry->type == Type::Group) {
     for (const auto kind : kOfGroup) add(kind);
   } else if (!entry->isNameOnly) {
@@ -106,7 +102,7 @@ std::optional<Dictionary> Record::recordDetails(const Strings& kinds) {
 bool Record::setValue(std::string_view, std::string_view) { return false; }
 
 bool Record::refusePassword(std::int64_t ofUser, DirectoryError& error) const {
-  const bool isUser = entry()->type == Type::User;
+  const bool isUser = mEntry.load()->type == Type::User;
   error = {std::string(kDirectoryErrorDomain), isUser ? ofUser : directoryError::kNoPasswords};
   return false;
 }
@@ -120,7 +116,7 @@ bool Record::changePassword(std::string_view, std::string_view, DirectoryError& 
 }
 
 bool Record::isMember(DirectoryRecord& member) {
-  const auto group = entry();
+  const auto group = mEntry.load();
   if (group->type != Type::Group || member.recordType() != record::Users) return false;
   const auto name = first(member, attribute::RecordName);
   const auto primary = accountID(first(member, attribute::PrimaryGroupID));
@@ -128,11 +124,10 @@ bool Record::isMember(DirectoryRecord& member) {
 }
 
 bool Record::synchronize() {
-  const auto before = entry();
+  const auto before = mEntry.load();
   mDirectory->forget();
   const auto found = mDirectory->find(before->type, Directory::Key::Name, {before->name});
   if (found.empty()) return false;
-  const std::lock_guard lock(mMutex);
   mEntry = found.front();
   return true;
 }

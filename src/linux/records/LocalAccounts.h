@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "linux/files/FileState.h"
+#include "portable/NameBasedUUID.h"
 
 namespace gatehall {
 
@@ -16,7 +17,7 @@ struct NetworkAccount {
   std::string_view nodeName;
   std::span<const std::string_view> names;  ///< the login name first
   std::optional<std::uint32_t> userID;
-  std::string_view guid;
+  std::optional<UUIDBytes> guid;
 };
 
 /// This machine's own accounts, usable or not, as those of network directories are held against

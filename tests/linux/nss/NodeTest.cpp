@@ -273,7 +273,8 @@ TEST_F(NssNode, LeavesTheGUIDsOfAnotherNodeOfTheSameServiceToThatNode) {
                     NameServiceMachine::kNoHurry +
                     "[[directory]]\nname = \"high\"\nkind = \"nss\"\nmin-id = 20002\n" +
                     NameServiceMachine::kNoHurry + "names = [\"ed\"]\n");
-  const auto ed = nss::GUIDs({"nss/high"}).of("nss/high", Type::User, "ed", nss::GUIDs::Known::Met);
+  const auto ed =
+      uuidText(nss::GUIDs({"nss/high"}).of("nss/high", Type::User, "ed", nss::GUIDs::Known::Met));
   EXPECT_THAT(
       NameServiceMachine::namesAt(*machine.search(), {"Users"}, "GUID", MatchType::EqualTo, {ed}),
       ElementsAre("ed"));
