@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -19,10 +20,7 @@ constexpr std::size_t kLongestText = 65536;
 class Writer {
  public:
   void number(std::size_t value) {
-    if (value > UINT32_MAX) fail("more than can be told");
-    const auto small = static_cast<std::uint32_t>(value);
-    std::array<char, sizeof small> bytes{};
-    std::memcpy(bytes.data(), &small, bytes.size());
+    const auto bytes = bytesOf(value);
     mBytes.append(bytes.data(), bytes.size());
   }
   void text(std::string_view value) {
@@ -35,14 +33,21 @@ class Writer {
   }
 
   std::string takeWithin(std::size_t longest) {
-    if (mBytes.size() > longest) fail("more than can be told");
-    Writer framed;
-    framed.number(mBytes.size());
-    return framed.mBytes + mBytes;
+    const auto length = mBytes.size() - kLengthBytes;
+    if (length > longest) fail("more than can be told");
+    std::ranges::copy(bytesOf(length), mBytes.begin());
+    return std::move(mBytes);
   }
 
  private:
-  std::string mBytes;
+  using NumberBytes = std::array<char, kLengthBytes>;
+
+  static NumberBytes bytesOf(std::size_t value) {
+    if (value > UINT32_MAX) fail("more than can be told");
+    return std::bit_cast<NumberBytes>(static_cast<std::uint32_t>(value));
+  }
+
+  std::string mBytes = std::string(kLengthBytes, '\0');  ///< the length first, once it is known
 };
 
 class Reader {

@@ -10,6 +10,7 @@
 #include <optional>
 #include <pwd.h>
 #include <set>
+#include <span>
 #include <string.h>
 #include <string>
 #include <string_view>
@@ -55,8 +56,12 @@ Account copyOf(const passwd& entry) {
 
 AccountGroup copyOf(const group& entry) {
   AccountGroup copy{textOf(entry.gr_name), entry.gr_gid, {}};
-  for (char** each = entry.gr_mem; each != nullptr && *each != nullptr; ++each) {
-    if (**each != '\0') copy.members.emplace_back(*each);
+  if (entry.gr_mem == nullptr) return copy;
+  std::size_t count = 0;
+  while (entry.gr_mem[count] != nullptr) ++count;
+  copy.members.reserve(count);
+  for (const char* each : std::span(entry.gr_mem, count)) {
+    if (*each != '\0') copy.members.emplace_back(each);
   }
   return copy;
 }
@@ -70,10 +75,11 @@ class Buffer {
   bool fetch(const std::string& what, Entry& entry, Ask ask) {
     for (;;) {
       Entry* found = nullptr;
-      const int error = ask(&entry, mBytes.data(), mBytes.size(), &found);
+      const int error = ask(&entry, mBytes.get(), mSize, &found);
       if (error == EINTR) continue;
-      if (error == ERANGE && mBytes.size() < kLargestBuffer) {
-        mBytes.resize(mBytes.size() * 2);
+      if (error == ERANGE && mSize < kLargestBuffer) {
+        mSize *= 2;
+        mBytes = std::make_unique_for_overwrite<char[]>(mSize);
         continue;
       }
       // These two say that there is none, says getpwnam(3).
@@ -83,7 +89,9 @@ class Buffer {
   }
 
  private:
-  std::vector<char> mBytes = std::vector<char>(kFirstBuffer);
+  // Not filled: most of it stays memory that nobody touches.
+  std::size_t mSize = kFirstBuffer;
+  std::unique_ptr<char[]> mBytes = std::make_unique_for_overwrite<char[]>(kFirstBuffer);
 };
 
 std::uint32_t idOf(const std::string& text) {
