@@ -36,21 +36,26 @@ std::string first(DirectoryRecord& record, std::string_view kind) {
 
 }  // namespace
 
+std::shared_ptr<const Entry> Record::entry() const {
+  const std::lock_guard lock(mMutex);
+  return mEntry;
+}
+
 std::shared_ptr<const Entry> Record::wholeEntry() {
-  auto before = mEntry.load();
+  const auto before = entry();
   if (!before->isNameOnly) return before;
   const auto found = mDirectory->find(before->type, Directory::Key::Name, {before->name});
   if (found.empty()) return before;
-  mEntry = found.front();
-  return found.front();
+  const std::lock_guard lock(mMutex);
+  return mEntry = found.front();
 }
 
 std::string Record::recordType() {
-  return std::string(mEntry.load()->type == Type::User ? record::Users : record::Groups);
+  return std::string(entry()->type == Type::User ? record::Users : record::Groups);
 }
 
 Strings Record::values(std::string_view kind) {
-  auto entry = mEntry.load();
+  auto entry = this->entry();
   if (kind == attribute::RecordName) return {entry->name};
   if (kind == attribute::GUID) return {uuidText(entry->guid)};
   if (kind == attribute::MetaNodeLocation) return {mDirectory->nodeName()};
@@ -90,7 +95,7 @@ std::optional<Dictionary> Record::recordDetails(const Strings& kinds) {
     return details;
   }
   for (const auto kind : kOfName) add(kind);
-  const auto entry = mEntry.load();
+  const auto entry = this->entry();
   if (entry->type == Type::Group) {
     for (const auto kind : kOfGroup) add(kind);
   } else if (!entry->isNameOnly) {
@@ -102,7 +107,7 @@ std::optional<Dictionary> Record::recordDetails(const Strings& kinds) {
 bool Record::setValue(std::string_view, std::string_view) { return false; }
 
 bool Record::refusePassword(std::int64_t ofUser, DirectoryError& error) const {
-  const bool isUser = mEntry.load()->type == Type::User;
+  const bool isUser = entry()->type == Type::User;
   error = {std::string(kDirectoryErrorDomain), isUser ? ofUser : directoryError::kNoPasswords};
   return false;
 }
@@ -116,7 +121,7 @@ bool Record::changePassword(std::string_view, std::string_view, DirectoryError& 
 }
 
 bool Record::isMember(DirectoryRecord& member) {
-  const auto group = mEntry.load();
+  const auto group = entry();
   if (group->type != Type::Group || member.recordType() != record::Users) return false;
   const auto name = first(member, attribute::RecordName);
   const auto primary = accountID(first(member, attribute::PrimaryGroupID));
@@ -124,10 +129,11 @@ bool Record::isMember(DirectoryRecord& member) {
 }
 
 bool Record::synchronize() {
-  const auto before = mEntry.load();
+  const auto before = entry();
   mDirectory->forget();
   const auto found = mDirectory->find(before->type, Directory::Key::Name, {before->name});
   if (found.empty()) return false;
+  const std::lock_guard lock(mMutex);
   mEntry = found.front();
   return true;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -33,12 +33,14 @@ class Record final : public DirectoryRecord {
   bool synchronize() override;
 
  private:
+  std::shared_ptr<const Entry> entry() const;
   std::shared_ptr<const Entry> wholeEntry();
   Strings values(std::string_view kind);
   bool refusePassword(std::int64_t ofUser, DirectoryError& error) const;
 
   const std::shared_ptr<Directory> mDirectory;
-  std::atomic<std::shared_ptr<const Entry>> mEntry;
+  mutable std::mutex mMutex;  ///< never held while the service is asked
+  std::shared_ptr<const Entry> mEntry;
 };
 
 }  // namespace gatehall::nss
