@@ -100,6 +100,11 @@ class Directory::Collector {
                            {},
                            accountID(user.first(Slot::UserID)),
                            parseUUID(user.first(Slot::GUID))};
+    if (!account.userID && mDirectory.schemas().users.needsUserID()) {
+      rule = "no user id";
+      fault = "it has no " + mDirectory.schemas().users.attribute(Slot::UserID);
+      return false;
+    }
     const auto& range = mDirectory.settings().userIDs;
     if (account.userID && !range.holds(*account.userID)) {
       rule = *account.userID < range.first ? "user id too low" : "user id too high";

@@ -288,13 +288,14 @@ Candidates findCandidates(Directory& directory, const QueryDescription& descript
 
 std::vector<Directory::LeftOut> findLeftOut(Directory& directory, std::string_view kind,
                                             const std::string& value) {
-  constexpr std::array kUser{Type::User};
   const auto& schema = directory.schemas().users;
   const auto slot = schema.slotOf(attribute::canonical(kind));
   const auto wanted = slot ? asStored(*slot, value) : std::nullopt;
   if (!wanted) return {};
-  const std::array terms{termOf(schema, *slot, *wanted)};
-  auto found = directory.searchLeftOut(directory.searchesForAny(kUser, terms, false));
+  const auto term = termOf(schema, *slot, *wanted);
+  auto found = directory.searchLeftOut(
+      {{schema.base(), Search::Scope::Subtree, searchFilter::bothOf(schema.widerFilter(), term),
+        schema.wanted(), false}});
   // Servers compare more loosely.
   std::erase_if(found, [&](const auto& each) {
     return std::ranges::none_of(each.entry->of(*slot),

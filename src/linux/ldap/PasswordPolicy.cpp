@@ -21,6 +21,8 @@ constexpr std::string_view kLockedForGood = "000001010000Z";
 // Active Directory's userAccountControl.
 constexpr std::int64_t kAccountDisable = 0x2;
 constexpr std::int64_t kNeverExpires = 0x10000;
+/// Of what the server works out by the policy that the account is under.
+constexpr std::int64_t kLockedOut = 0x10;
 // Its times are in 100 ns, since 1601 where they are no spans.
 constexpr std::int64_t kTicksOfSecond = 10000000;
 constexpr std::int64_t kSecondsTo1970 = 11644473600;
@@ -216,7 +218,9 @@ std::optional<Dictionary> passwordPolicyOf(Directory& directory, const Entry& us
 Standing standingOf(Directory& directory, const Entry& user) {
   const auto time = static_cast<std::int64_t>(directory.now().time_since_epoch().count());
   const auto control = number(user, Slot::AccountControl).value_or(0);
-  if ((control & kAccountDisable) != 0 || isLocked(directory, user, time)) return Standing::Locked;
+  const auto computed = number(user, Slot::ComputedControl).value_or(0);
+  if ((control & kAccountDisable) != 0 || (computed & kLockedOut) != 0) return Standing::Locked;
+  if (isLocked(directory, user, time)) return Standing::Locked;
   if (const auto end = accountExpires(user); end && *end <= time) return Standing::Expired;
   if (const auto end = seconds(user.first(Slot::AccountEnd)); end && *end <= time) {
     return Standing::Expired;

@@ -54,7 +54,7 @@ class NetworkNode : public DirectoryNode {
     std::string fullName;
     std::string guid;
     std::optional<std::uint32_t> userID;
-    std::string rule;  ///< why: "user id too low", "user id too high", "hidden by a local account"
+    std::string rule;  ///< why: "no user id", "user id too low", …; gatehallctl(1) has all
     std::string why;   ///< the same in a sentence without a full stop
   };
 

@@ -4,10 +4,10 @@ import subprocess
 from gi.repository import Gio, GLib
 
 
-def run(*command, check=True, input="", **options):
-    """Runs a command of the system; what it printed."""
+def run(*command, check=True, input="", seconds=120, **options):
+    """Runs a command of the system, which may take so long; what it printed."""
     done = subprocess.run(command, check=False, text=True, input=input, stdout=subprocess.PIPE,
-                          stderr=subprocess.PIPE, timeout=120, **options)
+                          stderr=subprocess.PIPE, timeout=seconds, **options)
     if check and done.returncode != 0:
         raise AssertionError(f"{' '.join(command)} ended with {done.returncode}: {done.stderr}")
     return done.stdout

@@ -53,6 +53,11 @@ Schema::Schema(const Settings& settings, Type type)
     mFilter = "(&" + mFilter + "(!(objectClass=" + mExcludedClass + ")))";
   }
   if (!configured.empty()) mFilter = searchFilter::bothOf(mFilter, configured);
+  mWiderFilter = mFilter;
+  const auto& id = attribute(Slot::UserID);
+  if (settings.profile == Profile::ActiveDirectory && !id.empty()) {
+    mFilter = searchFilter::bothOf(mFilter, "(" + id + "=*)");
+  }
   for (std::size_t slot = 0; slot < mAttributes.size(); ++slot) {
     const auto& name = mAttributes[slot];
     if (name.empty() || slot == index(Slot::Photo)) continue;
@@ -80,6 +85,7 @@ void Schema::setUserAttributes(Profile profile) {
     set(Slot::AccountControl, "userAccountControl");
     set(Slot::AccountExpires, "accountExpires");
     set(Slot::PasswordLastSet, "pwdLastSet");
+    set(Slot::ComputedControl, "msDS-User-Account-Control-Computed");
     return;
   }
   set(Slot::ShadowLastChange, "shadowLastChange");

@@ -41,6 +41,7 @@ enum class Slot : std::uint8_t {
   AccountControl,   ///< the same's userAccountControl
   AccountExpires,   ///< the same's accountExpires
   PasswordLastSet,  ///< the same's pwdLastSet
+  ComputedControl,  ///< the same's msDS-User-Account-Control-Computed
   FirstOther,       ///< from here on: kinds that only the settings name
 };
 
@@ -57,7 +58,12 @@ class Schema {
   /// The filter that takes the entries of the type.
   const std::string& filter() const { return mFilter; }
 
-  /// Whether an entry of these object classes is of the type.
+  /// The same, and entries that are of the type but for a user id, which Active Directory's don't
+  /// need: they are no accounts here.
+  const std::string& widerFilter() const { return mWiderFilter; }
+  bool needsUserID() const { return mFilter != mWiderFilter; }
+
+  /// Whether an entry of these object classes is of the type, whatever it has for an id.
   bool takes(std::span<const std::string_view> objectClasses) const;
 
   /// The LDAP attribute; empty when there is none.
@@ -90,6 +96,7 @@ class Schema {
 
   std::string mBase;
   std::string mFilter;
+  std::string mWiderFilter;
   std::vector<std::string> mClasses;  ///< in lower case; any of them
   std::string mExcludedClass;
   std::vector<std::string> mAttributes;  ///< by slot

@@ -1,0 +1,95 @@
+"""Users of an Active Directory: Samba's domain controller, in the container."""
+import json
+
+from gi.repository import GLib
+
+from domain_controller import BASE, READER, READERS_PASSWORD, URI, DomainController
+from system import run
+
+DIRECTORIES = "/etc/gatehall/directory.toml"
+MANAGED = "/etc/gatehall/managed/com.orvane.gatehall.plist"
+PASSWORD = "/etc/gatehall/example.password"
+
+
+def _configure(desktop, more="", account=READER):
+    desktop.write(PASSWORD, READERS_PASSWORD + "\n", mode=0o600)
+    desktop.write(DIRECTORIES, '[[directory]]\nname = "example"\n'
+                  f'servers = ["{URI}"]\nbase = "{BASE}"\nprofile = "active-directory"\ntls = "off"\n'
+                  f'bind-dn = "{account}"\nbind-password-file = "{PASSWORD}"\n'
+                  f"time-limit = 60\ntotal-time-limit = 600\n{more}")
+
+
+def _join(desktop, **settings):
+    controller = DomainController(desktop)
+    _configure(desktop, **settings)
+    return controller
+
+
+def _answer(*words):
+    return json.loads(run("gatehallctl", "--json", *words, check=False))
+
+
+def _rules(*names):
+    return {name: user["rule"] for name, user in zip(names, _answer("can-log-in", *names)["users"])}
+
+
+def _network_users():
+    return {user["shortName"]: user["uid"] for user in _answer("network-users")["users"]}
+
+
+def _site():
+    (site,) = (each for each in _answer("directories")["directories"]
+               if each["name"] == "ldap/example")
+    return site
+
+
+def _guid(name):
+    (entry,) = _answer("guid", name)["entries"]
+    return entry["guid"]
+
+
+def only_people_with_an_id_are_its_users(desktop):
+    _join(desktop)
+    assert set(_network_users()) == {"ina", "jo", "prim", "must", "lock"}, _network_users()
+    assert _site()["users"] == 6, _site()  # and late
+    assert _rules("ina", "nora", "krbtgt", "pc1$", "Con Tact") == {
+        "ina": "no allow list", "nora": "no user id", "krbtgt": "no user id",
+        "pc1$": "no such account", "Con Tact": "no such account"}
+
+
+def members_of_a_group_are_people_with_an_id_and_those_whose_primary_group_it_is(desktop):
+    _join(desktop)
+    assert {user["name"] for user in _answer("expand", "crew")["users"]} == {"jo", "prim"}
+    desktop.write(MANAGED, '<?xml version="1.0" encoding="UTF-8"?>\n<plist version="1.0"><dict>'
+                  f"<key>DenyList</key><array><string>{_guid('crew')}</string></array></dict></plist>\n")
+    assert _rules("ina", "jo", "prim") == {"ina": "no allow list", "jo": "denied by GUID",
+                                           "prim": "denied by GUID"}
+
+
+def an_account_past_its_end_is_expired(desktop):
+    _join(desktop)
+    assert _rules("late", "ina") == {"late": "expired", "ina": "no allow list"}
+
+
+def a_password_that_has_to_be_changed_has_expired_and_locks_nobody_out(desktop):
+    _join(desktop, more=f'password-policy = "{BASE}"\n')
+    assert _rules("must") == {"must": "no allow list"}
+    must, ina = _answer("user", "must"), _answer("user", "ina")
+    assert must["passwordPolicyInUse"] and must["minutesUntilPasswordExpires"] == 0, must
+    assert ina["minutesUntilPasswordExpires"] > 0, ina
+
+
+def an_account_that_failed_passwords_locked_stays_so_as_long_as_the_domain_says(desktop):
+    controller = _join(desktop)
+    controller.lock_after(failures=2, seconds=36000)
+    desktop.after(controller.lock_after, failures=0, seconds=1800)
+    assert _rules("lock") == {"lock": "no allow list"}
+    for _ in range(2):
+        assert not controller.lets_in("lock", "wrong")
+    assert _rules("lock", "ina") == {"lock": "locked", "ina": "no allow list"}
+    controller.lock_after(failures=2, seconds=1)
+    timer = GLib.timeout_add(200, lambda: True)  # nothing tells of the end
+    try:
+        desktop.until(lambda: _rules("lock") == {"lock": "no allow list"}, "the end of the lock")
+    finally:
+        GLib.source_remove(timer)
