@@ -85,6 +85,7 @@ struct ConfiguredNode {
 
 void addLdapNodes(std::vector<ConfiguredNode>& nodes, const std::shared_ptr<local::Host>& host,
                   Log& log) {
+  const auto mappedDomains = std::make_shared<ldap::MappedDomains>();
   for (auto& configured : ldap::Settings::readAll(host->options, host->faults)) {
     if (auto* unusable = std::get_if<ldap::Settings::Unusable>(&configured)) {
       nodes.push_back({unusable->line, std::make_shared<FaultyNode>(std::move(unusable->place),
@@ -93,10 +94,11 @@ void addLdapNodes(std::vector<ConfiguredNode>& nodes, const std::shared_ptr<loca
     }
     auto& settings = std::get<ldap::Settings>(configured);
     const auto line = settings.line;
-    nodes.push_back({line, std::make_shared<ldap::Node>(std::make_shared<ldap::Directory>(
-                               std::move(settings), host->options,
-                               std::shared_ptr<LocalAccounts>(host, &host->ownAccounts),
-                               std::shared_ptr<FaultLog>(host, &host->faults), log, host->clock))});
+    nodes.push_back(
+        {line, std::make_shared<ldap::Node>(std::make_shared<ldap::Directory>(
+                   std::move(settings), host->options,
+                   std::shared_ptr<LocalAccounts>(host, &host->ownAccounts), mappedDomains,
+                   std::shared_ptr<FaultLog>(host, &host->faults), log, host->clock))});
   }
 }
 

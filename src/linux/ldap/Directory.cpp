@@ -11,6 +11,7 @@
 #include "linux/files/FaultLog.h"
 #include "linux/ldap/client/Referral.h"
 #include "linux/ldap/client/SearchFilter.h"
+#include "linux/ldap/client/SecurityID.h"
 #include "linux/records/AccountID.h"
 #include "linux/records/NetworkNode.h"
 #include "portable/NameBasedUUID.h"
@@ -40,9 +41,10 @@ bool isSameAttribute(std::string_view left, std::string_view right) {
 /// Gathers entries, each once.
 class Directory::Collector {
  public:
-  Collector(const Directory& directory, LocalAccounts& localAccounts, FaultLog& faults,
-            bool mayRepeat, Unreadable unreadable, std::vector<LeftOut>* leftOut)
+  Collector(const Directory& directory, std::string domain, LocalAccounts& localAccounts,
+            FaultLog& faults, bool mayRepeat, Unreadable unreadable, std::vector<LeftOut>* leftOut)
       : mDirectory(directory),
+        mDomain(std::move(domain)),
         mLocalAccounts(localAccounts),
         mFaults(faults),
         mMayRepeat(mayRepeat),
@@ -76,7 +78,7 @@ class Directory::Collector {
   void add(std::string_view dn, std::span<const Attribute> attributes) {
     mHasBegun = true;
     std::string fault;
-    auto entry = readEntry(mDirectory.schemas(), dn, attributes, fault);
+    auto entry = readEntry(mDirectory.schemas(), mDomain, dn, attributes, fault);
     if (!entry) {
       if (!fault.empty()) passOver(dn, fault);
       return;
@@ -103,6 +105,7 @@ class Directory::Collector {
     if (!account.userID && mDirectory.schemas().users.needsUserID()) {
       rule = "no user id";
       fault = "it has no " + mDirectory.schemas().users.attribute(Slot::UserID);
+      if (!mDomain.empty()) fault += " of " + mDomain + " that can be mapped";
       return false;
     }
     const auto& range = mDirectory.settings().userIDs;
@@ -159,6 +162,7 @@ class Directory::Collector {
   }
 
   const Directory& mDirectory;
+  const std::string mDomain;  ///< whose ids are mapped
   LocalAccounts& mLocalAccounts;
   std::shared_ptr<const LocalAccounts::Snapshot> mLocals;  ///< once there is a user to look at
   std::vector<std::string_view> mNames;                    ///< room for those of an entry
@@ -172,11 +176,13 @@ class Directory::Collector {
 };
 
 Directory::Directory(Settings settings, HostOptions options,
-                     std::shared_ptr<LocalAccounts> localAccounts, std::shared_ptr<FaultLog> faults,
+                     std::shared_ptr<LocalAccounts> localAccounts,
+                     std::shared_ptr<MappedDomains> mappedDomains, std::shared_ptr<FaultLog> faults,
                      Log& log, Clock& clock)
     : mNodeName("ldap/" + settings.name),
       mOptions(std::move(options)),
       mLocalAccounts(std::move(localAccounts)),
+      mMappedDomains(std::move(mappedDomains)),
       mFaults(std::move(faults)),
       mLog(log),
       mClock(clock),
@@ -330,7 +336,8 @@ std::vector<Directory::LeftOut> Directory::searchLeftOut(std::vector<Search> sea
 Entries Directory::search(std::vector<Search> searches, Unreadable entry,
                           std::vector<LeftOut>* leftOut) {
   if (searches.empty()) return {};
-  Collector collector(*this, *mLocalAccounts, *mFaults, searches.size() > 1, entry, leftOut);
+  Collector collector(*this, mappedDomain(), *mLocalAccounts, *mFaults, searches.size() > 1, entry,
+                      leftOut);
   Referrals referrals;
   const auto limits = mServers.limits();
   bool hasBrokenOff = false;  // in the middle, whatever came of trying again
@@ -424,6 +431,37 @@ Directory::RawValues Directory::readAttribute(std::string_view dn, const std::st
     judge(searches.front(), connection.search(searches, mServers.limits(), keep).front(), false);
   });
   return found;
+}
+
+std::optional<std::string> Directory::withMappedID(std::string_view id) {
+  const auto number = accountID(id);
+  const auto domain = mappedDomain();
+  return number && !domain.empty() ? securityID::withMappedID(domain, *number) : std::nullopt;
+}
+
+std::string Directory::mappedDomain() {
+  if (!settings().mapsIDs) return {};
+  std::string domain;
+  {
+    const std::lock_guard lock(mMutex);
+    domain = mDomain;
+  }
+  if (domain.empty()) domain = readDomain();
+  mMappedDomains->claim(mNodeName, domain);
+  const std::lock_guard lock(mMutex);
+  mDomain = domain;
+  return domain;
+}
+
+/// The server's own domain: a root DSE names it (MS-ADTS, 3.1.1.3.2.3).
+std::string Directory::readDomain() {
+  const auto names = readAttribute({}, "defaultNamingContext").values;
+  const auto sids = names.size() == 1 ? readAttribute(names.front(), "objectSid").values : names;
+  const auto sid = sids.size() == 1 ? securityID::text(sids.front()) : std::nullopt;
+  if (!sid || !securityID::isDomain(*sid)) {
+    throw DirectoryUnreachable(whyAway("its domain's objectSid can't be read"));
+  }
+  return *sid;
 }
 
 std::string_view Directory::nameAttribute() const {

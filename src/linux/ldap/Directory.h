@@ -13,6 +13,7 @@
 #include "linux/files/FaultLog.h"
 #include "linux/files/HostOptions.h"
 #include "linux/ldap/Cache.h"
+#include "linux/ldap/MappedDomains.h"
 #include "linux/ldap/client/Entry.h"
 #include "linux/ldap/client/Servers.h"
 #include "linux/records/LocalAccounts.h"
@@ -29,7 +30,8 @@ class Directory {
   using Type = Schema::Type;
 
   Directory(Settings settings, HostOptions options, std::shared_ptr<LocalAccounts> localAccounts,
-            std::shared_ptr<FaultLog> faults, Log& log, Clock& clock);
+            std::shared_ptr<MappedDomains> mappedDomains, std::shared_ptr<FaultLog> faults,
+            Log& log, Clock& clock);
 
   /// "ldap/NAME".
   const std::string& nodeName() const { return mNodeName; }
@@ -87,6 +89,11 @@ class Directory {
     Strings values;
   };
   RawValues readAttribute(std::string_view dn, const std::string& attribute);
+
+  /// The objectSid, as a text, that is mapped to the id; empty for none, and where ids aren't
+  /// mapped. Raises as readAttribute does, and PlatformException when another directory has the
+  /// same ids.
+  std::optional<std::string> withMappedID(std::string_view id);
 
   /// The attribute that a filter compares entries' own DNs by.
   std::string_view nameAttribute() const;
@@ -150,6 +157,8 @@ class Directory {
     std::vector<Strings> instead;
   };
 
+  std::string mappedDomain();
+  std::string readDomain();
   std::string whyAway(std::string_view fault) const;
   void refuseIfUnreachable();
   void remember(std::string_view fault);
@@ -163,6 +172,7 @@ class Directory {
   const std::string mNodeName;
   const HostOptions mOptions;
   const std::shared_ptr<LocalAccounts> mLocalAccounts;
+  const std::shared_ptr<MappedDomains> mMappedDomains;
   const std::shared_ptr<FaultLog> mFaults;
   Log& mLog;
   Clock& mClock;
@@ -174,6 +184,7 @@ class Directory {
   std::optional<Attempt> mTried;
   std::optional<LoginShells> mShells;
   std::optional<bool> mComparesNames;
+  std::string mDomain;  ///< once it is known
   LocalAccounts::State mCachedUnder;
 };
 

@@ -11,6 +11,7 @@
 #include "linux/files/FaultLog.h"
 #include "linux/ldap/client/DistinguishedName.h"
 #include "linux/ldap/client/SearchFilter.h"
+#include "linux/ldap/client/SecurityID.h"
 #include "linux/records/AccountID.h"
 #include "portable/NameBasedUUID.h"
 
@@ -39,8 +40,17 @@ std::optional<std::string> asStored(Slot slot, std::string_view value) {
   return std::string(value);
 }
 
-std::string termOf(const Schema& schema, Slot slot, const std::string& value) {
+/// The filter that takes the entries with that value; empty for one that none can have.
+std::optional<std::string> termOf(Directory& directory, const Schema& schema, Slot slot,
+                                  const std::string& value) {
   const auto& attribute = schema.attribute(slot);
+  if (schema.mapsIDs() && (slot == Slot::UserID || slot == Slot::GroupID)) {
+    const auto sid = directory.withMappedID(value);
+    if (!sid) return std::nullopt;
+    const bool isWhole = attribute == schema.attribute(Slot::SecurityID);
+    return searchFilter::equals(
+        attribute, isWhole ? securityID::bytes(*sid) : std::string(securityID::number(*sid)));
+  }
   if (slot != Slot::GUID) return searchFilter::equals(attribute, value);
   return searchFilter::equals(attribute, guidForFilter(schema, value).value_or(value));
 }
@@ -59,7 +69,9 @@ Entries fetch(Directory& directory, std::span<const Type> types, Slot slot,
     if (schema.attribute(slot).empty()) return;
     std::vector<std::string> terms;
     terms.reserve(values.size());
-    for (const auto& value : values) terms.push_back(termOf(schema, slot, value));
+    for (const auto& value : values) {
+      if (auto term = termOf(directory, schema, slot, value)) terms.push_back(std::move(*term));
+    }
     std::ranges::move(directory.searchesForAny(together, terms, !isIdentity(slot)),
                       std::back_inserter(searches));
   };
@@ -291,10 +303,10 @@ std::vector<Directory::LeftOut> findLeftOut(Directory& directory, std::string_vi
   const auto& schema = directory.schemas().users;
   const auto slot = schema.slotOf(attribute::canonical(kind));
   const auto wanted = slot ? asStored(*slot, value) : std::nullopt;
-  if (!wanted) return {};
-  const auto term = termOf(schema, *slot, *wanted);
+  const auto term = wanted ? termOf(directory, schema, *slot, *wanted) : std::nullopt;
+  if (!term) return {};
   auto found = directory.searchLeftOut(
-      {{schema.base(), Search::Scope::Subtree, searchFilter::bothOf(schema.widerFilter(), term),
+      {{schema.base(), Search::Scope::Subtree, searchFilter::bothOf(schema.widerFilter(), *term),
         schema.wanted(), false}});
   // Servers compare more loosely.
   std::erase_if(found, [&](const auto& each) {

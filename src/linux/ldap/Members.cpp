@@ -88,7 +88,9 @@ Entries primaryMembers(Directory& directory, const Entries& groups) {
   Strings groupIDs;
   Strings numbers;
   for (const auto& group : groups) {
-    for (auto& id : group->texts(Slot::GroupID)) groupIDs.push_back(std::move(id));
+    if (!directory.settings().mapsIDs) {
+      for (auto& id : group->texts(Slot::GroupID)) groupIDs.push_back(std::move(id));
+    }
     const auto sid = group->first(Slot::SecurityID);
     if (!sid.empty()) numbers.emplace_back(securityID::number(sid));
   }
@@ -131,7 +133,7 @@ std::vector<std::string> termsOf(const Schema& schema, const Identity& identity)
   };
   add(Slot::MemberNames, identity.names);
   add(Slot::Members, identity.dns);
-  add(Slot::GroupID, identity.groupIDs);
+  if (!schema.mapsIDs()) add(Slot::GroupID, identity.groupIDs);
   add(Slot::NestedNames, identity.nestedNames);
   Strings stored;
   for (const auto& sid : identity.securityIDs) stored.push_back(securityID::bytes(sid));
@@ -179,6 +181,9 @@ Identity identityOf(Directory& directory, DirectoryRecord& record) {
   if (!isGroup) {
     identity.names = valuesOf(attribute::RecordName);
     identity.groupIDs = valuesOf(attribute::PrimaryGroupID);
+    for (const auto& id : identity.groupIDs) {
+      if (auto sid = directory.withMappedID(id)) identity.securityIDs.push_back(std::move(*sid));
+    }
   }
   if (!contains(valuesOf(attribute::MetaNodeLocation), directory.nodeName())) return identity;
   const auto entries =

@@ -150,6 +150,8 @@ bool Record::setValue(std::string_view value, std::string_view kind) {
   const auto& schema = mDirectory->schemas().of(entry->type);
   const auto slot = schema.slotOf(attribute::canonical(kind));
   if (!slot || schema.attribute(*slot).empty()) return false;
+  const bool isID = slot == Slot::UserID || slot == Slot::GroupID;
+  if (isID && schema.mapsIDs()) return false;
   bool isSet = false;
   mDirectory->run([&](Connection& connection) {
     isSet = connection

@@ -9,6 +9,22 @@ from system import run
 DIRECTORIES = "/etc/gatehall/directory.toml"
 MANAGED = "/etc/gatehall/managed/com.orvane.gatehall.plist"
 PASSWORD = "/etc/gatehall/example.password"
+SSSD = f"""[sssd]
+services = nss
+domains = example
+
+[domain/example]
+id_provider = ldap
+auth_provider = none
+ldap_schema = ad
+ldap_id_mapping = true
+ldap_uri = {URI}
+ldap_search_base = {BASE}
+ldap_id_use_start_tls = false
+ldap_referrals = false
+ldap_default_bind_dn = {READER}
+ldap_default_authtok = {READERS_PASSWORD}
+"""
 
 
 def _configure(desktop, more="", account=READER):
@@ -93,3 +109,18 @@ def an_account_that_failed_passwords_locked_stays_so_as_long_as_the_domain_says(
         desktop.until(lambda: _rules("lock") == {"lock": "no allow list"}, "the end of the lock")
     finally:
         GLib.source_remove(timer)
+
+
+def mapped_ids_are_those_that_sssd_maps(desktop):
+    _join(desktop, more="map-ids = true\n")
+    desktop.write("/etc/nsswitch.conf", "passwd: files sss\ngroup: files sss\nshadow: files\n")
+    desktop.write("/etc/sssd/sssd.conf", SSSD, mode=0o600)
+    desktop.start("sssd.service")
+    users = _network_users()
+    for name in ("ina", "nora", "prim"):
+        fields = run("getent", "passwd", name).split(":")
+        user = _answer("user", name)
+        assert [user["getUid"], user["getGid"]] == [int(fields[2]), int(fields[3])], (user, fields)
+        assert users[name] == int(fields[2]), users
+        assert _rules(fields[2]) == {fields[2]: "no allow list"}
+    assert "pc1$" not in users, users

@@ -128,6 +128,11 @@ class LdapActiveDirectory : public testing::Test {
   LdapMachine machine;
 };
 
+class LdapMappedIDs : public LdapActiveDirectory {
+ protected:
+  LdapMappedIDs() : LdapActiveDirectory("map-ids = true\n") {}
+};
+
 }  // namespace
 
 TEST_F(LdapActiveDirectory, HasNoUsersWithoutAUserID) {
@@ -161,6 +166,69 @@ TEST_F(LdapActiveDirectory, LocksAccountsAsLongAsTheServerSays) {
   set("replace: " + computed + "\n" + computed + ": 8388608\n");
   EXPECT_FALSE(isDisabled());
   set("delete: " + computed + "\n");
+}
+
+TEST_F(LdapMappedIDs, AreMadeOfTheLastNumberWhateverIDTheEntryHas) {
+  EXPECT_THAT(machine.allNetworkUsers(), ElementsAre("ina", "jo", "nora"));
+  EXPECT_THAT(values(machine.networkUser("ina"), "UniqueID"), ElementsAre("686201105"));
+  EXPECT_THAT(values(machine.networkUser("nora"), "UniqueID"), ElementsAre("686201107"));
+  EXPECT_THAT(values(machine.networkUser("nora"), "PrimaryGroupID"), ElementsAre("686200513"));
+  EXPECT_THAT(values(machine.networkGroup("staff"), "PrimaryGroupID"), ElementsAre("686201200"));
+}
+
+TEST_F(LdapMappedIDs, AreFoundAgain) {
+  EXPECT_THAT(machine.userNames("UniqueID", MatchType::EqualTo, {"686201107"}),
+              ElementsAre("nora"));
+  EXPECT_THAT(machine.userNames("PrimaryGroupID", MatchType::EqualTo, {"686200513"}),
+              ElementsAre("jo", "nora"));
+  EXPECT_THAT(machine.groupNames("PrimaryGroupID", MatchType::EqualTo, {"686201200"}),
+              ElementsAre("staff"));
+  for (const auto* id : {"5000", "686201109", "686401107", "7000"}) {
+    EXPECT_THAT(machine.userNames("UniqueID", MatchType::EqualTo, {id}), IsEmpty()) << id;
+  }
+}
+
+TEST_F(LdapMappedIDs, LeaveWhoHasNoneOut) {
+  EXPECT_EQ(leftOut("stranger").first, "no user id");
+  EXPECT_THAT(leftOut("stranger").second, HasSubstr("S-1-5-21-1-2-3"));
+  EXPECT_EQ(leftOut("beyond").first, "no user id");
+}
+
+TEST_F(LdapMappedIDs, HaveMembersByDNAndByPrimaryGroup) {
+  EXPECT_THAT(members("staff"), UnorderedElementsAre("ina", "jo", "nora"));
+  EXPECT_THAT(members("users"), UnorderedElementsAre("jo", "nora"));
+  EXPECT_TRUE(machine.networkGroup("staff")->isMember(*machine.networkUser("ina")));
+  EXPECT_FALSE(machine.networkGroup("users")->isMember(*machine.networkUser("ina")));
+  EXPECT_TRUE(machine.networkGroup("users")->isMember(*machine.networkUser("nora")));
+}
+
+TEST_F(LdapMappedIDs, AreNotWritten) {
+  machine.configure(table("test", server(), machine.asManager() + "map-ids = true\n"));
+  EXPECT_FALSE(machine.networkUser("nora")->setValue("686201999", "UniqueID"));
+  EXPECT_FALSE(machine.networkUser("nora")->setValue("513", "PrimaryGroupID"));
+}
+
+TEST(LdapMappedDomains, WithTheSameIDsLeaveItOpenWhoseOneIs) {
+  // Two domains of one slice, by SSSD's own library.
+  const DomainController one("S-1-5-21-1-2-64",
+                             entry("user", "ina", sid("1105", "S-1-5-21-1-2-64")));
+  const DomainController two("S-1-5-21-1-2-227",
+                             entry("user", "jo", sid("1106", "S-1-5-21-1-2-227")));
+  LdapMachine machine;
+  machine.configure(table("one", one.slapd, "map-ids = true\n") +
+                    table("two", two.slapd, "map-ids = true\n"));
+  const auto find = [&] { machine.anywhere({"ina"}); };
+  EXPECT_THAT(find, ThrowsMessage<PlatformException>(HasSubstr("mapped to the same ids")));
+  machine.clock.seconds += 6;  // or the first one's last answer is still known
+  EXPECT_THAT([&] { machine.node("ldap/one")->recordByTypeAndName(record::Users, "ina", {}); },
+              ThrowsMessage<PlatformException>(HasSubstr("mapped to the same ids")));
+}
+
+TEST(LdapMappedDomains, ThatCannotBeReadLeaveTheDirectoryAway) {
+  const DomainController nobody("S-1-5-32", entry("user", "ina", sid("1105")));
+  LdapMachine machine;
+  machine.configure(table("test", nobody.slapd, "map-ids = true\n"));
+  machine.expectOnlyLocalAccounts();
 }
 
 }  // namespace gatehall

@@ -61,14 +61,15 @@ std::optional<std::string_view> optionsOf(std::string_view name, std::string_vie
 
 class EntryReader {
  public:
-  EntryReader(const Schema& schema, Entry& entry, std::string& fault)
-      : mSchema(schema), mEntry(entry), mFault(fault) {}
+  EntryReader(const Schema& schema, std::string_view domain, Entry& entry, std::string& fault)
+      : mSchema(schema), mDomain(domain), mEntry(entry), mFault(fault) {}
 
   bool read(std::string_view dn, std::span<const Attribute> attributes) {
     constexpr auto kFirst = static_cast<std::size_t>(Slot::ObjectClass) + 1;
     for (auto slot = kFirst; slot < mSchema.slots(); ++slot) {
       if (!readSlot(static_cast<Slot>(slot), attributes)) return false;
     }
+    if (mSchema.mapsIDs()) mapIDs();
     if (mEntry.first(Slot::Name).empty()) return refuse("it has no name");
     if (mEntry.of(Slot::GUID).size() != 1) return refuse("it has no GUID");
     if (mEntry.of(Slot::UserID).size() > 1) return refuse("it has several user ids");
@@ -86,7 +87,8 @@ class EntryReader {
 
   bool readSlot(Slot slot, std::span<const Attribute> attributes) {
     const auto& name = mSchema.attribute(slot);
-    if (name.empty()) return true;
+    const bool isID = slot == Slot::UserID || slot == Slot::GroupID;
+    if (name.empty() || (isID && mSchema.mapsIDs())) return true;
     for (const auto& attribute : attributes) {
       const auto options = optionsOf(attribute.name, name);
       if (!options) continue;
@@ -132,6 +134,23 @@ class EntryReader {
     return true;
   }
 
+  void mapIDs() {
+    const std::string_view sid = mSecurityID;
+    if (sid.empty() || securityID::domain(sid) != mDomain) return;
+    if (mEntry.type == Schema::Type::Group) return addMapped(Slot::GroupID, sid, mGroupID);
+    addMapped(Slot::UserID, sid, mUserID);
+    const auto primary = mEntry.first(Slot::PrimaryGroup);
+    addMapped(Slot::GroupID, securityID::withNumber(sid, primary), mGroupID);
+  }
+
+  void addMapped(Slot slot, std::string_view sid, std::string& text) {
+    const auto id = securityID::mappedID(sid);
+    if (!id) return;
+    text = std::to_string(*id);
+    mEntry.values.insert(std::ranges::upper_bound(mEntry.values, slot, {}, &Entry::Value::slot),
+                         {slot, text});
+  }
+
   /// Of several names, which servers send in any order (RFC 4511, 4.1.7), the one in the DN.
   void putLoginNameFirst() {
     if (mEntry.of(Slot::Name).size() < 2) return;
@@ -158,10 +177,13 @@ class EntryReader {
   }
 
   const Schema& mSchema;
+  const std::string_view mDomain;
   Entry& mEntry;
   std::string& mFault;
   std::string mGUID;
   std::string mSecurityID;
+  std::string mUserID;   ///< mapped
+  std::string mGroupID;  ///< mapped
 };
 
 }  // namespace
@@ -231,8 +253,9 @@ void sort(Entries& entries) {
   std::ranges::transform(keyed, entries.begin(), [](Keyed& each) { return std::move(each.entry); });
 }
 
-std::shared_ptr<Entry> readEntry(const Schemas& schemas, std::string_view dn,
-                                 std::span<const Attribute> attributes, std::string& fault) {
+std::shared_ptr<Entry> readEntry(const Schemas& schemas, std::string_view domain,
+                                 std::string_view dn, std::span<const Attribute> attributes,
+                                 std::string& fault) {
   fault.clear();
   if (dn.empty() && attributes.empty()) {
     fault = "it can't be decoded";
@@ -258,7 +281,9 @@ std::shared_ptr<Entry> readEntry(const Schemas& schemas, std::string_view dn,
   std::size_t count = 0;
   for (const auto& each : attributes) count += each.values.size();
   entry->values.reserve(count - classes.size());
-  if (!EntryReader(schemas.of(entry->type), *entry, fault).read(dn, attributes)) return nullptr;
+  if (!EntryReader(schemas.of(entry->type), domain, *entry, fault).read(dn, attributes)) {
+    return nullptr;
+  }
   return entry;
 }
 

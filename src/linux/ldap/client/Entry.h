@@ -61,13 +61,15 @@ struct Schemas {
 /// Whether the name is the one by which the entry's DN calls it.
 bool isCalled(const Entry& entry, const Schema& schema, std::string_view name);
 
-/// Reads what a server sent. Of several names, the one in the DN is the first. nullptr for an entry
+/// Reads what a server sent. Of several names, the one in the DN is the first. Where ids are mapped
+/// the entries of the domain have one, and others none. nullptr for an entry
 /// that is neither user nor group (the fault is empty then) and for one that can't be relied on:
 /// without a name or a GUID, with values of unbearable length or that are no UTF-8, with an id or
 /// an objectSid that is none, with several user ids, with values that have no beginning or, other
 /// than members' DNs, no end.
-std::shared_ptr<Entry> readEntry(const Schemas& schemas, std::string_view dn,
-                                 std::span<const Attribute> attributes, std::string& fault);
+std::shared_ptr<Entry> readEntry(const Schemas& schemas, std::string_view domain,
+                                 std::string_view dn, std::span<const Attribute> attributes,
+                                 std::string& fault);
 
 /// Which values of an attribute a server hands out that gives only so many at once, counted from 0.
 struct ValueRange {

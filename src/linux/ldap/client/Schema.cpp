@@ -23,7 +23,8 @@ std::string userClassOf(Profile profile) {
 Schema::Schema(const Settings& settings, Type type)
     : mBase(type == Type::User ? settings.usersBase : settings.groupsBase),
       mAttributes(index(Slot::FirstOther)),
-      mHasBinaryGUIDs(settings.profile == Profile::ActiveDirectory) {
+      mHasBinaryGUIDs(settings.profile == Profile::ActiveDirectory),
+      mMapsIDs(settings.mapsIDs) {
   set(Slot::ObjectClass, "objectClass");
   set(Slot::GUID, mHasBinaryGUIDs ? "objectGUID" : "entryUUID");
   set(Slot::GroupID, "gidNumber");
@@ -42,6 +43,11 @@ Schema::Schema(const Settings& settings, Type type)
     // What is a user as well is one that the users' filter takes, or nothing.
     if (!settings.usersFilter.empty()) mExcludedClass = userClassOf(settings.profile);
     for (const auto& [kind, name] : settings.groupAttributes) override(kind, name);
+  }
+
+  if (mMapsIDs) {
+    if (type == Type::User) set(Slot::UserID, attribute(Slot::SecurityID));
+    set(Slot::GroupID, attribute(type == Type::User ? Slot::PrimaryGroup : Slot::SecurityID));
   }
 
   mFilter = mClasses.size() == 1 ? "(objectClass=" + mClasses.front() + ")" : "(|";

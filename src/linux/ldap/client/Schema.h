@@ -85,6 +85,9 @@ class Schema {
   /// The LDAP attributes to ask for, so that a record answers everything: all but the photo.
   const std::vector<std::string>& wanted() const { return mWanted; }
 
+  /// Ids are made of the objectSid that the attributes of ids name, or are a part of.
+  bool mapsIDs() const { return mMapsIDs; }
+
   /// GUIDs are 16 bytes in the order of Active Directory, not text.
   bool hasBinaryGUIDs() const { return mHasBinaryGUIDs; }
 
@@ -103,6 +106,7 @@ class Schema {
   std::vector<Kind> mKinds;
   std::vector<std::string> mWanted;
   bool mHasBinaryGUIDs;
+  bool mMapsIDs;
 };
 
 }  // namespace gatehall::ldap

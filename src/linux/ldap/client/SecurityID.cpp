@@ -1,8 +1,12 @@
 #include "linux/ldap/client/SecurityID.h"
 
+#include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
+
+#include "linux/records/AccountID.h"
 
 namespace gatehall::ldap::securityID {
 
@@ -25,6 +29,42 @@ std::uint64_t takeNumber(std::string_view& text) {
   const auto hyphen = text.find('-');
   text.remove_prefix(hyphen == std::string_view::npos ? text.size() : hyphen + 1);
   return number;
+}
+
+// What SSSD maps to unless it is told otherwise (sssd-ldap(5): ldap_idmap_range_min, _max, _size).
+constexpr std::uint32_t kFirstMapped = 200000;
+constexpr std::uint32_t kBehindMapped = 2000200000;
+constexpr std::uint32_t kMappedOfDomain = 200000;
+constexpr std::uint32_t kHashSeed = 0xdeadbeef;
+
+/// MurmurHash3, of 32 bits.
+std::uint32_t hashOf(std::string_view text) {
+  constexpr std::size_t kBlock = 4;
+  const auto mixed = [](std::uint32_t block) {
+    return std::rotl(block * 0xcc9e2d51U, 15) * 0x1b873593U;
+  };
+  std::uint32_t hash = kHashSeed;
+  const auto length = static_cast<std::uint32_t>(text.size());
+  while (!text.empty()) {
+    const auto size = std::min(text.size(), kBlock);
+    std::uint32_t block = 0;
+    for (std::size_t index = size; index > 0; --index) {
+      block = block << 8U | static_cast<std::uint32_t>(byteAt(text, index - 1));
+    }
+    text.remove_prefix(size);
+    hash ^= mixed(block);
+    if (size == kBlock) hash = std::rotl(hash, 13) * 5 + 0xe6546b64U;
+  }
+  hash ^= length;
+  hash = (hash ^ hash >> 16U) * 0x85ebca6bU;
+  hash = (hash ^ hash >> 13U) * 0xc2b2ae35U;
+  return hash ^ hash >> 16U;
+}
+
+/// The id that is mapped to the number 0 of a domain.
+std::uint32_t firstMappedOf(std::string_view domain) {
+  constexpr auto kDomains = (kBehindMapped - kFirstMapped) / kMappedOfDomain;
+  return kFirstMapped + hashOf(domain) % kDomains * kMappedOfDomain;
 }
 
 }  // namespace
@@ -72,6 +112,28 @@ std::string withNumber(std::string_view text, std::string_view number) {
   std::string other(text.substr(0, text.rfind('-') + 1));
   other += number;
   return other;
+}
+
+bool isDomain(std::string_view text) {
+  return text.starts_with("S-1-5-21-") && std::ranges::count(text, '-') == 6;
+}
+
+std::string_view domain(std::string_view text) {
+  const auto above = text.substr(0, std::min(text.rfind('-'), text.size()));
+  return isDomain(above) ? above : std::string_view();
+}
+
+std::optional<std::uint32_t> mappedID(std::string_view text) {
+  const auto ofDomain = domain(text);
+  const auto last = accountID(number(text));
+  if (ofDomain.empty() || !last || *last >= kMappedOfDomain) return std::nullopt;
+  return firstMappedOf(ofDomain) + *last;
+}
+
+std::optional<std::string> withMappedID(std::string_view domain, std::uint32_t id) {
+  const auto first = firstMappedOf(domain);
+  if (id < first || id - first >= kMappedOfDomain) return std::nullopt;
+  return std::string(domain) + "-" + std::to_string(id - first);
 }
 
 }  // namespace gatehall::ldap::securityID

@@ -42,6 +42,10 @@ class DirectoryReader : DirectoryTable {
                settings.profile);
     readAttributes("users", settings.userAttributes);
     readAttributes("groups", settings.groupAttributes);
+    readFlag("map-ids", settings.mapsIDs);
+    if (settings.mapsIDs && settings.profile != Profile::ActiveDirectory) {
+      refuse("map-ids", "needs the profile active-directory");
+    }
     readChoice("tls",
                std::array{std::pair("verified", Settings::Tls::Verified),
                           std::pair("unverified", Settings::Tls::Unverified),

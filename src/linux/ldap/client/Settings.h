@@ -35,6 +35,7 @@ struct Settings {
   Profile profile = Profile::Rfc2307;
   AttributeNames userAttributes;   ///< attribute kind to LDAP attribute
   AttributeNames groupAttributes;  ///< the same for groups
+  bool mapsIDs = false;            ///< ids are made of objectSid (securityID::mappedID)
   Tls tls = Tls::Verified;
   std::string caFile = "/etc/ssl/certs/ca-certificates.crt";
   std::string bindName;          ///< "": anonymous

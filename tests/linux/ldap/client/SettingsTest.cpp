@@ -122,6 +122,8 @@ TEST_F(LdapSettingsFile, HasNoUseForADirectoryThatIsWrittenWrongAndSaysWhere) {
       {"tls = \"no\"", "directory.tls is none of verified, unverified, off"},
       {"ca-file = \"ca.pem\"", "directory.ca-file is not an absolute path"},
       {"bind-dn = \"cn=x\"", "directory.bind-password-file is missing"},
+      {"map-ids = 1", "directory.map-ids is neither true nor false"},
+      {"map-ids = true", "directory.map-ids needs the profile active-directory"},
       {"bind-password-file = \"/x\"", "directory.bind-dn is missing"},
       {"time-limit = 0", "directory.time-limit is not a number of seconds up to 3600"},
       {"time-limit = \"2\"", "directory.time-limit is not a number of seconds up to 3600"},
