@@ -1,9 +1,11 @@
 """Users of an Active Directory: Samba's domain controller, in the container."""
 import json
+from pathlib import Path
 
 from gi.repository import GLib
 
 from domain_controller import BASE, READER, READERS_PASSWORD, URI, DomainController
+from policed import place
 from system import run
 
 DIRECTORIES = "/etc/gatehall/directory.toml"
@@ -124,3 +126,12 @@ def mapped_ids_are_those_that_sssd_maps(desktop):
         assert users[name] == int(fields[2]), users
         assert _rules(fields[2]) == {fields[2]: "no allow list"}
     assert "pc1$" not in users, users
+
+
+def the_account_that_searches_may_be_called_by_its_principal_name(desktop):
+    _join(desktop, account="reader@example.test")
+    site = _site()
+    assert site["reachable"] and site["users"] == 6, site
+    place(Path(PASSWORD), "wrong\n", mode=0o600)
+    site = _site()
+    assert not site["reachable"] and "reader@example.test is refused" in site["error"], site

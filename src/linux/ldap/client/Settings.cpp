@@ -1,5 +1,6 @@
 #include "linux/ldap/client/Settings.h"
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <optional>
@@ -20,6 +21,14 @@ namespace {
 constexpr std::int64_t kLargestPage = 100000;
 
 constexpr std::array<std::string_view, 2> kTables{"directory", "local"};
+
+/// Whether the text can be a userPrincipalName ("reader@example.org"), by which Active Directory
+/// lets an account bind as well as by its DN.
+bool isPrincipalName(std::string_view text) {
+  const auto at = text.find('@');
+  const bool isPlain = std::ranges::all_of(text, [](char c) { return c > ' ' && c != 0x7F; });
+  return isPlain && at != 0 && at < text.size() - 1 && text.rfind('@') == at;
+}
 
 /// Reads one table.
 class DirectoryReader : DirectoryTable {
@@ -146,7 +155,13 @@ class DirectoryReader : DirectoryTable {
   }
 
   void readAccount(Settings& settings) {
-    readName("bind-dn", settings.bindName, Needed::No);
+    readText("bind-dn", settings.bindName);
+    const bool isPrincipal =
+        settings.profile == Profile::ActiveDirectory && isPrincipalName(settings.bindName);
+    if (table().contains("bind-dn") && !isPrincipal &&
+        !distinguishedName::canonical(settings.bindName)) {
+      refuse("bind-dn", "is not a distinguished name");
+    }
     readPath("bind-password-file", settings.bindPasswordFile);
     if (settings.bindName.empty() != settings.bindPasswordFile.empty() && !isFaulty()) {
       report(table(), settings.bindName.empty() ? "bind-dn" : "bind-password-file", "is missing");

@@ -38,7 +38,7 @@ struct Settings {
   bool mapsIDs = false;            ///< ids are made of objectSid (securityID::mappedID)
   Tls tls = Tls::Verified;
   std::string caFile = "/etc/ssl/certs/ca-certificates.crt";
-  std::string bindName;          ///< "": anonymous
+  std::string bindName;          ///< a DN, or a userPrincipalName; "": anonymous
   std::string bindPasswordFile;  ///< of the account that binds
   std::string passwordPolicy;    ///< DN of the policy of accounts that name none; "": none
   std::chrono::milliseconds timeLimit{2000};        ///< for one answer of a server

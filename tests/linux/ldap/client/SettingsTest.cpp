@@ -105,6 +105,23 @@ TEST_F(LdapSettingsFile, HoldsDirectoriesInTheirOrder) {
   EXPECT_THAT(machine.log.lines(), IsEmpty());
 }
 
+TEST_F(LdapSettingsFile, MayNameAnAccountOfActiveDirectoryByItsPrincipalName) {
+  const auto accountOf = [this](const std::string& account) {
+    const auto all = read(std::string(kGood) +
+                          "profile = \"active-directory\"\nmap-ids = true\n"
+                          "bind-password-file = \"/secret\"\nbind-dn = \"" +
+                          account + "\"\n");
+    return all.empty() ? "" : all.front().bindName;
+  };
+  for (const auto* account : {"reader@example.org", "cn=reader,dc=example,dc=org"}) {
+    EXPECT_EQ(accountOf(account), account);
+  }
+  for (const auto* none : {"reader", "@example.org", "reader@", "rea der@x", "a@b@c"}) {
+    EXPECT_EQ(accountOf(none), "") << none;
+    EXPECT_THAT(unusable.at(0).fault, HasSubstr("bind-dn is not a distinguished name")) << none;
+  }
+}
+
 TEST_F(LdapSettingsFile, HasNoUseForADirectoryThatIsWrittenWrongAndSaysWhere) {
   const std::vector<std::pair<std::string, std::string>> wrong{
       {"name = 5", "directory.name is not a text"},
@@ -122,6 +139,7 @@ TEST_F(LdapSettingsFile, HasNoUseForADirectoryThatIsWrittenWrongAndSaysWhere) {
       {"tls = \"no\"", "directory.tls is none of verified, unverified, off"},
       {"ca-file = \"ca.pem\"", "directory.ca-file is not an absolute path"},
       {"bind-dn = \"cn=x\"", "directory.bind-password-file is missing"},
+      {"bind-dn = \"reader@example.org\"", "directory.bind-dn is not a distinguished name"},
       {"map-ids = 1", "directory.map-ids is neither true nor false"},
       {"map-ids = true", "directory.map-ids needs the profile active-directory"},
       {"bind-password-file = \"/x\"", "directory.bind-dn is missing"},
