@@ -24,6 +24,9 @@ ldap_uri = {URI}
 ldap_search_base = {BASE}
 ldap_id_use_start_tls = false
 ldap_referrals = false
+ldap_search_timeout = 60
+ldap_network_timeout = 60
+ldap_opt_timeout = 60
 ldap_default_bind_dn = {READER}
 ldap_default_authtok = {READERS_PASSWORD}
 """
