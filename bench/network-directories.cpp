@@ -1,7 +1,8 @@
 // A directory of 70,000 users and 2,000 groups in a slapd: gatehallctl against ldapsearch(1) for
 // all users and for a group of 20,000 through three levels, and against getent(1) through nslcd(8)
-// for all users and for one. And what one directory of three costs that accepts nothing. It runs in
-// a mount namespace of its own, in which /etc is a copy. Needs root.
+// for all users, for one, and for a group that lists the login names of all. And what one directory
+// of three costs that accepts nothing. It runs in a mount namespace of its own, in which /etc is a
+// copy. Needs root.
 //
 // Environment: NSLCD_ROOT is the folder in which the packages nslcd and libnss-ldapd are unpacked.
 
@@ -31,6 +32,10 @@ constexpr int kGroups = 2000;
 constexpr int kRuns = 5;
 constexpr int kFirstUserID = 10000;
 constexpr double kTimeLimit = 2;
+
+/// The group that lists the login names of all users.
+constexpr int kNamesGroup = kGroups;
+constexpr const char* kNamesGroupName = "names";
 
 /// The members of the three levels; each but the last holds the next level besides, and fills whole
 /// filters.
@@ -90,6 +95,11 @@ void writeLdif(const std::filesystem::path& file) {
     writeGroup("cn=" + name + ",ou=groups," + kSuffix, name, number,
                {userDN(number), userDN(number * 7), userDN(number * 31)});
   }
+  ldif << "dn: cn=" << kNamesGroupName << ",ou=groups," << kSuffix
+       << "\nobjectClass: organizationalRole\nobjectClass: posixGroup\ncn: " << kNamesGroupName
+       << "\ngidNumber: " << 200000 + kNamesGroup << "\nentryUUID: " << guid('2', kNamesGroup)
+       << "\n";
+  for (int number = 0; number < kUsers; ++number) ldif << "memberUid: user" << number << "\n";
 }
 
 std::string table(const std::string& name, const std::string& uri,
@@ -243,7 +253,7 @@ class NameService {
     mLibraries = (root / "lib/x86_64-linux-gnu").string();
     mProcess = start({root / "usr/sbin/nslcd", "--nofork"});
     for (int attempt = 0; attempt < 500; ++attempt) {
-      if (ask("user1") == 0) return;
+      if (ask({"passwd", "user1"}) == 0) return;
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     fail("nslcd");
@@ -256,10 +266,9 @@ class NameService {
   NameService(const NameService&) = delete;
   NameService& operator=(const NameService&) = delete;
 
-  /// getent for one user, or for all; how it ended.
-  int ask(const std::string& user = {}) const {
-    Command command{"/usr/bin/getent", "passwd"};
-    if (!user.empty()) command.push_back(user);
+  /// getent for one of a database, or for all; how it ended.
+  int ask(Command command) const {
+    command.insert(command.begin(), "/usr/bin/getent");
     setenv("LD_LIBRARY_PATH", mLibraries.c_str(), 1);
     const auto child = start(command);
     unsetenv("LD_LIBRARY_PATH");
@@ -286,7 +295,7 @@ void compareWithNameService(const std::string& ctl, const std::string& uri) {
         run({ctl, "can-log-in", std::to_string(kFirstUserID + kUsers / 2)});
       },
       [&] {
-        if (names.ask("user" + std::to_string(kUsers / 2)) != 0) fail("getent");
+        if (names.ask({"passwd", "user" + std::to_string(kUsers / 2)}) != 0) fail("getent");
       });
   std::printf("network-can-log-in: %.1f ms, a cold process; getent through nslcd %.1f ms\n",
               one.ours * 1e3, one.theirs * 1e3);
@@ -297,11 +306,22 @@ void compareWithNameService(const std::string& ctl, const std::string& uri) {
         run({ctl, "network-users"});
       },
       [&] {
-        if (names.ask() != 0) fail("getent");
+        if (names.ask({"passwd"}) != 0) fail("getent");
       });
   std::printf("network-users-nslcd: %.3f s for %d users; getent through nslcd %.3f s\n", all.ours,
               kUsers, all.theirs);
   std::printf("network-users-nslcd ratio %.2f aim 1.0\n", all.ours / all.theirs);
+  const auto group = compare(
+      "network-member-names", kRuns,
+      [&] {
+        run({ctl, "--json", "expand", guid('2', kNamesGroup)});
+      },
+      [&] {
+        if (names.ask({"group", kNamesGroupName}) != 0) fail("getent");
+      });
+  std::printf("network-member-names: %.3f s for a group of %d names; getent through nslcd %.3f s\n",
+              group.ours, kUsers, group.theirs);
+  std::printf("network-member-names ratio %.2f aim 2.0\n", group.ours / group.theirs);
 }
 
 void isolate(const std::filesystem::path& folder) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <iterator>
+#include <limits>
 #include <unordered_set>
 #include <utility>
 
@@ -57,7 +58,11 @@ class Directory::Collector {
     };
   }
 
+  /// What it can't vouch for as a whole fails it: more entries, and two with the same GUID.
+  void limitTo(std::size_t most) { mMost = most; }
+
   void clear() {
+    mCount = 0;
     mSeen.clear();
     mEntries.clear();
     if (mLeftOut != nullptr) mLeftOut->clear();
@@ -77,6 +82,7 @@ class Directory::Collector {
  private:
   void add(std::string_view dn, std::span<const Attribute> attributes) {
     mHasBegun = true;
+    if (++mCount > mMost) throw PlatformException(mDirectory.nodeName() + ": more entries");
     std::string fault;
     auto entry = readEntry(mDirectory.schemas(), mDomain, dn, attributes, fault);
     if (!entry) {
@@ -92,7 +98,10 @@ class Directory::Collector {
     if (mEntries.size() >= kMostEntries) {
       throw PlatformException(mDirectory.nodeName() + ": more entries than can be");
     }
-    if (mMayRepeat && !mSeen.insert(entry->first(Slot::GUID)).second) return;
+    if (mMayRepeat && !mSeen.insert(entry->first(Slot::GUID)).second) {
+      if (mMost == kNoLimit) return;
+      throw PlatformException(mDirectory.nodeName() + ": two entries have the same GUID");
+    }
     mEntries.push_back(std::move(entry));
   }
 
@@ -161,6 +170,8 @@ class Directory::Collector {
     });
   }
 
+  static constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
+
   const Directory& mDirectory;
   const std::string mDomain;  ///< whose ids are mapped
   LocalAccounts& mLocalAccounts;
@@ -170,6 +181,8 @@ class Directory::Collector {
   bool mMayRepeat;
   const Unreadable mUnreadable;
   std::vector<LeftOut>* const mLeftOut;  ///< nullptr: nobody asks for them
+  std::size_t mMost = kNoLimit;
+  std::size_t mCount = 0;  ///< of entries that came
   bool mHasBegun = false;
   Entries mEntries;
   std::unordered_set<std::string_view> mSeen;  ///< GUIDs of the entries
@@ -333,20 +346,15 @@ std::vector<Directory::LeftOut> Directory::searchLeftOut(std::vector<Search> sea
   return leftOut;
 }
 
-Entries Directory::search(std::vector<Search> searches, Unreadable entry,
-                          std::vector<LeftOut>* leftOut) {
-  if (searches.empty()) return {};
-  Collector collector(*this, mappedDomain(), *mLocalAccounts, *mFaults, searches.size() > 1, entry,
-                      leftOut);
-  Referrals referrals;
-  const auto limits = mServers.limits();
+/// Has the work fill the collector over a connection, once more when that breaks off.
+template <class Work>
+void Directory::collect(Collector& collector, Work work) {
   bool hasBrokenOff = false;  // in the middle, whatever came of trying again
   try {
     run([&](Connection& connection) {
       collector.clear();
-      referrals = {};
       try {
-        ask(connection, searches, limits, collector, referrals);
+        work(connection);
       } catch (const ConnectionLost& lost) {
         hasBrokenOff = hasBrokenOff || lost.hasBegun() || collector.hasBegun();
         throw;
@@ -359,8 +367,46 @@ Entries Directory::search(std::vector<Search> searches, Unreadable entry,
     if (hasBrokenOff) throw PlatformException(failure.what());
     throw;
   }
+}
+
+Entries Directory::search(std::vector<Search> searches, Unreadable entry,
+                          std::vector<LeftOut>* leftOut) {
+  if (searches.empty()) return {};
+  Collector collector(*this, mappedDomain(), *mLocalAccounts, *mFaults, searches.size() > 1, entry,
+                      leftOut);
+  Referrals referrals;
+  const auto limits = mServers.limits();
+  collect(collector, [&](Connection& connection) {
+    referrals = {};
+    ask(connection, searches, limits, collector, referrals);
+  });
   if (!referrals.open.empty()) follow(std::move(referrals), searches, limits, collector);
   return collector.take();
+}
+
+std::optional<Entries> Directory::searchUpTo(std::size_t most, const Search& search) {
+  Collector collector(*this, mappedDomain(), *mLocalAccounts, *mFaults, true, Unreadable::FailsIt,
+                      nullptr);
+  collector.limitTo(most);
+  struct InDoubt {};  // goes past the connection, on which the rest is still coming
+  bool isWhole = false;
+  try {
+    collect(collector, [&](Connection& connection) {
+      isWhole = false;
+      try {
+        const auto result =
+            connection.search({&search, 1}, mServers.limits(), collector.sink()).front();
+        isWhole = result.isSuccess() && result.referrals.empty();
+      } catch (const ConnectionLost&) {
+        throw;
+      } catch (const PlatformException&) {
+        throw InDoubt();
+      }
+    });
+  } catch (const InDoubt&) {
+    return std::nullopt;
+  }
+  return isWhole ? std::optional(collector.take()) : std::nullopt;
 }
 
 void Directory::follow(Referrals referrals, const std::vector<Search>& searches,

@@ -72,6 +72,11 @@ class Directory {
     return search(std::move(searches), entry, nullptr);
   }
 
+  /// All that one search finds, unless that is more than so many entries, or is not beyond doubt:
+  /// the server refuses a part of it or leaves it to others, an entry can't be read, two have the
+  /// same GUID. Empty then. Raises as search does.
+  std::optional<Entries> searchUpTo(std::size_t most, const Search& search);
+
   /// A user that no search brings, and why: as NetworkNode::LeftOut says it.
   struct LeftOut {
     std::shared_ptr<const Entry> entry;
@@ -143,6 +148,8 @@ class Directory {
   class Collector;
 
   Entries search(std::vector<Search> searches, Unreadable entry, std::vector<LeftOut>* leftOut);
+  template <class Work>
+  void collect(Collector& collector, Work work);
 
   /// What became of the last attempt, if that is not long ago.
   struct Attempt {

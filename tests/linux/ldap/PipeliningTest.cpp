@@ -41,11 +41,11 @@ TEST_F(LdapSlowLink, TakesManySearchesOneAfterTheOther) {
       return peer.write(found(request, {danasEntry()}));
     });
   });
-  Strings names{"dana"};
-  for (int number = 1; number < 10000; ++number) {
-    names.push_back(std::string(90, 'x') + std::to_string(number));
+  Strings guids{"5f000000-0000-4000-8000-0000000000da"};
+  for (int number = 10000; number < 19999; ++number) {
+    guids.push_back("5f000000-0000-4000-8000-0000000" + std::to_string(number));
   }
-  EXPECT_THAT(machine.userNames("RecordName", MatchType::EqualTo, names), ElementsAre("dana"));
+  EXPECT_THAT(machine.userNames("GUID", MatchType::EqualTo, guids), ElementsAre("dana"));
   EXPECT_EQ(searches, 20);
   EXPECT_EQ(mServer->connections(), 1);
 }

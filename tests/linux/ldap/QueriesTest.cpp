@@ -122,13 +122,13 @@ TEST_F(LdapQueries, FindUsersInFrontOfGroups) {
 
 TEST_F(LdapQueries, TakeHundredsOfValuesInAFewSearches) {
   Strings names;
-  for (int number = 0; number < kCrowd; ++number) names.push_back(crowdName(number));
+  for (int number = 0; number < 650; ++number) names.push_back(crowdName(number));
   auto expected = names;
   for (int number = 0; number < 300; ++number) names.push_back("nobody" + std::to_string(number));
   machine.node();
   const auto before = ldap::Connection::searchesSent();
   EXPECT_EQ(machine.userNames("RecordName", MatchType::EqualTo, names), expected);
-  EXPECT_EQ(ldap::Connection::searchesSent() - before, 3U);
+  EXPECT_EQ(ldap::Connection::searchesSent() - before, 2U);
 }
 
 TEST_F(LdapQueries, ForTheSameAreSentOnceWhetherAnybodyHasItOrNot) {
