@@ -1,6 +1,6 @@
 #include "linux/MonitorAnswers.h"
 
-#include "linux/ldap/client/BindPassword.h"
+#include "linux/ldap/client/Credentials.h"
 #include "linux/local/PasswordMonitor.h"
 
 namespace gatehall {
@@ -11,7 +11,8 @@ void answerInMonitor(const MonitorMessage& question, MonitorMessage& answer) {
     case MonitorQuestion::AcceptsEmptyPassword:
       return local::answerAboutPassword(question, answer);
     case MonitorQuestion::BindPassword:
-      return ldap::answerAboutBindPassword(question, answer);
+    case MonitorQuestion::ClientKey:
+      return ldap::answerAboutCredentials(question, answer);
   }
 }
 

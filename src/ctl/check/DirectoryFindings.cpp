@@ -6,12 +6,14 @@
 #include <cstdint>
 #include <filesystem>
 #include <future>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "ctl/check/SilentLog.h"
 #include "gatehall/base/PlatformException.h"
@@ -121,37 +123,61 @@ std::optional<gid_t> groupOfShadow(const HostOptions& options) {
   return status.st_gid;
 }
 
-/// Why the file with the password of the account that searches is no secret.
-std::optional<Finding> findingOfPasswordFile(const HostOptions& options,
-                                             const Directory& directory) {
-  const auto& file = directory.bindPasswordFile;
-  if (file.empty()) return std::nullopt;
+/// A file of a directory's that nobody else may read.
+struct Secret {
+  std::string_view setting;
+  std::string_view what;
+  std::string file;
+  std::string howToMake;
+  std::string_view onceSeen;  ///< what to do when others may have read it
+};
+
+std::vector<Secret> secretsOf(const Directory& directory) {
+  std::vector<Secret> secrets;
+  if (!directory.bindPasswordFile.empty()) {
+    secrets.push_back({"bind-password-file", "password", directory.bindPasswordFile,
+                       "Write the password of " + printable(directory.bindName) +
+                           " into its first line, mode 0640, group shadow.",
+                       "; then change the password."});
+  }
+  if (!directory.keyFile.empty()) {
+    secrets.push_back({"key", "key", directory.keyFile,
+                       "Put the key of " + printable(directory.certificateFile) +
+                           " there, mode 0640, group shadow.",
+                       "; then have a new key certified."});
+  }
+  return secrets;
+}
+
+/// Why the file is no secret.
+std::optional<Finding> findingOfSecret(const HostOptions& options, const Directory& directory,
+                                       const Secret& secret) {
+  const auto& file = secret.file;
+  const std::string what(secret.what);
   struct stat status {};
   const auto path = hostPath(options, file);
   const bool isThere = stat(path.c_str(), &status) == 0;
   if (!isThere && errno != ENOENT) return std::nullopt;
   if (!isThere) {
-    return Finding{Severity::Error, kFile, lineOf(options, directory.name, "bind-password-file"),
-                   "the password file " + file + " isn't there",
-                   "Write the password of " + printable(directory.bindName) +
-                       " into its first line, mode 0640, group shadow."};
+    return Finding{Severity::Error, kFile, lineOf(options, directory.name, secret.setting),
+                   "the " + what + " file " + file + " isn't there", secret.howToMake};
   }
   const bool isOthers = (status.st_mode & (S_IRWXO | S_IWGRP)) != 0;
   const bool isGroups = (status.st_mode & S_IRWXG) != 0 && groupOfShadow(options) != status.st_gid;
   if (!isOthers && !isGroups) return std::nullopt;
   return Finding{Severity::Error, file, 0,
-                 "others than its owner can read or write the password of the directory " +
+                 "others than its owner can read or write the " + what + " of the directory " +
                      directory.name + ", which isn't asked because of that",
-                 howToShareWithShadow(file) + "; then change the password."};
+                 howToShareWithShadow(file) + std::string(secret.onceSeen)};
 }
 
 /// Of a file, or a folder on the way to it, that programs in the group of /etc/shadow can't read,
-/// by its mode: root alone has the password then.
-std::optional<Finding> findingOfUnreadablePassword(const HostOptions& options,
-                                                   const Directory& directory) {
-  const std::filesystem::path file(directory.bindPasswordFile);
+/// by its mode: root alone has the secret then.
+std::optional<Finding> findingOfUnreadableSecret(const HostOptions& options,
+                                                 const Directory& directory, const Secret& secret) {
+  const std::filesystem::path file(secret.file);
   const auto group = groupOfShadow(options);
-  if (file.empty() || !group || findingOfPasswordFile(options, directory)) return std::nullopt;
+  if (!group) return std::nullopt;
   const auto isClosed = [&](const std::filesystem::path& path, mode_t groups, mode_t others) {
     struct stat status {};
     if (stat(hostPath(options, path.string()).c_str(), &status) != 0) return false;
@@ -159,8 +185,8 @@ std::optional<Finding> findingOfUnreadablePassword(const HostOptions& options,
   };
   const auto report = [&](const std::string& path, std::string toDo) {
     return Finding{Severity::Warning, path, 0,
-                   "only root can read the password of the directory " + directory.name +
-                       ": gatehalld and gatehall-switch can't ask it",
+                   "only root can read the " + std::string(secret.what) + " of the directory " +
+                       directory.name + ": gatehalld and gatehall-switch can't ask it",
                    std::move(toDo)};
   };
   if (isClosed(file, S_IRGRP, S_IROTH)) {
@@ -173,6 +199,46 @@ std::optional<Finding> findingOfUnreadablePassword(const HostOptions& options,
     }
   }
   return std::nullopt;
+}
+
+/// Why the certificate that servers are shown isn't used, or not by every program.
+std::optional<Finding> findingOfCertificate(const HostOptions& options,
+                                            const Directory& directory) {
+  const auto& file = directory.certificateFile;
+  if (file.empty()) return std::nullopt;
+  struct stat status {};
+  const bool isThere = stat(hostPath(options, file).c_str(), &status) == 0;
+  if (!isThere && errno != ENOENT) return std::nullopt;
+  if (!isThere) {
+    return Finding{Severity::Error, kFile, lineOf(options, directory.name, "certificate"),
+                   "the certificate file " + file + " isn't there",
+                   "Put this machine's certificate there, mode 0644."};
+  }
+  if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+    return Finding{Severity::Error, file, 0,
+                   "others than its owner can write the certificate of the directory " +
+                       directory.name + ", which isn't asked because of that",
+                   "Run \"chmod 644 " + file + "\"."};
+  }
+  if ((status.st_mode & S_IROTH) == 0) {
+    return Finding{Severity::Warning, file, 0,
+                   "not everybody can read the certificate of the directory " + directory.name +
+                       ": gatehalld and gatehall-switch can't ask it",
+                   "Run \"chmod 644 " + file + "\"; its key is what nobody else is to read."};
+  }
+  return std::nullopt;
+}
+
+/// What is wrong with the files by which the directory's account binds.
+std::vector<Finding> findingsOfCredentials(const HostOptions& options, const Directory& directory) {
+  std::vector<Finding> findings;
+  for (const auto& secret : secretsOf(directory)) {
+    auto found = findingOfSecret(options, directory, secret);
+    if (!found) found = findingOfUnreadableSecret(options, directory, secret);
+    if (found) findings.push_back(std::move(*found));
+  }
+  if (auto found = findingOfCertificate(options, directory)) findings.push_back(std::move(*found));
+  return findings;
 }
 
 /// Of a switch without a service that a directory could stand for.
@@ -262,10 +328,8 @@ std::vector<Finding> findingsOfSettingsFiles(const HostOptions& options) {
     }
   }
   for (const auto& directory : usableDirectories(options)) {
-    for (auto found : {findingOfTls(options, directory), findingOfPasswordFile(options, directory),
-                       findingOfUnreadablePassword(options, directory)}) {
-      if (found) findings.push_back(std::move(*found));
-    }
+    if (auto found = findingOfTls(options, directory)) findings.push_back(std::move(*found));
+    std::ranges::move(findingsOfCredentials(options, directory), std::back_inserter(findings));
   }
   return findings;
 }
@@ -288,7 +352,11 @@ std::vector<Finding> findingsOfDirectories(const HostOptions& options,
       return "ldap/" + directory.name == attempt.name;
     });
     // What is set up wrongly is told of by its line.
-    if (settings == directories.end() || findingOfPasswordFile(options, *settings)) continue;
+    const auto isError = [](const Finding& finding) { return finding.severity == Severity::Error; };
+    if (settings == directories.end() ||
+        std::ranges::any_of(findingsOfCredentials(options, *settings), isError)) {
+      continue;
+    }
     const auto line = lineOf(options, settings->name, "servers");
     if (!attempt.fault.empty()) {
       findings.push_back(

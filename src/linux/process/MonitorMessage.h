@@ -14,6 +14,7 @@ enum class MonitorQuestion : std::uint32_t {
   PasswordKind = 1,      ///< of the local account with that login name and user id
   AcceptsEmptyPassword,  ///< the same account
   BindPassword,          ///< the password file of a network directory, by its path
+  ClientKey,             ///< a part of its key file, by its path and where the part begins
 };
 
 /// What became of a question.
@@ -34,7 +35,7 @@ struct MonitorMessage {
 
   MonitorQuestion question{};
   MonitorAnswer answer{};
-  std::uint32_t number = 0;  ///< of a question the user id; of an answer what the question asks for
+  std::uint32_t number = 0;  ///< the user id, or a place; of an answer what the question asks for
   std::array<char, 1024> text{};
 
   /// False for a text that doesn't fit, or holds a NUL character.

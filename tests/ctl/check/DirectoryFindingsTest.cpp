@@ -169,6 +169,35 @@ TEST_F(DirectoryFindings, ArePasswordFilesThatOnlyRootCanRead) {
   EXPECT_THAT(findingsBut(" is away: "), ElementsAre("warning /etc/private" + unreadable));
 }
 
+TEST_F(DirectoryFindings, AreAKeyThatOthersCanReadAndACertificateThatTheyCanWrite) {
+  machine.write(kFile, directory("certificate = \"/etc/gatehall/host.pem\"\n"
+                                 "key = \"/etc/gatehall/host.key\"\n"));
+  EXPECT_THAT(findings(), ElementsAre("error /etc/gatehall/directory.toml:7 the key file "
+                                      "/etc/gatehall/host.key isn't there",
+                                      "error /etc/gatehall/directory.toml:6 the certificate file "
+                                      "/etc/gatehall/host.pem isn't there"));
+  machine.write("/etc/gatehall/host.key", "");
+  machine.write("/etc/gatehall/host.pem", "");
+  mode("/etc/gatehall/host.pem", 0664);
+  EXPECT_THAT(
+      findings(),
+      ElementsAre("error /etc/gatehall/host.key others than its owner can read or write "
+                  "the key of the directory school, which isn't asked because of that",
+                  "error /etc/gatehall/host.pem others than its owner can write the "
+                  "certificate of the directory school, which isn't asked because of that"));
+  mode("/etc/gatehall/host.key", 0600);
+  mode("/etc/gatehall/host.pem", 0600);
+  const std::string unreadable =
+      " of the directory school: gatehalld and gatehall-switch can't ask it";
+  EXPECT_THAT(findingsBut(" is away: "),
+              ElementsAre("warning /etc/gatehall/host.key only root can read the key" + unreadable,
+                          "warning /etc/gatehall/host.pem not everybody can read the certificate" +
+                              unreadable));
+  mode("/etc/gatehall/host.key", 0640);
+  mode("/etc/gatehall/host.pem", 0644);
+  EXPECT_THAT(findingsBut(" is away: "), IsEmpty());
+}
+
 TEST_F(DirectoryFindings, AreADirectoryThatIsSlow) {
   machine.write(kFile, directory(""));
   const auto found = [&](double seconds) {

@@ -1,6 +1,4 @@
-#include <array>
-#include <unistd.h>
-
+#include "tests/linux/ldap/fixture/Certificates.h"
 #include "tests/linux/ldap/fixture/LdapMachine.h"
 #include "tests/linux/ldap/fixture/ScriptedServer.h"
 
@@ -10,60 +8,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-/// This machine's name, which stands in its certificates where it isn't to.
-std::string ownName() {
-  std::array<char, 256> name{};
-  gethostname(name.data(), name.size() - 1);
-  return name.data();
-}
-
-/// An authority of the tests' own, and servers' certificates by it.
-class Certificates {
- public:
-  Certificates() {
-    for (const std::string authority : {"ca", "other-ca"}) {
-      runProgram({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256",
-                  "-nodes", "-days", "2", "-subj", "/CN=" + authority, "-keyout",
-                  path("/" + authority + ".key"), "-out", path("/" + authority + ".pem")});
-    }
-    issue("127.0.0.1", "IP:127.0.0.1", "127.0.0.1");
-    issue("192.0.2.1", "IP:192.0.2.1", "192.0.2.1");
-    issue("localhost", "DNS:localhost", "server");
-    issue("own-name", "DNS:" + ownName(), ownName());
-    issue("only-subject", "", "localhost");
-    issue("other-than-subject", "DNS:ldap.example.org", "localhost");
-    issue("expired", "IP:127.0.0.1", "127.0.0.1", "-1");
-  }
-
-  std::string path(std::string_view file) const { return mFolder.path(file); }
-  std::string lines(const std::string& host) const {
-    return "TLSCACertificateFile " + path("/ca.pem") + "\nTLSCertificateFile " +
-           path("/" + host + ".pem") + "\nTLSCertificateKeyFile " + path("/" + host + ".key") +
-           "\n";
-  }
-
- private:
-  /// One for these names, if there are any, with that common name of its subject.
-  void issue(const std::string& file, const std::string& names, const std::string& subject,
-             const std::string& days = "2") {
-    mFolder.write("/" + file + ".cnf",
-                  names.empty() ? "basicConstraints=CA:FALSE\n" : "subjectAltName=" + names + "\n");
-    runProgram({"openssl", "req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes",
-                "-subj", "/CN=" + subject, "-keyout", path("/" + file + ".key"), "-out",
-                path("/" + file + ".csr")});
-    runProgram({"openssl", "x509", "-req", "-in", path("/" + file + ".csr"), "-CA", path("/ca.pem"),
-                "-CAkey", path("/ca.key"), "-CAcreateserial", "-days", days, "-extfile",
-                path("/" + file + ".cnf"), "-out", path("/" + file + ".pem")});
-  }
-
-  Folder mFolder;
-};
-
-const Certificates& certificates() {
-  static const Certificates made;
-  return made;
-}
 
 Slapd::Options with(const std::string& certificate) {
   return {.ldif = ldifOf(LdifUser{"dana", 5000}),

@@ -1,11 +1,16 @@
 #include "linux/ldap/client/Connection.h"
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <utility>
 
+#include "linux/files/FileDescriptor.h"
 #include "linux/files/HostPath.h"
+#include "linux/ldap/client/Credentials.h"
 #include "linux/ldap/client/Dialogue.h"
 #include "linux/ldap/client/Library.h"
 #include "linux/ldap/client/Searches.h"
@@ -61,10 +66,51 @@ std::unique_ptr<Dialogue> startDialogue(const URI& server, const std::string& ro
   return dialogue;
 }
 
+/// A file in memory alone: the library reads a certificate and its key by their paths.
+class MemoryFile {
+ public:
+  explicit MemoryFile(std::string_view content) : mFile(memfd_create("gatehall", MFD_CLOEXEC)) {
+    while (mFile.isOpen() && !content.empty()) {
+      const auto count = write(mFile.number(), content.data(), content.size());
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0) break;
+      content.remove_prefix(static_cast<std::size_t>(count));
+    }
+    mIsWhole = mFile.isOpen() && content.empty();
+  }
+
+  bool isWhole() const { return mIsWhole; }
+  std::string path() const { return "/proc/self/fd/" + std::to_string(mFile.number()); }
+
+ private:
+  FileDescriptor mFile;
+  bool mIsWhole = false;
+};
+
+/// Has the session, which is set up without, show servers the certificate.
+void showCertificate(const Dialogue& dialogue, const Settings& settings,
+                     const ClientCertificate& certificate) {
+  const MemoryFile chain(certificate.chain);
+  const MemoryFile key(certificate.key->view());
+  auto* session = dialogue.ldap();
+  const auto isSet = [&](int option, const auto* value) {
+    return library().set_option(session, option, value) == LDAP_OPT_SUCCESS;
+  };
+  const int isServer = 0;
+  if (chain.isWhole() && key.isWhole() && isSet(LDAP_OPT_X_TLS_CERTFILE, chain.path().c_str()) &&
+      isSet(LDAP_OPT_X_TLS_KEYFILE, key.path().c_str()) &&
+      isSet(LDAP_OPT_X_TLS_NEWCTX, &isServer)) {
+    return;
+  }
+  throw DirectoryUnreachable(dialogue.server().text +
+                             ": TLS can't be set up: " + settings.certificateFile + " and " +
+                             settings.keyFile + " are no certificate and its key in PEM");
+}
+
 /// Makes the connection one of TLS, as far as the server's certificate is none of the matter, or is
 /// accepted: false where it isn't, or the server breaks off.
 bool negotiateTls(const Dialogue& dialogue, const Settings& settings, const std::string& root,
-                  Deadline deadline) {
+                  Deadline deadline, const ClientCertificate* certificate) {
   const auto& server = dialogue.server();
   auto* session = dialogue.ldap();
   const int require =
@@ -83,6 +129,7 @@ bool negotiateTls(const Dialogue& dialogue, const Settings& settings, const std:
   if (library().set_option(session, LDAP_OPT_X_TLS_NEWCTX, &isServer) != LDAP_OPT_SUCCESS) {
     throw DirectoryUnreachable(server.text + ": TLS can't be set up; is " + caFile + " readable?");
   }
+  if (certificate != nullptr) showCertificate(dialogue, settings, *certificate);
   if (server.scheme == URI::Scheme::Ldap) {
     int operation = 0;
     const int status = library().start_tls(session, nullptr, nullptr, &operation);
@@ -109,7 +156,7 @@ std::string faultOfCertificate(const URI& server, Settings settings, const std::
                                Deadline deadline) {
   settings.tls = Settings::Tls::Unverified;
   const auto dialogue = startDialogue(server, root, deadline);
-  if (!negotiateTls(*dialogue, settings, root, deadline)) return "the server breaks off";
+  if (!negotiateTls(*dialogue, settings, root, deadline, nullptr)) return "the server breaks off";
   berval bytes{};
   library().get_option(dialogue->ldap(), LDAP_OPT_X_TLS_PEERCERT, &bytes);
   const Owned<char> owner(bytes.bv_val);
@@ -143,8 +190,8 @@ std::string whyRefused(const Dialogue& dialogue, const Settings& settings, const
 
 /// Sets TLS up as the settings ask for.
 void startTls(const Dialogue& dialogue, const Settings& settings, const std::string& root,
-              Deadline deadline) {
-  if (negotiateTls(dialogue, settings, root, deadline)) return;
+              Deadline deadline, const ClientCertificate* certificate) {
+  if (negotiateTls(dialogue, settings, root, deadline, certificate)) return;
   throw DirectoryUnreachable(dialogue.server().text +
                              ": TLS fails: " + whyRefused(dialogue, settings, root, deadline));
 }
@@ -152,13 +199,14 @@ void startTls(const Dialogue& dialogue, const Settings& settings, const std::str
 }  // namespace
 
 std::unique_ptr<Connection> Connection::open(const Settings& settings, const URI& server,
-                                             const std::string& root, Deadline deadline) {
+                                             const std::string& root, Deadline deadline,
+                                             const ClientCertificate* certificate) {
   auto dialogue = startDialogue(server, root, deadline);
   const bool isPlain = settings.tls == Settings::Tls::Off;
   // A socket of the machine itself needs no encryption.
   if (server.scheme == URI::Scheme::Ldaps || (server.scheme == URI::Scheme::Ldap && !isPlain)) {
     try {
-      startTls(*dialogue, settings, root, deadline);
+      startTls(*dialogue, settings, root, deadline, certificate);
     } catch (const ConnectionLost& lost) {
       throw DirectoryUnreachable(lost.what());
     }
@@ -199,6 +247,16 @@ BindResult Connection::bind(const std::string& name, std::string_view password, 
   if (error == PP_accountLocked) bound.policy = BindResult::Policy::Locked;
   if (error == PP_changeAfterReset) bound.policy = BindResult::Policy::ChangeAfterReset;
   return bound;
+}
+
+Result Connection::bindByCertificate(Deadline deadline) {
+  // Nobody else than the certificate's subject is to be bound; without a text, a server asks for
+  // one.
+  auto nobodyElse = viewOf("");
+  int operation = 0;
+  const int status = library().sasl_bind(mDialogue->ldap(), "", "EXTERNAL", &nobodyElse, nullptr,
+                                         nullptr, &operation);
+  return mDialogue->finish(status, operation, deadline);
 }
 
 std::vector<Result> Connection::search(std::span<const Search> searches, const Limits& limits,

@@ -79,14 +79,17 @@ struct BindResult {
   Policy policy = Policy::Nothing;
 };
 
+struct ClientCertificate;
+
 /// A connection to one server, for one thread at a time. Every operation may raise
 /// ConnectionLost.
 class Connection {
  public:
-  /// Connects, and sets TLS up as the settings ask for. Raises DirectoryUnreachable, by the
-  /// deadline.
+  /// Connects, and sets TLS up as the settings ask for, with the certificate, if there is one, for
+  /// a server that wants to know who asks. Raises DirectoryUnreachable, by the deadline.
   static std::unique_ptr<Connection> open(const Settings& settings, const URI& server,
-                                          const std::string& root, Deadline deadline);
+                                          const std::string& root, Deadline deadline,
+                                          const ClientCertificate* certificate = nullptr);
   ~Connection();
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
@@ -95,6 +98,9 @@ class Connection {
 
   /// A simple bind. The password is not empty.
   BindResult bind(const std::string& name, std::string_view password, Deadline deadline);
+
+  /// A bind as whoever the certificate is of, by SASL's EXTERNAL.
+  Result bindByCertificate(Deadline deadline);
 
   /// Called for each entry with the place of its search, its DN and its attributes, which are good
   /// until it returns. An entry that can't be decoded has no attributes and an empty DN.

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "base/Ascii.h"
-#include "linux/ldap/client/BindPassword.h"
 #include "linux/records/NetworkNode.h"
 
 namespace gatehall::ldap {
@@ -26,11 +25,13 @@ constexpr std::size_t kMostIdle = 4;
 Servers::Servers(Settings settings, const HostOptions& options)
     : mSettings(std::move(settings)), mRoot(options.root) {
   for (const auto& uri : mSettings.servers) mServers.push_back({uri, {}});
-  if (mSettings.bindName.empty()) return;
   try {
-    mPassword = readPasswordFile(options, mSettings.bindPasswordFile);
+    mCertificate = readClientCertificate(options, mSettings);
+    if (!mSettings.bindName.empty()) {
+      mPassword = readPasswordFile(options, mSettings.bindPasswordFile);
+    }
   } catch (const DirectoryUnreachable& failure) {
-    mPasswordFault = failure.what();
+    mCredentialsFault = failure.what();
   }
 }
 
@@ -85,8 +86,10 @@ Servers::OwnConnection Servers::connectTo(const URI& server, Deadline deadline) 
     return each.scheme == server.scheme && each.port == server.port &&
            ascii::isSame(each.host, server.host);
   });
-  return connectTo(server, isConfigured ? Bound::Yes : Bound::No,
-                   std::min(answerDeadline(), deadline));
+  deadline = std::min(answerDeadline(), deadline);
+  if (isConfigured) return connectTo(server, Bound::Yes, deadline);
+  refuseWithoutCredentials();
+  return Connection::open(mSettings, server, mRoot, deadline);
 }
 
 Servers::OwnConnection Servers::connect(Bound bound, Deadline deadline) {
@@ -106,8 +109,8 @@ Servers::OwnConnection Servers::connect(Bound bound, Deadline deadline) {
 }
 
 Servers::OwnConnection Servers::connectTo(const URI& server, Bound bound, Deadline deadline) const {
-  if (!mPasswordFault.empty()) throw DirectoryUnreachable(mPasswordFault);
-  auto connection = Connection::open(mSettings, server, mRoot, deadline);
+  refuseWithoutCredentials();
+  auto connection = Connection::open(mSettings, server, mRoot, deadline, mCertificate.get());
   if (bound == Bound::No) return connection;
   try {
     bindTo(*connection, deadline);
@@ -117,7 +120,17 @@ Servers::OwnConnection Servers::connectTo(const URI& server, Bound bound, Deadli
   return connection;
 }
 
+void Servers::refuseWithoutCredentials() const {
+  if (!mCredentialsFault.empty()) throw DirectoryUnreachable(mCredentialsFault);
+}
+
 void Servers::bindTo(Connection& connection, Deadline deadline) const {
+  if (mSettings.bindsByCertificate) {
+    const auto result = connection.bindByCertificate(deadline);
+    if (result.isSuccess()) return;
+    throw DirectoryUnreachable(connection.server().text + ": the certificate " +
+                               mSettings.certificateFile + " is refused: " + result.text);
+  }
   // Without an account too: an anonymous bind tells a server that answers from one that doesn't,
   // while there is still time for the next one.
   const auto answer =

@@ -10,6 +10,7 @@
 #include "linux/files/HostOptions.h"
 #include "linux/files/SecretText.h"
 #include "linux/ldap/client/Connection.h"
+#include "linux/ldap/client/Credentials.h"
 #include "linux/ldap/client/Settings.h"
 
 namespace gatehall::ldap {
@@ -18,7 +19,7 @@ namespace gatehall::ldap {
 /// thread.
 class Servers {
  public:
-  /// Reads the account's password file, which nothing does later.
+  /// Reads the account's password file, or its certificate, which nothing does later.
   Servers(Settings settings, const HostOptions& options);
 
   const Settings& settings() const { return mSettings; }
@@ -39,8 +40,8 @@ class Servers {
 
   /// A connection to a server that another one named, made in the time of one answer and by the
   /// deadline. It is bound as the directory's account where the settings name the server
-  /// themselves, else nobody is: the account's password goes nowhere that a server says. Raises
-  /// DirectoryUnreachable.
+  /// themselves, else nobody is: the account's password and this machine's certificate go nowhere
+  /// that a server says. Raises DirectoryUnreachable.
   std::unique_ptr<Connection> connectTo(const URI& server, Deadline deadline);
 
   /// Moments from now by which an answer has to be there.
@@ -62,6 +63,7 @@ class Servers {
 
   OwnConnection connect(Bound bound, Deadline deadline);
   OwnConnection connectTo(const URI& server, Bound bound, Deadline deadline) const;
+  void refuseWithoutCredentials() const;
   void bindTo(Connection& connection, Deadline deadline) const;
   /// The servers in the order to try them: behind the promising ones those that failed lately.
   struct Ordered {
@@ -76,7 +78,8 @@ class Servers {
   const Settings mSettings;
   const std::string mRoot;
   std::unique_ptr<SecretText> mPassword;
-  std::string mPasswordFault;  ///< why there is no password, when there ought to be one
+  std::unique_ptr<ClientCertificate> mCertificate;
+  std::string mCredentialsFault;  ///< why they aren't there, when they ought to be
   std::mutex mMutex;
   std::vector<Server> mServers;
   std::vector<Idle> mIdle;

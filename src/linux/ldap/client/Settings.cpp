@@ -20,6 +20,8 @@ namespace {
 
 constexpr std::int64_t kLargestPage = 100000;
 
+bool isSocket(const URI& server) { return server.scheme == URI::Scheme::Ldapi; }
+
 constexpr std::array<std::string_view, 2> kTables{"directory", "local"};
 
 /// Whether the text can be a userPrincipalName ("reader@example.org"), by which Active Directory
@@ -61,6 +63,7 @@ class DirectoryReader : DirectoryTable {
                           std::pair("off", Settings::Tls::Off)},
                settings.tls);
     readPath("ca-file", settings.caFile);
+    readCertificate(settings);
     readAccount(settings);
     readName("password-policy", settings.passwordPolicy, Needed::No);
     readSeconds("time-limit", settings.timeLimit);
@@ -154,6 +157,24 @@ class DirectoryReader : DirectoryTable {
     }
   }
 
+  void readCertificate(Settings& settings) {
+    readPath("certificate", settings.certificateFile);
+    readPath("key", settings.keyFile);
+    readChoice("sasl-mechanism", std::array{std::pair("EXTERNAL", true)},
+               settings.bindsByCertificate);
+    if (isFaulty()) return;
+    if (settings.certificateFile.empty() != settings.keyFile.empty()) {
+      report(table(), settings.keyFile.empty() ? "key" : "certificate", "is missing");
+    } else if (settings.certificateFile.empty() && settings.bindsByCertificate) {
+      refuse("sasl-mechanism", "needs a certificate");
+    } else if (!settings.certificateFile.empty() && settings.tls == Settings::Tls::Off) {
+      refuse("certificate", "needs TLS");
+    } else if (!settings.certificateFile.empty() &&
+               std::ranges::any_of(settings.servers, &isSocket)) {
+      refuse("certificate", "needs TLS, which an ldapi socket has none of");
+    }
+  }
+
   void readAccount(Settings& settings) {
     readText("bind-dn", settings.bindName);
     const bool isPrincipal =
@@ -165,6 +186,9 @@ class DirectoryReader : DirectoryTable {
     readPath("bind-password-file", settings.bindPasswordFile);
     if (settings.bindName.empty() != settings.bindPasswordFile.empty() && !isFaulty()) {
       report(table(), settings.bindName.empty() ? "bind-dn" : "bind-password-file", "is missing");
+    }
+    if (settings.bindsByCertificate && !settings.bindName.empty()) {
+      refuse("sasl-mechanism", "stands beside bind-dn: only one can say who binds");
     }
   }
 };

@@ -242,4 +242,33 @@ TEST_F(LdapSettingsFile, ThatCannotBeUsedFailsWhatOnlyADirectoryCouldAnswer) {
   }
 }
 
+TEST_F(LdapSettingsFile, SetsACertificateWithItsKeyAndWhatItIsFor) {
+  const std::string good(kGood);
+  const std::string shown = "certificate = \"/host.pem\"\nkey = \"/host.key\"\n";
+  auto settings = read(good + shown).at(0);
+  EXPECT_EQ(settings.certificateFile, "/host.pem");
+  EXPECT_EQ(settings.keyFile, "/host.key");
+  EXPECT_FALSE(settings.bindsByCertificate);
+  EXPECT_TRUE(read(good + shown + "sasl-mechanism = \"EXTERNAL\"\n").at(0).bindsByCertificate);
+  const auto expectFault = [&](const std::string& more, const std::string& fault) {
+    EXPECT_THAT(namesIn(good + more), IsEmpty()) << more;
+    ASSERT_EQ(unusable.size(), 1U) << more;
+    EXPECT_THAT(unusable.front().fault, HasSubstr(fault)) << more;
+  };
+  expectFault("certificate = \"/host.pem\"\n", "directory.key is missing");
+  expectFault("key = \"/host.key\"\n", "directory.certificate is missing");
+  expectFault("certificate = \"host.pem\"\nkey = \"/host.key\"\n", "directory.certificate");
+  expectFault("sasl-mechanism = \"EXTERNAL\"\n", "directory.sasl-mechanism needs a certificate");
+  expectFault(shown + "sasl-mechanism = \"GSSAPI\"\n", "is none of EXTERNAL");
+  expectFault(shown + "tls = \"off\"\n", "directory.certificate needs TLS");
+  auto socket = good;
+  socket.replace(socket.find("ldaps://ldap.example.org"), 24, "ldapi://%2Frun%2Fx");
+  EXPECT_THAT(namesIn(socket), ElementsAre("good"));
+  EXPECT_THAT(namesIn(socket + shown), IsEmpty());
+  expectFault(shown +
+                  "sasl-mechanism = \"EXTERNAL\"\nbind-dn = \"cn=x\"\n"
+                  "bind-password-file = \"/x\"\n",
+              "directory.sasl-mechanism stands beside bind-dn");
+}
+
 }  // namespace gatehall
