@@ -16,16 +16,11 @@
 #include <unistd.h>
 #include <vector>
 
+#include "bench/Processes.h"
+
 namespace gatehall::bench {
 
-using Command = std::vector<std::string>;
-
 inline constexpr const char* kSuffix = "dc=example,dc=org";
-
-[[noreturn]] inline void fail(const std::string& what) {
-  std::perror(what.c_str());
-  std::exit(1);
-}
 
 inline pid_t start(const Command& command) {
   std::vector<char*> words;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -59,18 +58,13 @@ inline std::shared_ptr<World> installWorld(unsigned users) {
   return world;
 }
 
-/// The median time of one call, in seconds, of several rounds of that many calls.
+/// The time of one call, in seconds, of a round of that many calls.
 template <class Call>
-double secondsPerCall(unsigned rounds, unsigned calls, Call call) {
-  std::vector<double> samples;
-  for (unsigned round = 0; round < rounds; ++round) {
-    const auto start = std::chrono::steady_clock::now();
-    for (unsigned each = 0; each < calls; ++each) call(each);
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-    samples.push_back(taken.count() / calls);
-  }
-  std::sort(samples.begin(), samples.end());
-  return samples[samples.size() / 2];
+double secondsPerCall(unsigned calls, Call call) {
+  const auto start = std::chrono::steady_clock::now();
+  for (unsigned each = 0; each < calls; ++each) call(each);
+  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+  return taken.count() / calls;
 }
 
 }  // namespace gatehall::bench

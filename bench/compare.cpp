@@ -18,7 +18,7 @@ using namespace gatehall::bench;
 constexpr unsigned kMachines = 1000;
 constexpr unsigned kAccounts = 500;
 constexpr unsigned kMeasured = 50;
-constexpr int kRuns = 3;
+constexpr int kRuns = 5;
 constexpr double kSeconds = 10;
 
 /// A folder that goes with the benchmark.
@@ -67,9 +67,8 @@ void writeManaged(const std::filesystem::path& path) {
 
 }  // namespace
 
-int main(int, char** argv) {
-  const auto programs = std::filesystem::canonical(argv[0]).parent_path();
-  const std::string program = programs / "gatehallctl";
+int main() {
+  const std::string program = programs() / "gatehallctl";
   const Folder folder;
   const std::string managed = folder.path() / "managed.plist";
   writeManaged(managed);
@@ -82,22 +81,22 @@ int main(int, char** argv) {
   ours.insert(ours.end(), worlds.begin(), worlds.end());
 
   constexpr int kSomebodyDiffers = 1;
-  std::vector<double> together;
-  std::vector<double> each;
-  for (int run = 0; run < kRuns; ++run) {
-    together.push_back(spent(ours, kSomebodyDiffers).milliseconds);
-    double sum = 0;
-    for (unsigned number = 0; number < kMeasured; ++number) {
-      const Command theirs{program, "--json", "--world", worlds[number], "can-log-in", "--all"};
-      sum += wallMilliseconds(theirs) + wallMilliseconds(theirs);
-    }
-    each.push_back(sum * kMachines / kMeasured);
-  }
-  const auto seconds = median(together) / 1e3;
-  std::printf(
-      "%u machines of %u accounts: %.2f s in one run, %.2f s in a run each (medians of %d)\n",
-      kMachines, kAccounts, seconds, median(each) / 1e3, kRuns);
-  std::printf("compare-seconds ratio %.2f aim 1.0\n", seconds / kSeconds);
-  std::printf("compare ratio %.2f aim 0.6\n", median(together) / median(each));
+  const auto seconds = inTurns(
+      kRuns, [&] { return spent(ours, kSomebodyDiffers).milliseconds / 1e3; },
+      [&] {
+        double sum = 0;
+        for (unsigned number = 0; number < kMeasured; ++number) {
+          const Command theirs{program, "--json", "--world", worlds[number], "can-log-in", "--all"};
+          sum += spent(theirs).milliseconds + spent(theirs).milliseconds;
+        }
+        return sum * kMachines / kMeasured / 1e3;
+      });
+  report({.name = "compare-seconds", .unit = "s", .ours = seconds.ours, .aim = kSeconds});
+  report({.name = "compare",
+          .unit = "s",
+          .ours = seconds.ours,
+          .theirs = seconds.theirs,
+          .peer = "a run each",
+          .aim = 0.6});
   return 0;
 }

@@ -3,7 +3,7 @@
 10,000 accounts in /etc/passwd: how long it is from LightDM's start of the greeter until its first frame with the
 list, and until a key that is typed at that moment is in the field on the screen; and what memory each takes.
 Neither service behind the lists runs before. LightDM's list is measured with AccountsService, which names no more
-than some of the users, and without, where it reads the file. The last line is what is furthest from its aim.
+than some of the users, and without, where it reads the file.
 
 usage: tests/desktop/container run bench/greeter.py     or scripts/bench greeter
 """
@@ -12,10 +12,10 @@ import mmap
 import os
 import pathlib
 import shutil
-import statistics
 import time
 import zlib
 
+from figures import figure
 from system import run
 
 COUNTS, AIMS = (100, 1000, 10000), (1.0, 0.5, 0.05)
@@ -237,14 +237,8 @@ def megabytes(process):
     return int(line.split()[1]) / 1024 + sum(megabytes(int(child)) for child in children)
 
 
-def compare(name, ours, theirs, aim, unit):
-    print(f"greeter-{name}: ours {ours:.0f} {unit}, theirs {theirs:.0f} {unit}")
-    print(f"greeter-{name} ratio {ours / theirs:.4f} aim {aim}", flush=True)
-    return ours / theirs
-
-
 def measured(has_accounts_service):
-    """For each greeter the medians: until the list, until the key, and the memory."""
+    """What each greeter takes in each turn: until the list, until the key, and the memory."""
     looks, taken = {}, {name: [] for name in GREETERS}
     for turn in range(RUNS + 1):
         for name in GREETERS:
@@ -256,23 +250,19 @@ def measured(has_accounts_service):
                 times = milliseconds_until(screen, looks[name], begun, process)
                 settled(screen, process)  # with all that it prepares
                 taken[name].append((*times, megabytes(process)))
-    return [[statistics.median(column) for column in zip(*rows)] for rows in taken.values()]
+    return taken.values()
 
 
 def main():
     set_up()
-    results = []
     for has_accounts_service, against in ((True, "-with-accountsservice"), (False, "")):
         for count, aim in zip(COUNTS, AIMS):
             write_accounts(count)
-            ours, theirs = measured(has_accounts_service)
-            results += [(compare(f"list-{count}{against}", ours[0], theirs[0], aim, "ms"), aim),
-                        (compare(f"key-{count}{against}", ours[1], theirs[1], aim, "ms"), aim)]
-            if count == COUNTS[-1]:
-                results.append((compare(f"memory-{count}{against}", ours[2], theirs[2], MEMORY_AIM, "MB"),
-                                MEMORY_AIM))
-    ratio, aim = max(results, key=lambda result: result[0] / result[1])
-    print(f"greeter ratio {ratio:.4f} aim {aim}")
+            kinds = (("list", "ms", aim), ("key", "ms", aim), ("memory", "MB", MEMORY_AIM))
+            columns = (zip(*rows) for rows in measured(has_accounts_service))
+            for (what, unit, most), ours, theirs in zip(kinds, *columns):
+                if what != "memory" or count == COUNTS[-1]:
+                    figure(f"greeter-{what}-{count}{against}", unit, ours, theirs, "lightdm-gtk-greeter", most)
 
 
 main()

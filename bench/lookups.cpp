@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include "bench/Figures.h"
 #include "bench/LargeWorld.h"
 #include "gatehall/users/UserLists.h"
 #include "gatehall/users/UserLookup.h"
@@ -16,44 +17,49 @@ using namespace gatehall::bench;
 constexpr unsigned kFew = 100;
 constexpr unsigned kMany = 70000;
 
-struct Times {
-  double byUserID;
-  double byGUID;
-  double byName;
-};
+constexpr unsigned kCalls = 2000;
+constexpr int kRuns = 15;
 
 void require(const auto& found) {
   if (!found) std::abort();
 }
 
-Times measure(unsigned users) {
-  const auto world = installWorld(users);
-  const auto pick = [users](unsigned call) { return call * 7 % kFew * (users / kFew); };
-  Times times{};
-  times.byUserID = secondsPerCall(15, 2000, [&](unsigned call) {
-    require(cachedUserForUID(static_cast<std::int32_t>(1000 + pick(call))));
-  });
-  times.byGUID = secondsPerCall(
-      15, 2000, [&](unsigned call) { require(cachedUserForGUID(userGUID(pick(call)))); });
-  times.byName = secondsPerCall(15, 2000, [&](unsigned call) {
-    require(
-        searchNodeUsersForName("user" + std::to_string(pick(call)), kNoUserID, 1)->lastObject());
-  });
-  Platform::install(nullptr);
-  return times;
-}
+/// The two machines, of which one is installed for each sample.
+struct Machines {
+  std::shared_ptr<World> few = installWorld(kFew);
+  std::shared_ptr<World> many = installWorld(kMany);
+};
 
-void print(const char* name, double few, double many) {
-  std::printf("%s: %.2f us of %u users, %.2f us of %u\n", name, few * 1e6, kFew, many * 1e6, kMany);
-  std::printf("%s ratio %.2f aim 1.5\n", name, many / few);
+/// Reports a look-up of the user of that number.
+void measure(const Machines& machines, const std::string& name, auto lookUp) {
+  const auto microseconds = [&](const std::shared_ptr<World>& world, unsigned users) {
+    Platform::install(world);
+    const auto round = [&](unsigned call) { lookUp(call * 7 % kFew * (users / kFew)); };
+    secondsPerCall(kFew, round);
+    return secondsPerCall(kCalls, round) * 1e6;
+  };
+  const auto taken = inTurns(
+      kRuns, [&] { return microseconds(machines.many, kMany); },
+      [&] { return microseconds(machines.few, kFew); });
+  report({.name = name,
+          .unit = "µs",
+          .ours = taken.ours,
+          .theirs = taken.theirs,
+          .peer = "of 100 users",
+          .aim = 1.5});
 }
 
 }  // namespace
 
 int main() {
-  const auto few = measure(kFew);
-  const auto many = measure(kMany);
-  print("lookup-by-guid", few.byGUID, many.byGUID);
-  print("lookup-by-name", few.byName, many.byName);
-  print("lookup-by-uid", few.byUserID, many.byUserID);
+  const Machines machines;
+  measure(machines, "lookup-by-guid",
+          [](unsigned number) { require(cachedUserForGUID(userGUID(number))); });
+  measure(machines, "lookup-by-name", [](unsigned number) {
+    require(searchNodeUsersForName("user" + std::to_string(number), kNoUserID, 1)->lastObject());
+  });
+  measure(machines, "lookup-by-uid", [](unsigned number) {
+    require(cachedUserForUID(static_cast<std::int32_t>(1000 + number)));
+  });
+  Platform::install(nullptr);
 }

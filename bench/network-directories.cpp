@@ -122,16 +122,6 @@ Command search(const std::string& uri, const std::string& filter, const Strings&
   return command;
 }
 
-double median(std::vector<double> samples) {
-  std::sort(samples.begin(), samples.end());
-  return samples[samples.size() / 2];
-}
-
-struct Medians {
-  double ours;
-  double theirs;
-};
-
 /// What this process and those that it has waited for had of the processor, in seconds.
 double processorSeconds() {
   double seconds = 0;
@@ -145,27 +135,20 @@ double processorSeconds() {
   return seconds;
 }
 
+/// Reports the times of both works, in turns, without the servers'.
 template <class Ours, class Theirs>
-Medians compare(const char* name, int runs, Ours ours, Theirs theirs) {
-  struct Times {
-    std::vector<double> wall;
-    std::vector<double> processor;
-  };
-  Times our;
-  Times their;
-  const auto measure = [](Times& times, const auto& work) {
+void compare(const std::string& name, int runs, Ours ours, Theirs theirs, const std::string& peer,
+             double aim) {
+  const auto timesOf = [](const auto& work) {
     const double before = processorSeconds();
-    times.wall.push_back(secondsOf(work));
-    times.processor.push_back(processorSeconds() - before);
+    const double wall = secondsOf(work);
+    return Spent{.milliseconds = wall * 1e3,
+                 .processorMilliseconds = (processorSeconds() - before) * 1e3,
+                 .megabytes = 0};
   };
-  for (int time = 0; time < runs; ++time) {
-    measure(our, ours);
-    measure(their, theirs);
-  }
-  // It tells how far a machine that has other things to do can be believed.
-  std::printf("%s: of the processor's time, without the servers', %.1f ms and %.1f ms\n", name,
-              median(our.processor) * 1e3, median(their.processor) * 1e3);
-  return {median(our.wall), median(their.wall)};
+  const auto taken = inTurns(
+      runs, [&] { return timesOf(ours); }, [&] { return timesOf(theirs); });
+  reportTimes(name, taken, peer, aim);
 }
 
 /// The searches of the expansion: one for the group, then its members by filters of hundreds.
@@ -210,15 +193,6 @@ std::uint64_t roundTrips() {
   });
 }
 
-/// The most memory that the command held, in bytes.
-double peakOf(const Command& command) {
-  int status = 0;
-  rusage used{};
-  wait4(start(command), &status, 0, &used);
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) fail(command[0] + " failed");
-  return static_cast<double>(used.ru_maxrss) * 1024;
-}
-
 /// The values that a record of the middle has.
 std::size_t attributeBytes() {
   std::size_t bytes = 0;
@@ -229,16 +203,21 @@ std::size_t attributeBytes() {
   return bytes;
 }
 
-void measureMemory(const Command& listUsers, const std::string& uri) {
-  configure(table("example", uri, std::string("ou=groups,") + kSuffix));
-  const double without = peakOf(listUsers);
-  configure(table("example", uri, kSuffix));
-  const double most = peakOf(listUsers);
-  const double perUser = (most - without) / kUsers - static_cast<double>(attributeBytes());
-  std::printf(
-      "network-users-memory: %.0f bytes a user above its %zu bytes of attributes; %.0f MB\n",
-      perUser, attributeBytes(), most / 1e6);
-  std::printf("network-users-memory ratio %.2f aim 1.0\n", perUser / 1536);
+/// Bytes a user that the list takes above the users' attributes.
+void reportMemory(const Command& listUsers, const std::string& uri) {
+  const auto megabytes = [&](const std::string& base) {
+    configure(table("example", uri, base));
+    return spent(listUsers).megabytes;
+  };
+  const auto without = std::string("ou=groups,") + kSuffix;
+  const auto bytes = samples(kRuns, [&] {
+    return (megabytes(kSuffix) - megabytes(without)) * 1024 * 1024 / kUsers -
+           static_cast<double>(attributeBytes());
+  });
+  report({.name = "network-users-memory",
+          .unit = "bytes a user above its attributes",
+          .ours = bytes,
+          .aim = 1536});
 }
 
 /// nslcd, and what asks it.
@@ -282,46 +261,61 @@ class NameService {
   pid_t mProcess = 0;
 };
 
-void compareWithNameService(const std::string& ctl, const std::string& uri) {
+/// False where there is none to compare with.
+bool compareWithNameService(const std::string& ctl, const std::string& uri) {
   const char* root = std::getenv("NSLCD_ROOT");
   if (root == nullptr || !std::filesystem::exists(std::filesystem::path(root) / "usr/sbin/nslcd")) {
-    std::printf("network-nslcd: NOT MEASURED: there is no nslcd; NSLCD_ROOT names none\n");
-    return;
+    std::fprintf(stderr, "network-directories: there is no nslcd; NSLCD_ROOT names none\n");
+    return false;
   }
   const NameService names(root, uri);
-  const auto one = compare(
+  compare(
       "network-can-log-in", 41,
       [&] {
         run({ctl, "can-log-in", std::to_string(kFirstUserID + kUsers / 2)});
       },
       [&] {
         if (names.ask({"passwd", "user" + std::to_string(kUsers / 2)}) != 0) fail("getent");
-      });
-  std::printf("network-can-log-in: %.1f ms, a cold process; getent through nslcd %.1f ms\n",
-              one.ours * 1e3, one.theirs * 1e3);
-  std::printf("network-can-log-in ratio %.2f aim 2.5\n", one.ours / one.theirs);
-  const auto all = compare(
+      },
+      "getent through nslcd", 1.8);
+  compare(
       "network-users-nslcd", kRuns,
       [&] {
         run({ctl, "network-users"});
       },
       [&] {
         if (names.ask({"passwd"}) != 0) fail("getent");
-      });
-  std::printf("network-users-nslcd: %.3f s for %d users; getent through nslcd %.3f s\n", all.ours,
-              kUsers, all.theirs);
-  std::printf("network-users-nslcd ratio %.2f aim 1.0\n", all.ours / all.theirs);
-  const auto group = compare(
+      },
+      "getent through nslcd", 1.2);
+  compare(
       "network-member-names", kRuns,
       [&] {
         run({ctl, "--json", "expand", guid('2', kNamesGroup)});
       },
       [&] {
         if (names.ask({"group", kNamesGroupName}) != 0) fail("getent");
-      });
-  std::printf("network-member-names: %.3f s for a group of %d names; getent through nslcd %.3f s\n",
-              group.ours, kUsers, group.theirs);
-  std::printf("network-member-names ratio %.2f aim 2.0\n", group.ours / group.theirs);
+      },
+      "getent through nslcd", 2.0);
+  return true;
+}
+
+/// What a directory that accepts nothing costs among two that answer.
+void reportSilent(const Command& verb, const std::string& uri) {
+  const Listener silent;
+  const auto others = table("one", uri) + table("two", uri);
+  const auto secondsWith = [&](const std::string& tables) {
+    configure(tables);
+    return secondsOf([&] { run(verb); });
+  };
+  const auto taken = inTurns(
+      kRuns, [&] { return secondsWith(table("silent", silent.uri()) + others); },
+      [&] { return kTimeLimit + 2 * secondsWith(others); });
+  report({.name = "network-silent",
+          .unit = "s",
+          .ours = taken.ours,
+          .theirs = taken.theirs,
+          .peer = "the limit and two runs without it",
+          .aim = 1.0});
 }
 
 void isolate(const std::filesystem::path& folder) {
@@ -334,12 +328,13 @@ void isolate(const std::filesystem::path& folder) {
 
 }  // namespace
 
-int main(int, char** argv) {
-  const auto ctl = (std::filesystem::canonical(argv[0]).parent_path() / "gatehallctl").string();
+int main() {
+  const auto ctl = (programs() / "gatehallctl").string();
   auto folderTemplate = (std::filesystem::temp_directory_path() / "gatehall-bench-XXXXXX").string();
   const std::filesystem::path folder = mkdtemp(folderTemplate.data());
   isolate(folder);
   writeLdif(folder / "data.ldif");
+  bool isComplete = false;
   {
     const DirectoryServer server(folder, folder / "data.ldif");
     const auto& uri = server.uri();
@@ -347,71 +342,44 @@ int main(int, char** argv) {
     settings.usersBase = settings.groupsBase = kSuffix;
     settings.profile = ldap::Profile::Rfc2307bis;
     const ldap::Schemas schemas(settings);
-    // First, while this process is small: what it holds counts for those that it starts.
-    measureMemory({ctl, "network-users"}, uri);
-    compareWithNameService(ctl, uri);
+    reportMemory({ctl, "network-users"}, uri);
 
-    const auto trips = roundTrips();
     const double most = static_cast<double>(kLevels.size()) + 20000.0 / kFilterTerms;
+    report({.name = "network-expand-round-trips",
+            .unit = "searches",
+            .ours = {static_cast<double>(roundTrips())},
+            .aim = most});
     const auto searches = expansionSearches(uri, schemas);
-    std::string group = guid('2', 0);
-    const auto expansion = compare(
+    compare(
         "network-expand", kRuns,
         [&] {
-          run({ctl, "--json", "expand", group});
+          run({ctl, "--json", "expand", guid('2', 0)});
         },
         [&] {
           for (const auto& each : searches) run(each);
-        });
-    std::printf("network-expand: %.3f s; %zu times ldapsearch %.3f s\n", expansion.ours,
-                searches.size(), expansion.theirs);
-    std::printf("network-expand-round-trips: %lu for 20,000 users on 3 levels\n",
-                static_cast<unsigned long>(trips));
-    std::printf("network-expand-round-trips ratio %.2f aim 1.0\n",
-                static_cast<double>(trips) / most);
-    std::printf("network-expand ratio %.2f aim 0.5\n", expansion.ours / expansion.theirs);
-
-    {
-      const Listener silent;
-      const auto others = table("one", uri) + table("two", uri);
-      configure(others);
-      const Command verb{ctl, "can-log-in", std::to_string(kFirstUserID)};
-      const double without = secondsOf([&] { run(verb); });
-      configure(table("silent", silent.uri()) + others);
-      const double with = secondsOf([&] { run(verb); });
-      std::printf(
-          "network-silent: %.3f s with a directory that accepts nothing, limit %.0f s; "
-          "%.3f s without it\n",
-          with, kTimeLimit, without);
-      std::printf("network-silent ratio %.2f aim 1.0\n", with / (kTimeLimit + 2 * without));
-    }
+        },
+        std::to_string(searches.size()) + " times ldapsearch", 0.4);
+    reportSilent({ctl, "can-log-in", std::to_string(kFirstUserID)}, uri);
 
     configure(table("example", uri));
     const auto searchAll = [&] {
       run(search(uri, schemas.users.filter(), schemas.users.wanted(), true));
     };
-    const auto list = compare(
+    compare(
         "network-list", kRuns,
         [] {
           if (onThisMachine([] { return networkUsers()->count(); }) != kUsers) fail("list");
         },
-        searchAll);
-    std::printf(
-        "network-list: %.3f s for the list of users without its printing; ldapsearch "
-        "%.3f s\n",
-        list.ours, list.theirs);
-    std::printf("network-list ratio %.2f aim 1.0\n", list.ours / list.theirs);
-    const auto all = compare(
+        searchAll, "paged ldapsearch", 1.0);
+    compare(
         "network-users", kRuns,
         [&] {
           run({ctl, "network-users"});
         },
-        searchAll);
-    std::printf("network-users: %.3f s for %d users; ldapsearch %.3f s (medians of %d)\n", all.ours,
-                kUsers, all.theirs, kRuns);
-    std::printf("network-users ratio %.2f aim 1.0\n", all.ours / all.theirs);
+        searchAll, "paged ldapsearch", 1.0);
+    isComplete = compareWithNameService(ctl, uri);
   }
   umount2("/etc", MNT_DETACH);
   std::filesystem::remove_all(folder);
-  return 0;
+  return isComplete ? 0 : 1;
 }

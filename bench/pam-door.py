@@ -10,16 +10,16 @@ the service access list for pam_gatehall, a line of access.conf(5) for pam_acces
 usage: tests/desktop/container run bench/pam-door.py     or scripts/bench pam-door
 """
 import shutil
-import statistics
 from pathlib import Path
 
 from desktop import Desktop
+from figures import figure, in_turns, process, process_figures
 from guarded import Guarded
 from policed import DENY_LIST, DIRECTORIES, Policy, place, remove
 from programs import run_as
 from system import run
 
-CALLS, PROCESSES, COLD = 101, 41, 7
+CALLS, PROCESSES, COLD = 100, 41, 7
 PROGRAM = "/opt/programs/account-calls"
 SSSD = """[sssd]
 services = pam
@@ -54,32 +54,15 @@ def calls(module, user, count):
     return [int(line) / 1e6 for line in output.splitlines()]
 
 
-def process(module, user):
-    """Milliseconds of a process with one call."""
-    status, output, _ = run_as(["/opt/programs/measure", PROGRAM, f"door-{module}", user, "1"], "root")
-    assert status == 0, f"{module}: {output}"
-    return int(output.splitlines()[-1].split()[0]) / 1e6
-
-
 def compare(name, aim, user, theirs):
     """Ours against theirs, in turns; the first of each reads files from the disk."""
-    for module in ("pam_gatehall", theirs):
-        calls(module, user, 1)
-    each = {"pam_gatehall": [], theirs: []}
-    fresh = {"pam_gatehall": [], theirs: []}
-    for _ in range(CALLS // 10 + 1):
-        for module, taken in each.items():
-            taken.extend(calls(module, user, 10))
-    for _ in range(PROCESSES):
-        for module, taken in fresh.items():
-            taken.append(process(module, user))
-    for module in each:
-        print(f"{module}, {user}: {statistics.median(each[module]):.3f} ms a call, "
-              f"{statistics.median(fresh[module]):.3f} ms a process with one")
-    ratios = [statistics.median(taken["pam_gatehall"]) / statistics.median(taken[theirs])
-              for taken in (each, fresh)]
-    return [f"pam-door-{name} ratio {ratios[0]:.2f} aim {aim}",
-            f"pam-door-{name}-fresh ratio {ratios[1]:.2f} aim {aim}"]
+    modules = ("pam_gatehall", theirs)
+    ours, their = in_turns(CALLS // 10, *(lambda module=module: calls(module, user, 10) for module in modules))
+    figure(f"pam-door-{name}", "ms a call", [call for ten in ours for call in ten],
+           [call for ten in their for call in ten], theirs, aim)
+    ours, their = in_turns(PROCESSES, *(lambda module=module: process([PROGRAM, f"door-{module}", user, "1"])
+                                        for module in modules))
+    process_figures(f"pam-door-{name}-fresh", ours, their, theirs, {"": aim})
 
 
 def start_sssd_without_its_cache():
@@ -104,12 +87,11 @@ def main():
     for _ in range(COLD):
         start_sssd_without_its_cache()
         cold += calls("pam_sss", "dora", 1)
-    print(f"pam_sss, dora: {statistics.median(cold):.3f} ms the first call without a cache")
-    lines = compare("network", 1.0, "dora", "pam_sss")
+    figure("pam-door-sssd-cold", "ms a call", cold)
+    compare("network", 1.0, "dora", "pam_sss")
     machine.have(Policy("bob", (), (), group="gatehall-access:x:990:bob"))
     remove(DIRECTORIES)
-    lines += compare("local", 2.0, "bob", "pam_access")
-    print("\n".join(lines))
+    compare("local", 2.0, "bob", "pam_access")
 
 
 main()

@@ -2,13 +2,13 @@
 // layout with an ellipsis in the middle, of the same names. Both start from the names in their own
 // encoding and end with what is to be drawn being known.
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <pango/pangocairo.h>
 #include <random>
 #include <thread>
 
+#include "bench/Figures.h"
 #include "bench/LargeWorld.h"
 #include "gatehall/text/TruncationExtensions.h"
 #include "instrumented/InstrumentedPlatform.h"
@@ -87,13 +87,12 @@ PangoLayout* ellipsizingLayout() {
   return layout;
 }
 
-/// The median of five rounds, each on a thread of its own, which starts without what fonts and
+/// Microseconds a name of one round, on a thread of its own, which starts without what fonts and
 /// characters' widths were kept before.
-double secondsOnNewThreads(const auto& round) {
-  std::array<double, 5> seconds{};
-  for (auto& each : seconds) std::thread([&] { each = round(); }).join();
-  std::ranges::sort(seconds);
-  return seconds[seconds.size() / 2];
+double microsecondsOnNewThread(const auto& round) {
+  double seconds = 0;
+  std::thread([&] { seconds = round(); }).join();
+  return seconds * 1e6;
 }
 
 }  // namespace
@@ -114,23 +113,30 @@ int main() {
   const double passes = static_cast<double>(counted->widths()) / kNames - 2;
 
   install(std::make_shared<PangoText>());
-  const double ours = secondsOnNewThreads([&] {
-    return secondsPerCall(1, kNames, [&](unsigned name) {
+  const auto ours = [&] {
+    return secondsPerCall(kNames, [&](unsigned name) {
       if (truncatedStringToFit(strings[name], kWidth).length() == 0) std::abort();
     });
-  });
-  const double pangos = secondsOnNewThreads([&] {
+  };
+  const auto pangos = [&] {
     auto* layout = ellipsizingLayout();
-    const auto seconds = secondsPerCall(1, kNames, [&](unsigned name) {
+    const auto seconds = secondsPerCall(kNames, [&](unsigned name) {
       pango_layout_set_text(layout, names[name].data(), static_cast<int>(names[name].size()));
       if (pango_layout_is_ellipsized(layout) == FALSE) std::abort();
     });
     g_object_unref(layout);
     return seconds;
-  });
+  };
+  const auto taken = inTurns(
+      5, [&] { return microsecondsOnNewThread(ours); },
+      [&] { return microsecondsOnNewThread(pangos); });
   Platform::install(nullptr);
 
-  std::printf("ours %.2f us a name, %.1f passes; Pango's own ellipsis %.2f us a name\n", ours * 1e6,
-              passes, pangos * 1e6);
-  std::printf("truncation ratio %.2f aim 1.0\n", ours / pangos);
+  report({.name = "truncation-passes", .unit = "passes a name", .ours = {passes}});
+  report({.name = "truncation",
+          .unit = "µs a name",
+          .ours = taken.ours,
+          .theirs = taken.theirs,
+          .peer = "Pango's own ellipsis",
+          .aim = 1.0});
 }

@@ -38,18 +38,12 @@ struct Settings {
   bool mapsIDs = false;            ///< ids are made of objectSid (securityID::mappedID)
   Tls tls = Tls::Verified;
   std::string caFile = "/etc/ssl/certs/ca-certificates.crt";
-<<<<<<< HEAD
-  std::string bindName;          ///< a DN, or a userPrincipalName; "": anonymous
-  std::string bindPasswordFile;  ///< of the account that binds
-  std::string passwordPolicy;    ///< DN of the policy of accounts that name none; "": none
-=======
   std::string certificateFile;      ///< that this machine shows servers, in PEM; "": none
   std::string keyFile;              ///< its key
   bool bindsByCertificate = false;  ///< SASL's EXTERNAL (RFC 4422, appendix A)
-  std::string bindName;             ///< "": anonymous
+  std::string bindName;             ///< a DN, or a userPrincipalName; "": anonymous
   std::string bindPasswordFile;     ///< of the account that binds
   std::string passwordPolicy;       ///< DN of the policy of accounts that name none; "": none
->>>>>>> 41642ae (Show LDAP servers a certificate of the machine's own)
   std::chrono::milliseconds timeLimit{2000};        ///< for one answer of a server
   std::chrono::milliseconds totalTimeLimit{30000};  ///< for all answers to one question
   std::optional<std::int32_t> pageSize;  ///< entries; absent: as many as the server sends fast
