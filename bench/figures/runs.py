@@ -35,7 +35,8 @@ def told(figure):
     sides = f"ours {shown(median(figure.ours), figure.unit)}"
     if figure.theirs:
         sides += f", {figure.peer} {shown(median(figure.theirs), figure.unit)}"
-    lines = [f"{figure.figure}: {sides}; {len(figure.ours)} runs, which differ by {share(figure.difference)}"]
+    runs = f"{len(figure.ours)} runs, which differ by {share(figure.difference)}"
+    lines = [f"{figure.figure}: {sides}; {runs if len(figure.ours) > 1 else 'measured once'}"]
     if not figure.is_steady:
         lines.append(f"{figure.figure} unsteady: its runs differ by more than a fifth")
     elif figure.aim is not None:

@@ -81,6 +81,9 @@ class Runs(Benches):
     def test_a_missed_aim_is_told(self):
         self.assertIn("list ratio 2.04 aim 2, MISSED", self.run_benchmark([against(aim=2)]))
 
+    def test_the_aim_is_the_highest_that_meets_it(self):
+        self.assertIn("list ratio 2.00 aim 2\n", self.run_benchmark([against(ours=[10] * 5, aim=2)]))
+
     def test_a_figure_without_a_peer_is_told_in_its_unit(self):
         self.assertIn("list 10.2 ms aim 10, MISSED", self.run_benchmark([line(aim=10)]))
 
@@ -124,7 +127,8 @@ class Runs(Benches):
         self.assertIn("a remark\n", self.run_benchmark(["a remark", line()]))
 
     def test_what_varies_not_is_measured_once(self):
-        self.assertIn("list 7.00 ms aim 9", self.run_benchmark([line(ours=[7], aim=9)]))
+        told = self.run_benchmark([line(ours=[7], aim=9)])
+        self.assertIn("list: ours 7.00 ms; measured once\nlist 7.00 ms aim 9\n", told)
 
     def test_what_is_no_figure_is_refused(self):
         for wrong, reason in ((["{]"], "{]"), ([line(ours=[1, 2])], "list: 2 runs, fewer than 5"),
