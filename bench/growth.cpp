@@ -1,8 +1,8 @@
 // How the first complete list of users to show grows with the accounts in /etc/passwd, from 1,000
-// to 1,000,000: the time of the whole process for an account, and its memory, beside getent(1),
-// which reads the same file, and LightDM's library as far as 10,000, whose time grows with the
-// square. All run in a mount namespace of their own, in which the account files are the
-// benchmark's. Needs root.
+// to 1,000,000: the time of the whole process for an account, by the clock and of the processor,
+// and its memory, beside getent(1), which reads the same file, and LightDM's library as far as
+// 10,000, whose time grows with the square. All run in a mount namespace of their own, in which the
+// account files are the benchmark's. Needs root.
 
 #include <string>
 
@@ -17,27 +17,30 @@ using namespace gatehall::bench;
 constexpr int kRuns = 5;
 constexpr int kMost = 1000000;
 
-/// Reports the time for an account and the memory at that many, two points of the curves.
-void reportPoint(const std::string& name, int count, const Turns<Spent>& taken,
+/// Reports the times for an account and the memory at that many, points of the three curves.
+void reportPoint(const std::string& name, int count, const Command& theirs,
                  const std::string& peer) {
-  const auto forAnAccount = [count](std::vector<double> milliseconds) {
-    for (auto& time : milliseconds) time *= 1e3 / count;
-    return milliseconds;
+  const auto taken = processesInTurns(kRuns, ourList(count), theirs);
+  const auto reportOne = [&](const char* what, const char* curve, const char* unit,
+                             double Spent::*quantity, double scale) {
+    const auto scaled = [&](const std::vector<Spent>& processes) {
+      auto values = each(processes, quantity);
+      for (auto& value : values) value *= scale;
+      return values;
+    };
+    report({.name = name + what,
+            .unit = unit,
+            .ours = scaled(taken.ours),
+            .theirs = scaled(taken.theirs),
+            .peer = peer,
+            .curve = curve,
+            .accounts = count});
   };
-  report({.name = name,
-          .unit = "µs an account",
-          .ours = forAnAccount(each(taken.ours, &Spent::milliseconds)),
-          .theirs = forAnAccount(each(taken.theirs, &Spent::milliseconds)),
-          .peer = peer,
-          .curve = "Time of the first list",
-          .accounts = count});
-  report({.name = name + "-memory",
-          .unit = "MB",
-          .ours = each(taken.ours, &Spent::megabytes),
-          .theirs = each(taken.theirs, &Spent::megabytes),
-          .peer = peer,
-          .curve = "Memory of its process",
-          .accounts = count});
+  const double forAnAccount = 1e3 / count;
+  reportOne("", "Time of the first list", "µs an account", &Spent::milliseconds, forAnAccount);
+  reportOne("-processor", "The processor's time of it", "µs an account",
+            &Spent::processorMilliseconds, forAnAccount);
+  reportOne("-memory", "Memory of its process", "MB", &Spent::megabytes, 1);
 }
 
 /// From the most accounts and from 10,000, in turns: the time for an account, by the clock and of
@@ -70,12 +73,13 @@ int main(int argc, char** argv) {
   const OwnAccounts accounts;
   for (const int count : {1000, 10000, 100000, kMost}) {
     writeAccounts(accounts.folder(), count);
-    const auto name = "growth-" + std::to_string(count);
-    reportPoint(name, count, processesInTurns(kRuns, ourList(count), getent()), "getent");
-    if (count > 10000) continue;
-    reportPoint(name + "-against-lightdm", count,
-                processesInTurns(kRuns, ourList(count), listOfLightDM(count)), "LightDM's list");
+    reportPoint("growth-" + std::to_string(count), count, getent(), "getent");
   }
   reportGrowth(accounts.folder());
+  for (const int count : {1000, 10000}) {
+    writeAccounts(accounts.folder(), count);
+    reportPoint("growth-" + std::to_string(count) + "-against-lightdm", count, listOfLightDM(count),
+                "LightDM's list");
+  }
   return 0;
 }
