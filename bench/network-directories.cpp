@@ -211,8 +211,8 @@ void reportMemory(const Command& listUsers, const std::string& uri) {
   };
   const auto without = std::string("ou=groups,") + kSuffix;
   const auto bytes = samples(kRuns, [&] {
-    return (megabytes(kSuffix) - megabytes(without)) * 1024 * 1024 / kUsers -
-           static_cast<double>(attributeBytes());
+    const double more = megabytes(kSuffix) - megabytes(without);
+    return more * 1024 * 1024 / kUsers - static_cast<double>(attributeBytes());
   });
   report({.name = "network-users-memory",
           .unit = "bytes a user above its attributes",
@@ -344,6 +344,7 @@ int main() {
     const ldap::Schemas schemas(settings);
     reportMemory({ctl, "network-users"}, uri);
 
+    configure(table("example", uri));
     const double most = static_cast<double>(kLevels.size()) + 20000.0 / kFilterTerms;
     report({.name = "network-expand-round-trips",
             .unit = "searches",
@@ -360,8 +361,8 @@ int main() {
         },
         std::to_string(searches.size()) + " times ldapsearch", 0.4);
     reportSilent({ctl, "can-log-in", std::to_string(kFirstUserID)}, uri);
-
     configure(table("example", uri));
+
     const auto searchAll = [&] {
       run(search(uri, schemas.users.filter(), schemas.users.wanted(), true));
     };
