@@ -38,10 +38,10 @@ inline pid_t start(const Command& command) {
   return child;
 }
 
-inline void run(const Command& command) {
+inline void run(const Command& command, int expected = 0) {
   int status = 0;
   waitpid(start(command), &status, 0);
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) fail(command[0] + " failed");
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != expected) fail(command[0] + " failed");
 }
 
 template <class Work>
