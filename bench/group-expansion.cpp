@@ -60,7 +60,7 @@ int main() {
 
   const auto expansion = [&] {
     return secondsPerCall(1, [&](unsigned) {
-      require(expandGUIDList(chains).value().size() == kGroups * kMembersEach);
+      require(expandGUIDList(chains).value().size() == std::size_t{kGroups} * kMembersEach);
     });
   };
   const auto oneByOne = [] {
