@@ -37,10 +37,11 @@ void reportPoint(const std::string& name, int count, const Command& theirs,
             .accounts = count});
   };
   const double forAnAccount = 1e3 / count;
-  reportOne("", "Time of the first list", "µs an account", &Spent::milliseconds, forAnAccount);
-  reportOne("-processor", "The processor's time of it", "µs an account",
+  reportOne("", "First list: time by the clock", "µs an account", &Spent::milliseconds,
+            forAnAccount);
+  reportOne("-processor", "First list: processor time", "µs an account",
             &Spent::processorMilliseconds, forAnAccount);
-  reportOne("-memory", "Memory of its process", "MB", &Spent::megabytes, 1);
+  reportOne("-memory", "First list: memory", "MB", &Spent::megabytes, 1);
 }
 
 /// From the most accounts and from 10,000, in turns: the time for an account, by the clock and of

@@ -7,16 +7,20 @@ import statistics
 WIDTH, HEIGHT = 460, 360          # of a panel
 LEFT, RIGHT, TOP, BOTTOM = 76, 40, 46, 92
 COLOURS = ("#1b6ca8", "#c4451c", "#3b7d3b", "#7a4fa3")
+NOT_MEASURED = "not measured yet: scripts/bench growth"
 MARKS = ("circle", "square", "diamond", "triangle")
 
 
 def panels(figures):
-    """{curve: (unit, {whose: {accounts: value}})} of the figures that are points of a curve and steady."""
+    """{curve: (unit, {whose: {accounts: value}})} of the figures that are points of a curve; those that were
+    unsteady are left out."""
     found = {}
     for figure in figures:
-        if figure.curve is None or not figure.is_steady:
+        if figure.curve is None:
             continue
         _, lines = found.setdefault(figure.curve, (figure.unit, {}))
+        if not figure.is_steady:
+            continue
         lines.setdefault("Gatehall", {})[figure.accounts] = statistics.median(figure.ours)
         if figure.theirs:
             lines.setdefault(figure.peer, {})[figure.accounts] = statistics.median(figure.theirs)
@@ -48,6 +52,9 @@ def mark(kind, x, y, colour):
 
 def panel(curve, unit, lines):
     """One panel, at its own origin."""
+    title = text(LEFT, 24, curve, "start", ' font-size="15" font-weight="bold"')
+    if not lines:
+        return title + "\n" + text(WIDTH / 2, HEIGHT / 2, NOT_MEASURED)
     x_low, x_high = decades([accounts for points in lines.values() for accounts in points])
     y_low, y_high = decades([value for points in lines.values() for value in points.values()])
 
@@ -58,7 +65,7 @@ def panel(curve, unit, lines):
         return HEIGHT - BOTTOM - (math.log10(value) - y_low) / (y_high - y_low) * (HEIGHT - TOP - BOTTOM)
 
     bottom = HEIGHT - BOTTOM
-    drawn = [text(LEFT, 24, curve, "start", ' font-size="15" font-weight="bold"')]
+    drawn = [title]
     for exponent in range(x_low, x_high + 1):
         x = x_of(10 ** exponent)
         drawn += [f'<line x1="{x:.1f}" y1="{TOP}" x2="{x:.1f}" y2="{bottom}" stroke="#dddddd"/>',
@@ -91,5 +98,5 @@ def plot(figures):
     for place, (curve, (unit, lines)) in enumerate(found.items()):
         drawn.append(f'<g transform="translate({place * WIDTH} 0)">\n{panel(curve, unit, lines)}\n</g>')
     if not found:
-        drawn.append(text(width / 2, HEIGHT / 2, "not measured yet: scripts/bench growth"))
+        drawn.append(text(width / 2, HEIGHT / 2, NOT_MEASURED))
     return "\n".join(drawn) + "\n</svg>\n"

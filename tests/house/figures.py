@@ -246,6 +246,11 @@ class Picture(Benches):
         (drawn,) = self.drawn().iter(f"{SVG}polyline")
         self.assertEqual(len(drawn.get("points").split()), 1)
 
+    def test_a_curve_without_a_steady_point_says_so(self):
+        self.run_benchmark([line("one", UNSTEADY, curve="Time", accounts=1000),
+                            line("two", curve="Memory", accounts=1000)])
+        self.assertEqual(self.texts()[:3], ["Time", "not measured yet: scripts/bench growth", "Memory"])
+
     def test_without_a_point_it_says_so(self):
         self.assertEqual(self.texts(), ["not measured yet: scripts/bench growth"])
 
