@@ -101,13 +101,19 @@ def until(holds, what):
     return value
 
 
+def screen_of(process):
+    """The environment that names its screen; none while it becomes another program."""
+    environment = pathlib.Path(f"/proc/{process}/environ").read_bytes().split(b"\0")
+    there = dict(entry.decode().split("=", 1) for entry in environment if entry)
+    names = ("DISPLAY", "XAUTHORITY")
+    return all(name in there for name in names) and {name: there[name] for name in names}
+
+
 class Keys:
     """Types at a greeter's screen, without a process for each key."""
 
     def __init__(self, greeter):
-        environment = pathlib.Path(f"/proc/{greeter}/environ").read_bytes().split(b"\0")
-        there = dict(entry.decode().split("=", 1) for entry in environment if entry)
-        os.environ.update({name: there[name] for name in ("DISPLAY", "XAUTHORITY")})
+        os.environ.update(until(lambda: screen_of(greeter), "the greeter's environment"))
         self._x, self._test = ctypes.CDLL("libX11.so.6"), ctypes.CDLL("libXtst.so.6")
         self._x.XOpenDisplay.restype = ctypes.c_void_p
         self._display = ctypes.c_void_p(self._x.XOpenDisplay(None))
