@@ -4,7 +4,7 @@ from pathlib import Path
 
 from gi.repository import GLib
 
-from domain_controller import BASE, READER, READERS_PASSWORD, URI, DomainController
+from domain_controller import BASE, READER, READERS_PASSWORD, UNIT, URI, DomainController
 from policed import place
 from system import run
 
@@ -40,6 +40,12 @@ def _configure(desktop, more="", account=READER):
                   f"time-limit = 60\ntotal-time-limit = 600\n{more}")
 
 
+def _deny(desktop, *guids):
+    entries = "".join(f"<string>{guid}</string>" for guid in guids)
+    desktop.write(MANAGED, '<?xml version="1.0" encoding="UTF-8"?>\n<plist version="1.0"><dict>'
+                  f"<key>DenyList</key><array>{entries}</array></dict></plist>\n")
+
+
 def _join(desktop, **settings):
     controller = DomainController(desktop)
     _configure(desktop, **settings)
@@ -64,8 +70,18 @@ def _site():
     return site
 
 
+def _until(desktop, condition, what):
+    """Of what nothing tells when it comes."""
+    timer = GLib.timeout_add(200, lambda: True)
+    try:
+        desktop.until(condition, what)
+    finally:
+        GLib.source_remove(timer)
+
+
 def _guid(name):
-    (entry,) = _answer("guid", name)["entries"]
+    """Of the group: to winbind, on a domain controller, it can be a user besides."""
+    (entry,) = (each for each in _answer("guid", name)["entries"] if each["kind"] == "group")
     return entry["guid"]
 
 
@@ -81,8 +97,7 @@ def only_people_with_an_id_are_its_users(desktop):
 def members_of_a_group_are_people_with_an_id_and_those_whose_primary_group_it_is(desktop):
     _join(desktop)
     assert {user["name"] for user in _answer("expand", "crew")["users"]} == {"jo", "prim"}
-    desktop.write(MANAGED, '<?xml version="1.0" encoding="UTF-8"?>\n<plist version="1.0"><dict>'
-                  f"<key>DenyList</key><array><string>{_guid('crew')}</string></array></dict></plist>\n")
+    _deny(desktop, _guid("crew"))
     assert _rules("ina", "jo", "prim") == {"ina": "no allow list", "jo": "denied by GUID",
                                            "prim": "denied by GUID"}
 
@@ -109,11 +124,7 @@ def an_account_that_failed_passwords_locked_stays_so_as_long_as_the_domain_says(
         assert not controller.lets_in("lock", "wrong")
     assert _rules("lock", "ina") == {"lock": "locked", "ina": "no allow list"}
     controller.lock_after(failures=2, seconds=1)
-    timer = GLib.timeout_add(200, lambda: True)  # nothing tells of the end
-    try:
-        desktop.until(lambda: _rules("lock") == {"lock": "no allow list"}, "the end of the lock")
-    finally:
-        GLib.source_remove(timer)
+    _until(desktop, lambda: _rules("lock") == {"lock": "no allow list"}, "the end of the lock")
 
 
 def mapped_ids_are_those_that_sssd_maps(desktop):
@@ -138,3 +149,17 @@ def the_account_that_searches_may_be_called_by_its_principal_name(desktop):
     place(Path(PASSWORD), "wrong\n", mode=0o600)
     site = _site()
     assert not site["reachable"] and "reader@example.test is refused" in site["error"], site
+
+
+def people_whom_winbind_knows_are_decided_about_by_lists_of_its_groups(desktop):
+    DomainController(desktop)
+    desktop.write("/etc/nsswitch.conf", "passwd: files winbind\ngroup: files winbind\nshadow: files\n")
+    desktop.write(DIRECTORIES, '[[directory]]\nname = "site"\nkind = "nss"\ndomain = "EXAMPLE"\n'
+                  "names = ['EXAMPLE\\crew']\ntime-limit = 60\n")
+    ina, jo, prim = people = [f"EXAMPLE\\{name}" for name in ("ina", "jo", "prim")]
+    _until(desktop, lambda: run("getent", "passwd", ina, check=False), "winbind")
+    assert _rules(*people) == dict.fromkeys(people, "no allow list")
+    _deny(desktop, _guid("EXAMPLE\\crew"))
+    assert _rules(*people) == {ina: "no allow list", jo: "denied by GUID", prim: "denied by GUID"}
+    run("systemctl", "stop", UNIT)
+    assert _rules(jo) == {jo: "undecidable"}

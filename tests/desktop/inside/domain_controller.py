@@ -19,8 +19,9 @@ PASSWORD = "Secret.Pw1"
 SID = "S-1-5-21-2153326666-2176343378-3404031434"
 
 _CONFIGURATION = Path("/etc/samba/smb.conf")
-# LDAP alone, on loopback.
-_OPTIONS = ("server services = ldap", "interfaces = lo", "bind interfaces only = yes")
+# LDAP on loopback, and winbind.
+_OPTIONS = ("server services = ldap, cldap, rpc, winbindd", "interfaces = lo",
+            "bind interfaces only = yes", "template shell = /bin/bash")
 # And passwords in the clear, which provisioning keeps no option about.
 _GLOBAL = "[global]\n\tldap server require strong auth = no\n\ttls enabled = no\n"
 
