@@ -81,9 +81,9 @@ std::optional<Entries> searchAmongAll(Directory& directory,
   return found;
 }
 
-/// Asks the directory for values that nothing is known of, and keeps the answers.
-Entries fetch(Directory& directory, std::span<const Type> types, Slot slot,
-              const std::unordered_set<std::string>& values) {
+/// The entries of the types that servers find by the values, each looked up.
+Entries lookUp(Directory& directory, std::span<const Type> types, Slot slot,
+               const std::unordered_set<std::string>& values, bool isTogether) {
   std::vector<Search> searches;
   const auto addSearches = [&](std::span<const Type> together) {
     const auto& schema = directory.schemas().of(together.front());
@@ -96,17 +96,23 @@ Entries fetch(Directory& directory, std::span<const Type> types, Slot slot,
     std::ranges::move(directory.searchesForAny(together, terms, !isIdentity(slot)),
                       std::back_inserter(searches));
   };
+  if (isTogether) {
+    addSearches(types);
+  } else {
+    for (const auto& type : types) addSearches({&type, 1});
+  }
+  return directory.search(std::move(searches));
+}
+
+/// Asks the directory for values that nothing is known of, and keeps the answers.
+Entries fetch(Directory& directory, std::span<const Type> types, Slot slot,
+              const std::unordered_set<std::string>& values) {
   const auto& schemas = directory.schemas();
   const bool isTogether =
       directory.hasOneBase() && schemas.users.attribute(slot) == schemas.groups.attribute(slot);
   // What a GUID is of is as good as known when either type was asked for.
   std::span<const Type> asked = types;
   if (isTogether && slot == Slot::GUID) asked = kTypes;
-  if (isTogether) {
-    addSearches(asked);
-  } else {
-    for (const auto& type : asked) addSearches({&type, 1});
-  }
 
   std::array<std::unordered_map<std::string_view, Entries>, kTypes.size()> answers;
   const auto of = [&](Type type) -> auto& { return answers[type == Type::User ? 0 : 1]; };
@@ -117,7 +123,7 @@ Entries fetch(Directory& directory, std::span<const Type> types, Slot slot,
   const bool areManyNames = slot == Slot::Name && values.size() >= kManyNames &&
                             asked.size() == 1 && asked.front() == Type::User;
   auto fetched = areManyNames ? searchAmongAll(directory, values) : std::nullopt;
-  if (!fetched) fetched = directory.search(std::move(searches));
+  if (!fetched) fetched = lookUp(directory, asked, slot, values, isTogether);
   Entries found;
   for (const auto& entry : *fetched) {
     bool isMeant = false;
