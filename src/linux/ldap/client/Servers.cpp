@@ -20,6 +20,9 @@ constexpr std::chrono::seconds kAvoided{30};
 constexpr std::chrono::seconds kIdle{30};
 constexpr std::size_t kMostIdle = 4;
 
+constexpr const char* kWhyAfterTls =
+    "; a server does that which wants a certificate of this machine's, or doesn't accept it";
+
 }  // namespace
 
 Servers::Servers(Settings settings, const HostOptions& options)
@@ -115,7 +118,11 @@ Servers::OwnConnection Servers::connectTo(const URI& server, Bound bound, Deadli
   try {
     bindTo(*connection, deadline);
   } catch (const ConnectionLost& lost) {
-    throw DirectoryUnreachable(lost.what());
+    const bool isTls = server.scheme == URI::Scheme::Ldaps ||
+                       (server.scheme == URI::Scheme::Ldap && mSettings.tls != Settings::Tls::Off);
+    // By TLS 1.3 what a server thinks of the other side's certificate comes after all is set up.
+    throw DirectoryUnreachable(std::string(lost.what()) +
+                               (isTls && !lost.timedOut() ? kWhyAfterTls : ""));
   }
   return connection;
 }
