@@ -295,10 +295,10 @@ std::vector<Search> Directory::searchesFor(std::span<const Type> types, std::str
 }
 
 std::vector<Search> Directory::searchesForAny(std::span<const Type> types,
-                                              std::span<const std::string> terms,
-                                              bool isPaged) const {
+                                              std::span<const std::string> terms, bool isPaged,
+                                              std::size_t mostTerms) const {
   std::vector<Search> searches;
-  for (const auto& filter : searchFilter::anyOfInParts(terms)) {
+  for (const auto& filter : searchFilter::anyOfInParts(terms, mostTerms)) {
     std::ranges::move(searchesFor(types, filter, isPaged), std::back_inserter(searches));
   }
   return searches;

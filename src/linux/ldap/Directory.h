@@ -15,6 +15,7 @@
 #include "linux/ldap/Cache.h"
 #include "linux/ldap/MappedDomains.h"
 #include "linux/ldap/client/Entry.h"
+#include "linux/ldap/client/SearchFilter.h"
 #include "linux/ldap/client/Servers.h"
 #include "linux/records/LocalAccounts.h"
 #include "linux/records/LoginShells.h"
@@ -55,9 +56,10 @@ class Directory {
                                   bool isPaged) const;
 
   /// The same for entries that any of the terms takes, which may be very many: a search for each
-  /// few hundred of them.
+  /// few hundred of them, or as many as said.
   std::vector<Search> searchesForAny(std::span<const Type> types,
-                                     std::span<const std::string> terms, bool isPaged) const;
+                                     std::span<const std::string> terms, bool isPaged,
+                                     std::size_t mostTerms = searchFilter::kMostTerms) const;
 
   /// Whether one search finds both users and groups.
   bool hasOneBase() const { return mSchemas.users.base() == mSchemas.groups.base(); }

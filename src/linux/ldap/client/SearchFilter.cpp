@@ -6,9 +6,7 @@ namespace gatehall::ldap::searchFilter {
 
 namespace {
 
-/// Of a filter. Many servers answer no more than 500 entries to one search, and refuse messages
-/// beyond 256 KiB.
-constexpr std::size_t kMostTerms = 500;
+/// Of a filter. Servers refuse messages beyond 256 KiB.
 constexpr std::size_t kLongestFilter = 150000;
 
 }  // namespace
@@ -45,12 +43,12 @@ std::string anyOf(std::span<const std::string> filters) {
   return text + ")";
 }
 
-std::vector<std::string> anyOfInParts(std::span<const std::string> terms) {
+std::vector<std::string> anyOfInParts(std::span<const std::string> terms, std::size_t mostTerms) {
   std::vector<std::string> filters;
   std::size_t begin = 0;
   std::size_t length = 0;
   for (std::size_t end = 0; end <= terms.size(); ++end) {
-    const bool isFull = end - begin == kMostTerms || length > kLongestFilter;
+    const bool isFull = end - begin == mostTerms || length > kLongestFilter;
     if (end > begin && (end == terms.size() || isFull)) {
       filters.push_back(anyOf(terms.subspan(begin, end - begin)));
       begin = end;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
@@ -21,9 +22,13 @@ std::string contains(std::string_view attribute, std::string_view value);
 /// Entries that any of the filters takes; one that takes none when there are no filters.
 std::string anyOf(std::span<const std::string> filters);
 
-/// Filters that together take what any of the terms does, each of a few hundred terms: few enough
-/// for a server to read, and for the entries of one term each to be answered.
-std::vector<std::string> anyOfInParts(std::span<const std::string> terms);
+/// Many servers answer no more than 500 entries to one search.
+inline constexpr std::size_t kMostTerms = 500;
+
+/// Filters that together take what any of the terms does, each of so many terms: few enough for a
+/// server to read, and for the entries of one term each to be answered.
+std::vector<std::string> anyOfInParts(std::span<const std::string> terms,
+                                      std::size_t mostTerms = kMostTerms);
 
 /// Whether the text can be one filter, whole: nothing in it ends the parentheses that it stands in.
 /// What is between them is the server's to judge.
