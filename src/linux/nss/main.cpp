@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -6,6 +8,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <limits>
+#include <linux/capability.h>
 #include <memory>
 #include <optional>
 #include <pwd.h>
@@ -18,6 +21,7 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 #include <vector>
 
@@ -255,6 +259,24 @@ Answer answerTo(const Question& question) {
   return Lookup().answerTo(question);
 }
 
+/// What is left of capabilities(7): those that a service's unit gives are handed on to programs.
+bool giveUpCapabilities() {
+  if (prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0) != 0) return false;
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  std::array<__user_cap_data_struct, _LINUX_CAPABILITY_U32S_3> sets{};
+  if (syscall(SYS_capget, &header, sets.data()) != 0) return false;
+  const auto isEmpty = [](const auto& set) { return (set.permitted | set.inheritable) == 0; };
+  // Where nothing is to be changed, nothing is asked for: some services may not.
+  if (std::ranges::all_of(sets, isEmpty)) return true;
+  sets = {};
+  return syscall(SYS_capset, &header, sets.data()) == 0;
+}
+
+/// Whoever may gives up the caller's supplementary groups; for others the kernel keeps them.
+bool giveUpGroups() {
+  return getgroups(0, nullptr) == 0 || setgroups(0, nullptr) == 0 || errno == EPERM;
+}
+
 /// What asks the name service needs no rights: every account may. Whoever starts it from a program
 /// with others' rights hands on those, too: root's go to nobody, and of all others only the
 /// caller's own are left.
@@ -268,6 +290,7 @@ bool giveUpRights() {
   const bool hasRoots = real == 0 || effective == 0 || saved == 0;
   // Whose effective one isn't root's has to be root again for a moment.
   if (hasRoots && (setresuid(0, 0, 0) != 0 || setgroups(0, nullptr) != 0)) return false;
+  if (!giveUpGroups()) return false;
   const auto user = hasRoots ? kNobody : real;
   const auto group = hasRoots ? kNobody : getgid();
   // Where nothing is to be changed, nothing is asked for: some services may not.
@@ -279,8 +302,8 @@ bool giveUpRights() {
   if (!hasGroup && setresgid(group, group, group) != 0) return false;
   const bool hasUser = !hasRoots && effective == user && saved == user;
   if (!hasUser && setresuid(user, user, user) != 0) return false;
-  return prctl(PR_SET_DUMPABLE, 0) == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-         prctl(PR_SET_PDEATHSIG, SIGKILL) == 0;
+  return giveUpCapabilities() && prctl(PR_SET_DUMPABLE, 0) == 0 &&
+         prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && prctl(PR_SET_PDEATHSIG, SIGKILL) == 0;
 }
 
 std::optional<std::string> receive(std::size_t size) {

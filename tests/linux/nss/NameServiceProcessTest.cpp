@@ -1,8 +1,13 @@
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
+#include <functional>
 #include <grp.h>
+#include <linux/capability.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
 #include "linux/files/FileDescriptor.h"
@@ -42,9 +47,25 @@ struct Rights {
   gid_t effectiveGroup;
 };
 
+/// Hands on to the next program of this process one supplementary group and that capability.
+bool addRights(gid_t group, unsigned capability) {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  std::array<__user_cap_data_struct, _LINUX_CAPABILITY_U32S_3> sets{};
+  if (setgroups(1, &group) != 0 || prctl(PR_SET_KEEPCAPS, 1) != 0 ||
+      setresuid(1000, 1000, 1000) != 0) {
+    return false;
+  }
+  const auto bit = std::uint32_t{1} << capability;
+  sets[0] = {bit, bit, bit};
+  return syscall(SYS_capset, &header, sets.data()) == 0 &&
+         prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_RAISE, capability, 0, 0) == 0;
+}
+
 /// Which users' and groups' rights the program has left when it has answered one question, by the
-/// two lines of proc(5); started with such rights and that environment.
-Strings rightsLeftOf(const Rights& rights, const Strings& environment = {}) {
+/// lines of proc(5) that begin so; started with such rights and that environment, and prepared.
+Strings rightsLeftOf(
+    const Rights& rights, const Strings& environment = {}, const Strings& lines = {"Uid:", "Gid:"},
+    const std::function<bool()>& prepare = [] { return true; }) {
   std::array<int, 2> ends{};
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) return {};
   const FileDescriptor own(ends[0]);
@@ -57,7 +78,7 @@ Strings rightsLeftOf(const Rights& rights, const Strings& environment = {}) {
     const std::array<const char*, 2> arguments{GATEHALL_NAMES_PROGRAM, nullptr};
     if (dup2(others.number(), STDIN_FILENO) == STDIN_FILENO && setgroups(0, nullptr) == 0 &&
         setresgid(rights.realGroup, rights.effectiveGroup, rights.effectiveGroup) == 0 &&
-        setresuid(rights.realUser, rights.effectiveUser, rights.effectiveUser) == 0) {
+        setresuid(rights.realUser, rights.effectiveUser, rights.effectiveUser) == 0 && prepare()) {
       execve(arguments[0], const_cast<char**>(arguments.data()),
              const_cast<char**>(variables.data()));
     }
@@ -73,7 +94,8 @@ Strings rightsLeftOf(const Rights& rights, const Strings& environment = {}) {
   Strings left;
   std::ifstream status("/proc/" + std::to_string(process) + "/status");
   for (std::string line; std::getline(status, line);) {
-    if (line.starts_with("Uid:") || line.starts_with("Gid:")) left.push_back(line);
+    const auto begins = [&](const auto& each) { return line.starts_with(each); };
+    if (std::ranges::any_of(lines, begins)) left.push_back(line);
   }
   waitpid(process, nullptr, 0);
   if (ended.si_status != EXIT_SUCCESS) left.push_back("failed");
@@ -91,6 +113,21 @@ TEST_F(NameServiceProcess, GivesUpTheRightsOfAProgramThatAsksForOthers) {
   EXPECT_THAT(rightsLeftOf({1000, 0, 1000, 1000}), nobodys) << "root's";
   EXPECT_THAT(rightsLeftOf({0, 1000, 0, 1000}), nobodys) << "root's, put aside";
   EXPECT_THAT(rightsLeftOf({0, 0, 0, 0}), nobodys) << "root";
+}
+
+TEST_F(NameServiceProcess, GivesUpTheGroupsAndCapabilitiesThatAServiceHandsOn) {
+  const Strings lines{"Groups:", "CapInh:", "CapPrm:", "CapEff:", "CapAmb:", "NoNewPrivs:"};
+  constexpr const char* kNone = ":\t0000000000000000";
+  const auto nothing = [&](std::string_view groups) {
+    return ElementsAre(groups, std::string("CapInh") + kNone, std::string("CapPrm") + kNone,
+                       std::string("CapEff") + kNone, std::string("CapAmb") + kNone,
+                       "NoNewPrivs:\t1");
+  };
+  const auto left = [&](unsigned capability) {
+    return rightsLeftOf({0, 0, 1000, 1000}, {}, lines, [&] { return addRights(42, capability); });
+  };
+  EXPECT_THAT(left(CAP_SETGID), nothing("Groups:\t "));
+  EXPECT_THAT(left(CAP_NET_RAW), nothing("Groups:\t42 ")) << "which only the kernel could change";
 }
 
 TEST_F(NameServiceProcess, LoadsNothingThatTheCallerOfAProgramWithRightsNames) {
