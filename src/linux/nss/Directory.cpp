@@ -396,15 +396,35 @@ Entries Directory::all(Type type) {
 void Directory::noteAskedAbout(const Entries& found) {
   const std::lock_guard lock(mMutex);
   for (const auto& user : found) {
-    std::erase_if(mAskedAbout, [&](const auto& each) { return each->guid == user->guid; });
-    mAskedAbout.push_back(user);
+    std::erase_if(mAskedAbout, [&](const auto& each) { return each.user->guid == user->guid; });
+    mAskedAbout.push_back({user, {}});
   }
   while (mAskedAbout.size() > kMostAskedAbout) mAskedAbout.pop_front();
 }
 
 Entries Directory::askedAbout() {
   const std::lock_guard lock(mMutex);
-  return {mAskedAbout.begin(), mAskedAbout.end()};
+  std::erase_if(mAskedAbout, [&](const auto& each) {
+    return each.forgotten && !Kept<Entries>::isGood(*each.forgotten, now());
+  });
+  Entries users;
+  for (const auto& each : mAskedAbout) users.push_back(each.user);
+  return users;
+}
+
+/// The user counts for some seconds yet, in which whoever has asked may decide; then lists are told
+/// again for everybody else. Who asks for the user now is told that there is none.
+void Directory::noteForgotten(const Entry& user) {
+  const std::lock_guard lock(mMutex);
+  mKept.drop();
+  for (auto& each : mAskedAbout) {
+    if (each.user->guid == user.guid && !each.forgotten) each.forgotten = now();
+  }
+}
+
+void Directory::refuseForgotten(const std::string& userName) const {
+  throw PlatformException(mNodeName + ": the groups of " + printable(userName) +
+                          " can't be told: the name service has nothing of that user now");
 }
 
 std::vector<Directory::GroupIDs> Directory::groupsOf(const Entries& users) {
@@ -460,6 +480,10 @@ Strings Directory::membersOf(const Entry& group) {
   std::erase_if(users, [&](const auto& user) { return listed.contains(user->name); });
   const auto groups = groupsOf(users);
   for (std::size_t index = 0; index < users.size(); ++index) {
+    if (groups[index].empty()) {
+      noteForgotten(*users[index]);
+      refuseForgotten(users[index]->name);
+    }
     if (std::ranges::find(groups[index], group.id) != groups[index].end()) {
       addMember(users[index]->name);
     }
@@ -476,6 +500,7 @@ bool Directory::isMember(const Entry& group, const std::string& userName,
   user->name = userName;
   user->groupID = primaryGroupID;
   const auto groups = groupsOf({user});
+  if (groups.front().empty()) refuseForgotten(userName);
   return std::ranges::find(groups.front(), group.id) != groups.front().end();
 }
 

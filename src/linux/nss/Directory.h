@@ -108,7 +108,9 @@ class Directory {
   void meetAll(const UUIDBytes& guid);
   std::vector<GroupIDs> groupsOf(const Entries& users);
   void refuseUntold(const Entry& group) const;
+  [[noreturn]] void refuseForgotten(const std::string& userName) const;
   void noteAskedAbout(const Entries& found);
+  void noteForgotten(const Entry& user);
 
   const Settings mSettings;
   const std::string mNodeName;
@@ -127,13 +129,19 @@ class Directory {
     double time = 0;
   };
 
+  /// A user who was asked about.
+  struct AskedAbout {
+    std::shared_ptr<const Entry> user;
+    std::optional<double> forgotten;  ///< when the service first had nothing of the user any more
+  };
+
   std::mutex mMutex;  ///< never held while the service is asked
   std::optional<Attempt> mTried;
   std::optional<LoginShells> mShells;
   LocalAccounts::State mKeptUnder;
   Kept<Entries> mKept;
   Kept<GroupIDs> mGroupsOf;
-  std::deque<std::shared_ptr<const Entry>> mAskedAbout;
+  std::deque<AskedAbout> mAskedAbout;
 };
 
 }  // namespace gatehall::nss

@@ -51,7 +51,9 @@ struct Answer {
   std::string fault;  ///< why it can't be told; empty: what follows is all of it
   std::vector<Account> users;
   std::vector<AccountGroup> groups;
-  std::vector<std::vector<std::uint32_t>> groupIDs;  ///< for each user of GroupsOfUsers
+  /// For each user of GroupsOfUsers, the primary one among them; none: no account has that name
+  /// now.
+  std::vector<std::vector<std::uint32_t>> groupIDs;
 };
 
 /// The longest question and the longest answer, in bytes behind the length.

@@ -138,6 +138,7 @@ class Lookup {
         findAllGroups();
         break;
       case Asked::GroupsOfUsers:
+        askDaemons();
         for (std::size_t index = 0; index + 1 < values.size(); index += 2) {
           findGroupsOf(values[index], idOf(values[index + 1]));
         }
@@ -147,6 +148,12 @@ class Lookup {
   }
 
  private:
+  /// SSSD's module has a user out of a memory that its daemon left behind, whatever became of the
+  /// daemon since, unless the environment says so (sssd.conf(5), memcache_timeout).
+  static void askDaemons() {
+    if (setenv("SSS_NSS_USE_MEMCACHE", "NO", 1) != 0) fail("the environment", errno);
+  }
+
   template <class Ask>
   bool findUserBy(const std::string& what, Ask ask) {
     passwd entry{};
@@ -185,15 +192,16 @@ class Lookup {
     for (const auto owner : owners) findUser(owner);
   }
 
-  /// In front of what has no word for a service that fails, as getpwent(3) and getgrouplist(3). A
-  /// lookup has.
-  void tryService() { tryUser("gatehall-asks-for-nobody"); }
-
-  void tryUser(const std::string& name) {
+  /// Whether the service tells of an account with exactly that name.
+  bool isUser(const std::string& name) {
     passwd entry{};
-    mBuffer.fetch("the user " + name, entry,
-                  [&](auto... rest) { return getpwnam_r(name.c_str(), rest...); });
+    return mBuffer.fetch("the user " + name, entry, [&](auto... rest) {
+      return getpwnam_r(name.c_str(), rest...);
+    }) && name == textOf(entry.pw_name);
   }
+
+  /// In front of what has no word for a service that fails, as getpwent(3). A lookup has.
+  void tryService() { isUser("gatehall-asks-for-nobody"); }
 
   void findAllUsers() {
     tryService();
@@ -221,8 +229,11 @@ class Lookup {
     endgrent();
   }
 
+  /// getgrouplist(3) has no word for a service that fails or that knows nobody of that name, and
+  /// leaves out its groups: the user is looked up in front of it and behind it.
   void findGroupsOf(const std::string& name, gid_t primary) {
-    tryUser(name);
+    auto& told = mAnswer.groupIDs.emplace_back();
+    if (!isUser(name)) return;
     // More than the kernel's NGROUPS_MAX: a service may know of more than a process can have.
     constexpr int kMostGroups = 1 << 20;
     std::vector<gid_t> groups(64);
@@ -234,7 +245,7 @@ class Lookup {
       if (groups.size() >= kMostGroups) fail(name + " is in more groups than can be told");
       groups.resize(groups.size() * 2);
     }
-    mAnswer.groupIDs.emplace_back(groups.begin(), groups.end());
+    if (isUser(name)) told.assign(groups.begin(), groups.end());
   }
 
   Buffer mBuffer;

@@ -124,6 +124,15 @@ TEST_F(NssDoors, RefuseWhomAListMeansThatTheServiceHasNothingOfNow) {
   EXPECT_FALSE(admits(kEd));
 }
 
+TEST_F(NssDoors, RefuseWhomTheServiceForgetsBetweenTwoQuestions) {
+  machine.configure("names = [\"staff\"]\n");
+  machine.serve("group", "staff:*:20010:\n");
+  list("DenyList", Type::Group, "staff");
+  machine.serve("forgetful", "");
+  EXPECT_FALSE(admits(kDana));
+  EXPECT_THAT(mWhy, Contains(HasSubstr("the groups of dana can't be told")));
+}
+
 TEST_F(NssDoors, RefuseWhileTheServiceIsAway) {
   machine.serve("away", "");
   EXPECT_FALSE(admits(kDana));

@@ -158,6 +158,26 @@ TEST_F(NameServiceProcess, TellsAllGroupsOfSeveralUsers) {
   EXPECT_THAT(answer.groupIDs[1], ElementsAre(20000U));
 }
 
+TEST_F(NameServiceProcess, TellsNoGroupsNotThePrimaryOneEitherOfWhomTheServiceHasNothingOf) {
+  const nss::Question question{Asked::GroupsOfUsers, {"gone", "20000", "dana", "20000"}};
+  EXPECT_THAT(ask(question).groupIDs,
+              ElementsAre(testing::IsEmpty(), testing::UnorderedElementsAre(20000U, 20010U)));
+  machine.serve("forgetful", "");
+  EXPECT_THAT(ask(question).groupIDs, ElementsAre(testing::IsEmpty(), testing::IsEmpty()))
+      << "forgotten in between";
+}
+
+TEST_F(NameServiceProcess, TakesNobodysGroupsFromAServiceThatOnlyRemembersTheUser) {
+  machine.serve("memory", "dana:*:20001:20000::/home/dana:/bin/bash\n");
+  machine.serve("away", "");
+  EXPECT_EQ(ask({Asked::UsersByName, {"dana"}}).users.size(), 1);
+  EXPECT_THROW(ask({Asked::GroupsOfUsers, {"dana", "20000"}}), DirectoryUnreachable);
+  machine.stopServing("away");
+  machine.serve("passwd", "");
+  EXPECT_THAT(ask({Asked::GroupsOfUsers, {"dana", "20000"}}).groupIDs,
+              ElementsAre(testing::IsEmpty()));
+}
+
 TEST_F(NameServiceProcess, HasRoomForAGroupOfManyMembers) {
   std::string members;
   for (int number = 0; number < 20000; ++number) {

@@ -207,6 +207,24 @@ TEST_F(NssNode, CountsAmongAGroupsMembersWhoIsAskedAboutAndIsInItByTheServicesWo
   EXPECT_THAT(values(machine.networkGroup("pupils"), "GroupMembership"), ElementsAre("dana"));
 }
 
+TEST_F(NssNode, TellsNoMembersWhileAUserWhoWasAskedAboutIsForgottenAndThenWithoutThatUser) {
+  machine.serve("group", "staff:*:20010:ed\n");
+  const auto staff = machine.networkGroup("staff");
+  const auto dana = machine.networkUser("dana");
+  machine.serve("passwd", "ed:*:20002:20000:Ed Moss:/home/ed:/bin/sh\n");
+  const auto refused = ThrowsMessage<PlatformException>(
+      "nss/site: the groups of dana can't be told: the name service has nothing of that user now");
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_THAT([&] { values(staff, "GroupMembership"); }, refused);
+    EXPECT_THAT([&] { staff->isMember(*dana); }, refused);
+  }
+  EXPECT_EQ(machine.networkUser("dana"), nullptr) << "who isn't kept from before";
+  EXPECT_TRUE(staff->isMember(*machine.networkUser("ed")));
+  machine.wait();
+  EXPECT_THAT(values(staff, "GroupMembership"), ElementsAre("ed"));
+  EXPECT_THAT([&] { staff->isMember(*dana); }, refused);
+}
+
 TEST_F(NssNode, CountsWhoWasSeenHereAmongTheMembersOfTheirPrimaryGroup) {
   machine.addHome("ed", 20002);
   EXPECT_THAT(values(machine.networkGroup("pupils"), "GroupMembership"), ElementsAre("ed"));

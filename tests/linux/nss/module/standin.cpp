@@ -17,7 +17,9 @@
 /// A name service of a test's own: the files passwd, group and groups (a user's name, and the id of
 /// a group that counts the user in, in each line) of the folder that STAND_IN names. It enumerates
 /// only where there is a file "enumerates", adds a line to "asked" for each question, has no answer
-/// where there is a file "away", and none for ever where there is one "mute".
+/// where there is a file "away", and none for ever where there is one "mute". Where there is one
+/// "forgetful" it has no users any more once it was asked for one's groups. The users of a file
+/// "memory" it has at hand as SSSD's module has some: whatever the rest may be.
 
 namespace {
 
@@ -37,9 +39,11 @@ std::vector<std::string> fieldsOf(const std::string& line, char separator) {
   return fields;
 }
 
-std::vector<std::vector<std::string>> linesOf(const char* name) {
+using Lines = std::vector<std::vector<std::string>>;
+
+Lines linesOf(const char* name) {
   std::ifstream file(folder() / name);
-  std::vector<std::vector<std::string>> lines;
+  Lines lines;
   for (std::string line; std::getline(file, line);) lines.push_back(fieldsOf(line, ':'));
   return lines;
 }
@@ -125,6 +129,13 @@ nss_status groupOf(const std::vector<std::string>& line, group* entry, char* byt
       entry, bytes, size, error);
 }
 
+/// As sssd.conf(5) has it, unless the environment says that the daemon is to be asked.
+bool usesMemory() {
+  const auto* use = std::getenv("SSS_NSS_USE_MEMCACHE");
+  return use == nullptr || std::string(use) != "NO";
+}
+
+bool hasForgotten = false;
 std::size_t nextUser = 0;
 std::size_t nextGroup = 0;
 
@@ -134,9 +145,13 @@ extern "C" {
 
 nss_status _nss_standin_getpwnam_r(const char* name, passwd* entry, char* bytes, std::size_t size,
                                    int* error) {
+  for (const auto& line : usesMemory() ? linesOf("memory") : Lines()) {
+    if (line.at(0) == name) return user(line, entry, bytes, size, error);
+  }
   if (const auto status = begin(std::string("user ") + name, error); status != NSS_STATUS_SUCCESS) {
     return status;
   }
+  if (hasForgotten) return notFound(error);
   for (const auto& line : linesOf("passwd")) {
     if (line.at(0) == name) return user(line, entry, bytes, size, error);
   }
@@ -211,7 +226,8 @@ nss_status _nss_standin_getgrent_r(group* entry, char* bytes, std::size_t size, 
 int getgrouplist(const char* name, gid_t primary, gid_t* groups, int* count) {
   int error = 0;
   std::vector<gid_t> found{primary};
-  if (begin(std::string("groups of ") + name, &error) == NSS_STATUS_SUCCESS) {
+  hasForgotten = hasFile("forgetful");
+  if (begin(std::string("groups of ") + name, &error) == NSS_STATUS_SUCCESS && !hasForgotten) {
     for (const auto& line : linesOf("groups")) {
       if (line.at(0) == name) found.push_back(static_cast<gid_t>(std::stoul(line.at(1))));
     }
