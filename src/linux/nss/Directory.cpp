@@ -77,7 +77,7 @@ Directory::Directory(Settings settings, HostOptions options,
       mKeptUnder(mLocalAccounts->state()) {
   for (const auto& name : mSettings.names) {
     for (const auto type : {Type::User, Type::Group}) {
-      mGUIDs->of(mNodeName, type, name, GUIDs::Known::Met);
+      mGUIDs->of(mNodeName, type, name, GUIDs::Known::Set);
     }
   }
 }

@@ -1,7 +1,6 @@
 #include "linux/nss/GUIDs.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <iterator>
 
 namespace gatehall::nss {
@@ -11,8 +10,6 @@ namespace {
 /// 3C7E0A94-5B1D-4E62-A8F3-91D6B07C2E45. Any constant would do; the manual page names it.
 constexpr UUIDBytes kNameSpace{0x3c, 0x7e, 0x0a, 0x94, 0x5b, 0x1d, 0x4e, 0x62,
                                0xa8, 0xf3, 0x91, 0xd6, 0xb0, 0x7c, 0x2e, 0x45};
-
-constexpr std::size_t kMostRemembered = 1000000;
 
 /// The same groups are listed again and again.
 constexpr std::size_t kMostListed = 100000;
@@ -35,10 +32,12 @@ UUIDBytes GUIDs::remember(std::string_view nodeName, Type type, std::string_view
   UUIDBytes result{};
   for (const auto& node : mNodeNames) {
     const auto guid = make(node, type, name);
-    if (mNamed.size() >= kMostRemembered) mNamed.clear();
+    if (mNamed.size() >= mMostRemembered) {
+      std::erase_if(mNamed, [](const auto& each) { return each.second.known != Known::Set; });
+    }
     const auto [place, isNew] =
         mNamed.try_emplace(guid, Named{node, type, std::string(name), known});
-    if (!isNew && known == Known::Met) place->second.known = known;
+    if (!isNew) place->second.known = std::max(place->second.known, known);
     if (node == nodeName) result = guid;
   }
   return result;

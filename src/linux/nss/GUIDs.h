@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include "gatehall/base/Value.h"
 #include "linux/accounts/MachineGUIDs.h"
@@ -25,6 +27,7 @@ class GUIDs {
   enum class Known {
     Listed,  ///< as that of a group's member, of whom nothing else was asked
     Met,     ///< as that of a user or group of the directory
+    Set,  ///< by the settings, for good: those of all others are forgotten when they are too many
   };
 
   struct Named {
@@ -34,7 +37,8 @@ class GUIDs {
     Known known;
   };
 
-  explicit GUIDs(Strings nodeNames) : mNodeNames(std::move(nodeNames)) {}
+  explicit GUIDs(Strings nodeNames, std::size_t mostRemembered = kMostRemembered)
+      : mNodeNames(std::move(nodeNames)), mMostRemembered(mostRemembered) {}
 
   /// At one of the nodes. Remembers the name.
   UUIDBytes of(std::string_view nodeName, Type type, std::string_view name, Known known);
@@ -49,10 +53,13 @@ class GUIDs {
   std::optional<Named> named(const UUIDBytes& guid);
 
  private:
+  static constexpr std::size_t kMostRemembered = 1000000;
+
   UUIDBytes remember(std::string_view nodeName, Type type, std::string_view name, Known known);
   void rememberListed();
 
   const Strings mNodeNames;
+  const std::size_t mMostRemembered;
   std::mutex mMutex;
   std::unordered_map<UUIDBytes, Named, GUIDHash> mNamed;
   Strings mListed;  ///< what isn't in there yet: few ask who one of many members is
