@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -23,14 +24,19 @@ constexpr std::array kDaemons{Daemon{"sss", "/var/lib/sss/pipes/nss"},
                               Daemon{"winbind", "/run/samba/winbindd/pipe"},
                               Daemon{"ldap", "/run/nslcd/socket"}};
 
-constexpr std::string_view kBlanks = " \t";
+/// Of getgrouplist(3) "initgroups", and "group" where that isn't there.
+constexpr std::array<std::string_view, 3> kDatabases{"passwd", "group", "initgroups"};
+
+constexpr std::string_view kBlanks = " \t\v\f\r";
+constexpr std::string_view kBehindDatabase = " \t\v\f\r:";
+constexpr std::string_view kBehindService = " \t\v\f\r[";
 
 /// The next word of a line; what stands in brackets says what becomes of answers.
 std::string_view nextWord(std::string_view& line) {
   for (;;) {
     line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
     const bool isAction = line.starts_with('[');
-    const auto end = isAction ? line.find(']') : line.find_first_of(" \t[");
+    const auto end = isAction ? line.find(']') : line.find_first_of(kBehindService);
     const auto length = std::min(end, line.size());
     const auto word = line.substr(0, length);
     line.remove_prefix(std::min(length + (isAction ? 1 : 0), line.size()));
@@ -54,14 +60,20 @@ int connectTo(const std::string& path) {
 }  // namespace
 
 Strings networkServices(std::string_view switchText) {
-  Strings services;
+  std::array<std::string_view, kDatabases.size()> asked;
   while (!switchText.empty()) {
     auto line = switchText.substr(0, switchText.find('\n'));
     switchText.remove_prefix(std::min(line.size() + 1, switchText.size()));
     line = line.substr(0, line.find('#'));
     line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
-    if (!line.starts_with("passwd:") && !line.starts_with("group:")) continue;
-    line.remove_prefix(line.find(':') + 1);
+    const auto end = std::min(line.find_first_of(kBehindDatabase), line.size());
+    const auto* found = std::ranges::find(kDatabases, line.substr(0, end));
+    line.remove_prefix(std::min(line.find_first_not_of(kBehindDatabase, end), line.size()));
+    const auto index = static_cast<std::size_t>(std::distance(kDatabases.begin(), found));
+    if (index < asked.size()) asked.at(index) = line;
+  }
+  Strings services;
+  for (auto line : asked) {
     for (auto word = nextWord(line); !word.empty(); word = nextWord(line)) {
       const bool isLocal = word == "files" || word == "compat" || word == "db";
       if (!isLocal && std::ranges::find(services, word) == services.end()) {

@@ -10,8 +10,9 @@ namespace gatehall::nss {
 
 inline constexpr const char* kSwitchFile = "/etc/nsswitch.conf";
 
-/// The services beyond the local files that the file's text asks for "passwd" or "group", each
-/// once, in their order.
+/// The services beyond the local files that the file's text asks for "passwd", "group" or
+/// "initgroups", each once, in their order. Of several lines of a database the last one counts, as
+/// for the C library, which also takes blanks before and after the name.
 Strings networkServices(std::string_view switchText);
 
 /// Of services whose daemons' sockets are known (SSSD, winbind, nslcd), the first whose daemon

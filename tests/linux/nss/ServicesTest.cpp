@@ -25,6 +25,19 @@ TEST(NssServices, AreThoseBeyondTheFilesOfPasswdAndGroup) {
   EXPECT_THAT(networkServices(""), IsEmpty());
 }
 
+TEST(NssServices, AreThoseOfWhichTheGroupsOfAUserAreAsked) {
+  EXPECT_THAT(networkServices("initgroups: files ldap\npasswd: sss\ngroup: sss\n"),
+              ElementsAre("sss", "ldap"));
+}
+
+TEST(NssServices, AreReadAsTheCLibraryReadsThem) {
+  EXPECT_THAT(networkServices("passwd : files sss\r\n\fgroup\t:winbind\vldap\r\n"),
+              ElementsAre("sss", "winbind", "ldap"));
+  EXPECT_THAT(networkServices("passwd: nis\npasswd: sss\n"), ElementsAre("sss")) << "the last";
+  EXPECT_THAT(networkServices("passwds: nis\npasswd\n: sss\n# group: sss\nGROUP: sss\n"),
+              IsEmpty());
+}
+
 TEST(NssServices, AreSilentWhereNobodyTakesAConnection) {
   Machine machine;
   EXPECT_EQ(whySilent({"systemd", "files"}, machine.options.root), "");
