@@ -95,6 +95,13 @@ class OwnAccountsSnapshot final : public LocalAccounts::Snapshot {
     return isLike ? Likeness::Copy : Likeness::None;
   }
 
+  bool isAccount(std::string_view name, std::uint32_t userID) const override {
+    const auto line = mLines->lineNamed(name);
+    if (!line.empty()) return accountID(accountLine::field(line, kUserIDField)) == userID;
+    const auto record = mRecords.named(name);
+    return record && userIDOf(*record) == userID;
+  }
+
   bool isNameOfAdministrator(std::string_view name) const override {
     const std::lock_guard lock(mMutex);
     if (!mAdministratorsAreRead) readAdministrators();

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cmath>
+#include <cstddef>
 #include <iterator>
 #include <unordered_set>
 #include <utility>
@@ -21,8 +23,19 @@ namespace gatehall::nss {
 
 namespace {
 
-/// A program asks about one or a few; a service that runs on, about one after another.
-constexpr std::size_t kMostAskedAbout = 16;
+/// A service that runs on is asked about one after another; who runs a program may name many.
+constexpr std::size_t kFewAskedAbout = 16;
+constexpr std::size_t kMostAskedAbout = 1000;
+constexpr double kLatelySeconds = 60;
+/// For which whoever was dropped uncounted may be decided about.
+constexpr double kUncountedSeconds = 600;
+
+/// Of how many users a list is worth their groups; of more, some show whether there is a need.
+constexpr std::size_t kMostListed = 1000;
+constexpr std::size_t kSample = 100;
+
+/// Each of a question's users costs the service some lookups, all within the limit of one.
+constexpr std::size_t kMostInQuestion = 100;
 
 const char* const kAllUsers = "U";
 const char* const kAllGroups = "G";
@@ -187,21 +200,13 @@ std::shared_ptr<const Entry> Directory::entryOf(const Account& account, const Sn
   entry->shell = account.shell;
   why = {entry->name, entry->fullName, uuidText(entry->guid), entry->id, {}, {}};
   const std::array<std::string_view, 1> names{entry->name};
-  const auto likeness = [&](std::span<const std::string_view> ofNames,
-                            std::optional<std::uint32_t> userID, std::optional<UUIDBytes> guid,
-                            std::string& text) {
-    return locals.likenessTo({mNodeName, ofNames, userID, guid}, text);
-  };
   using Likeness = LocalAccounts::Likeness;
   std::string text;
-  const auto like = likeness(names, entry->id, entry->guid, text);
+  const auto like = locals.likenessTo({mNodeName, names, entry->id, entry->guid}, text);
   if (like == Likeness::Copy) return nullptr;
   if (like == Likeness::Twin) {
     // The service tells of the machine's own accounts as they are.
-    std::string unused;
-    const bool isLocal = likeness(names, std::nullopt, {}, unused) == Likeness::Twin &&
-                         likeness({}, entry->id, {}, unused) == Likeness::Twin;
-    if (isLocal) return nullptr;
+    if (locals.isAccount(entry->name, entry->id)) return nullptr;
     why.rule = "hidden by a local account";
     why.why = "it " + text;
     return nullptr;
@@ -215,18 +220,38 @@ std::shared_ptr<const Entry> Directory::entryOf(const Account& account, const Sn
   return entry;
 }
 
-std::shared_ptr<const Entry> Directory::entryOf(const AccountGroup& group,
-                                                const LocalGroups::Groups& locals) {
+/// Why the directory can't have a group of that name, in words that follow "it"; empty: it can.
+std::string Directory::whyOfOther(const std::string& groupName) const {
+  return mSettings.mayHaveName(groupName) ? "" : "is not of the domain " + mSettings.domain;
+}
+
+std::shared_ptr<Entry> Directory::groupNamed(const std::string& name) const {
   auto entry = std::make_shared<Entry>();
   entry->type = Type::Group;
-  entry->name = group.name;
-  entry->guid = mGUIDs->of(mNodeName, Type::Group, group.name, GUIDs::Known::Met);
+  entry->name = name;
+  entry->guid = mGUIDs->of(mNodeName, Type::Group, name, GUIDs::Known::Met);
+  return entry;
+}
+
+/// nullptr for the machine's own, of which the service tells as they are.
+std::shared_ptr<Entry> Directory::entryOf(const AccountGroup& group,
+                                          const LocalGroups::Groups& locals) {
+  auto entry = groupNamed(group.name);
+  if (locals.hold(group.name, group.groupID)) return nullptr;
+  auto why = locals.whyLike(group.name, group.groupID);
+  if (why.empty()) why = whyOfOther(group.name);
+  if (why.empty() && !mSettings.groupIDs.holds(group.groupID)) {
+    why = "has the id " + std::to_string(group.groupID) + ", which is out of range";
+  }
+  if (!why.empty()) {
+    entry->isNameOnly = true;
+    entry->whyLeftOut = std::move(why);
+    return entry;
+  }
   entry->id = group.groupID;
   entry->groupID = group.groupID;
   entry->members = group.members;
-  const bool isLocal = locals.names.contains(entry->name) || locals.ids.contains(entry->id);
-  const bool isMeant = mSettings.mayHaveName(entry->name) && mSettings.groupIDs.holds(entry->id);
-  return isLocal || !isMeant ? nullptr : entry;
+  return entry;
 }
 
 Entries Directory::entriesOf(const Answer& answer, Reported reported) {
@@ -245,7 +270,13 @@ Entries Directory::entriesOf(const Answer& answer, Reported reported) {
   if (!answer.groups.empty()) {
     const auto locals = mLocalGroups.current();
     for (const auto& group : answer.groups) {
-      if (auto entry = entryOf(group, *locals)) entries.push_back(std::move(entry));
+      auto entry = entryOf(group, *locals);
+      if (!entry || (entry->isNameOnly && reported == Reported::No)) continue;
+      if (entry->isNameOnly) {
+        mFaults->report(mNodeName, "the group " + printable(entry->name) + " is left out: it " +
+                                       entry->whyLeftOut);
+      }
+      entries.push_back(std::move(entry));
     }
   }
   return entries;
@@ -270,12 +301,15 @@ Entries Directory::find(Type type, Key key, const Strings& values) {
     for (const auto& value : question.values) {
       // A service may compare names as it likes, and know several for one account.
       Entries meant;
-      std::ranges::copy_if(fetched, std::back_inserter(meant),
-                           [&](const auto& entry) { return valueOf(*entry, key) == value; });
+      std::ranges::copy_if(fetched, std::back_inserter(meant), [&](const auto& entry) {
+        return valueOf(*entry, key) == value && !(key == Key::ID && entry->isNameOnly);
+      });
       keep(keyOf(type, key, value), meant);
       for (const auto other : {Key::Name, Key::ID}) {
         if (other == key) continue;
-        for (const auto& entry : meant) keep(keyOf(type, other, valueOf(*entry, other)), {entry});
+        for (const auto& entry : meant) {
+          if (!entry->isNameOnly) keep(keyOf(type, other, valueOf(*entry, other)), {entry});
+        }
       }
       add(found, std::move(meant));
     }
@@ -329,16 +363,15 @@ Entries Directory::findByGUID(Type type, const Strings& values) {
   return found;
 }
 
+/// A local group of the name stands in front of the directory's, which nobody can ask for then.
 Entries Directory::untold(const Strings& groupNames) {
   const auto locals = mLocalGroups.current();
   Entries entries;
   for (const auto& name : groupNames) {
-    if (locals->names.contains(name) || !mSettings.mayHaveName(name)) continue;
-    auto entry = std::make_shared<Entry>();
-    entry->type = Type::Group;
-    entry->name = name;
-    entry->guid = mGUIDs->of(mNodeName, Type::Group, name, GUIDs::Known::Met);
+    auto entry = groupNamed(name);
     entry->isNameOnly = true;
+    entry->whyLeftOut =
+        locals->idsOfNames.contains(name) ? "has the name of a local group" : whyOfOther(name);
     entries.push_back(std::move(entry));
   }
   return entries;
@@ -386,10 +419,16 @@ Entries Directory::all(Type type) {
   auto entries = entriesOf(ask({asked, {}}), Reported::No);
   if (type == Type::User) add(entries, seen());
   if (!mSettings.names.empty()) {
-    for (auto& each : find(type, Key::Name, mSettings.names)) entries.push_back(std::move(each));
+    for (auto& each : find(type, Key::Name, mSettings.names)) {
+      if (!each->isNameOnly) entries.push_back(std::move(each));
+    }
   }
   sortOnce(entries);
   keep(key, entries);
+  if (type == Type::User) {
+    const std::lock_guard lock(mMutex);
+    mListed = entries;
+  }
   return entries;
 }
 
@@ -397,19 +436,55 @@ void Directory::noteAskedAbout(const Entries& found) {
   const std::lock_guard lock(mMutex);
   for (const auto& user : found) {
     std::erase_if(mAskedAbout, [&](const auto& each) { return each.user->guid == user->guid; });
-    mAskedAbout.push_back({user, {}});
+    mAskedAbout.push_back({user, {}, {}});
   }
-  while (mAskedAbout.size() > kMostAskedAbout) mAskedAbout.pop_front();
+  dropAskedAbout();
+}
+
+void Directory::dropAskedAbout() {
+  std::erase_if(mAskedAbout, [&](const auto& each) {
+    return each.forgotten && !Kept<Entries>::isGood(*each.forgotten, now());
+  });
+  while (mAskedAbout.size() > kFewAskedAbout) {
+    const auto& first = mAskedAbout.front();
+    // A list has several groups, and is told one after another.
+    const bool isDone = first.counted && std::abs(now() - *first.counted) >= kLatelySeconds;
+    if (mAskedAbout.size() <= kMostAskedAbout && !isDone) return;
+    if (!first.counted) mUncounted = now();
+    mAskedAbout.pop_front();
+  }
 }
 
 Entries Directory::askedAbout() {
   const std::lock_guard lock(mMutex);
-  std::erase_if(mAskedAbout, [&](const auto& each) {
-    return each.forgotten && !Kept<Entries>::isGood(*each.forgotten, now());
-  });
+  dropAskedAbout();
   Entries users;
   for (const auto& each : mAskedAbout) users.push_back(each.user);
   return users;
+}
+
+/// The members of a group were told, whoever was asked about among them.
+void Directory::noteCounted() {
+  const std::lock_guard lock(mMutex);
+  for (auto& each : mAskedAbout) {
+    if (!each.counted) each.counted = now();
+  }
+}
+
+bool Directory::isAskedAbout(const Entry& user) {
+  const std::lock_guard lock(mMutex);
+  return std::ranges::any_of(mAskedAbout,
+                             [&](const auto& each) { return each.user->guid == user.guid; });
+}
+
+bool Directory::wereDroppedUncounted() {
+  const std::lock_guard lock(mMutex);
+  return mUncounted && std::abs(now() - *mUncounted) < kUncountedSeconds;
+}
+
+Entries Directory::listed() {
+  const std::lock_guard lock(mMutex);
+  return mListed;
 }
 
 /// The user counts for some seconds yet, in which whoever has asked may decide; then lists are told
@@ -446,15 +521,20 @@ std::vector<Directory::GroupIDs> Directory::groupsOf(const Entries& users) {
     question.values.push_back(std::to_string(user.groupID));
   }
   if (places.empty()) return groups;
-  auto answer = ask(question);
-  if (answer.groupIDs.size() != places.size()) {
-    throw DirectoryUnreachable(mNodeName + ": can't be asked: its answer is about others");
-  }
-  for (std::size_t index = 0; index < places.size(); ++index) {
-    auto& ids = groups[places[index]];
-    ids = std::move(answer.groupIDs[index]);
-    const std::lock_guard lock(mMutex);
-    mGroupsOf.keep(keyOfUser(*users[places[index]]), ids, now());
+  auto& values = question.values;
+  for (std::size_t first = 0; first < places.size(); first += kMostInQuestion) {
+    const auto count = std::min(places.size() - first, kMostInQuestion);
+    const auto begin = values.begin() + static_cast<std::ptrdiff_t>(2 * first);
+    auto answer = ask({question.asked, {begin, begin + static_cast<std::ptrdiff_t>(2 * count)}});
+    if (answer.groupIDs.size() != count) {
+      throw DirectoryUnreachable(mNodeName + ": can't be asked: its answer is about others");
+    }
+    for (std::size_t index = 0; index < count; ++index) {
+      const auto place = places[first + index];
+      groups[place] = std::move(answer.groupIDs[index]);
+      const std::lock_guard lock(mMutex);
+      mGroupsOf.keep(keyOfUser(*users[place]), groups[place], now());
+    }
   }
   return groups;
 }
@@ -462,32 +542,54 @@ std::vector<Directory::GroupIDs> Directory::groupsOf(const Entries& users) {
 /// A list of whom to refuse would let in whoever is in a group that counts as one without members.
 void Directory::refuseUntold(const Entry& group) const {
   if (!group.isNameOnly) return;
-  throw PlatformException(mNodeName + ": who is in the group " + printable(group.name) +
-                          " can't be told: the name service has nothing of it now");
+  const auto& why = group.whyLeftOut;
+  throw PlatformException(
+      mNodeName + ": who is in the group " + printable(group.name) +
+      " can't be told: " + (why.empty() ? "the name service has nothing of it now" : "it " + why));
 }
 
+/// Who may be decided about and isn't told by a group's own list is asked for from the other side.
+/// Of a long list of users only some are: they show whether the service hides members of the group.
 Strings Directory::membersOf(const Entry& group) {
   refuseUntold(group);
-  auto members = group.members;
-  std::unordered_set<std::string> listed(members.begin(), members.end());
-  const auto addMember = [&](const std::string& name) {
-    if (listed.insert(name).second) members.push_back(name);
+  const auto refuse = [&](const char* why) {
+    throw PlatformException(mNodeName + ": who is in the group " + printable(group.name) +
+                            " can't be told: " + why);
   };
-  for (const auto& user : seen()) {
-    if (user->groupID == group.id) addMember(user->name);
-  }
+  if (wereDroppedUncounted()) refuse("too many users were asked about at once");
+  auto members = group.members;
+  std::unordered_set<std::string> known(members.begin(), members.end());
+  const auto addMember = [&](const std::string& name) {
+    if (known.insert(name).second) members.push_back(name);
+  };
   auto users = askedAbout();
-  std::erase_if(users, [&](const auto& user) { return listed.contains(user->name); });
-  const auto groups = groupsOf(users);
-  for (std::size_t index = 0; index < users.size(); ++index) {
-    if (groups[index].empty()) {
-      noteForgotten(*users[index]);
-      refuseForgotten(users[index]->name);
-    }
-    if (std::ranges::find(groups[index], group.id) != groups[index].end()) {
-      addMember(users[index]->name);
+  const auto asked = users.size();
+  add(users, listed());
+  for (const auto& each : {seen(), users}) {
+    for (const auto& user : each) {
+      if (user->groupID == group.id) addMember(user->name);
     }
   }
+  const bool areTooMany = users.size() > asked + kMostListed;
+  if (areTooMany) users.resize(asked + kSample);
+  std::unordered_set<std::string_view> names;
+  std::erase_if(users, [&](const auto& user) {
+    return known.contains(user->name) || !names.insert(user->name).second;
+  });
+  const auto groups = groupsOf(users);
+  bool hidesMembers = false;
+  for (std::size_t index = 0; index < users.size(); ++index) {
+    const auto& user = *users[index];
+    if (groups[index].empty() && isAskedAbout(user)) {
+      noteForgotten(user);
+      refuseForgotten(user.name);
+    }
+    if (std::ranges::find(groups[index], group.id) == groups[index].end()) continue;
+    addMember(user.name);
+    hidesMembers = true;
+  }
+  if (areTooMany && hidesMembers) refuse("the name service hides its members and has many users");
+  noteCounted();
   return members;
 }
 

@@ -50,7 +50,9 @@ class Directory {
   enum class Key { Name, ID, GUID };
 
   /// The entries that have any of the values, by name. By a GUID also what is known by the name
-  /// alone: a group's member who was not seen here, and what the service doesn't tell of now.
+  /// alone: a group's member who was not seen here, and what the service doesn't tell of now. By a
+  /// name and a GUID groups that are left out, too, so that no list which names one comes out as
+  /// naming nobody: of these nothing is told, and who is in one raises PlatformException.
   /// Raises PlatformException, too, for a GUID that may be of a name that wasn't met.
   Entries find(Type type, Key key, const Strings& values);
 
@@ -101,8 +103,9 @@ class Directory {
   Entries entriesOf(const Answer& answer, Reported reported);
   std::shared_ptr<const Entry> entryOf(const Account& account, const Snapshot& locals,
                                        NetworkNode::LeftOut& why);
-  std::shared_ptr<const Entry> entryOf(const AccountGroup& group,
-                                       const LocalGroups::Groups& locals);
+  std::shared_ptr<Entry> entryOf(const AccountGroup& group, const LocalGroups::Groups& locals);
+  std::shared_ptr<Entry> groupNamed(const std::string& name) const;
+  std::string whyOfOther(const std::string& groupName) const;
   Entries findByGUID(Type type, const Strings& values);
   Entries untold(const Strings& groupNames);
   void meetAll(const UUIDBytes& guid);

@@ -23,8 +23,9 @@ struct Entry {
   std::string shell;
   Strings members;  ///< of a group: login names, as it lists them
   /// Nothing but the name and the GUID is known: of a user as a group's member, and of what the
-  /// service doesn't tell of now.
+  /// service doesn't tell of now, and of a group that is left out.
   bool isNameOnly = false;
+  std::string whyLeftOut;  ///< of such a group, in words that follow "it"
 };
 
 using Entries = std::vector<std::shared_ptr<const Entry>>;

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "linux/files/FaultLog.h"
@@ -16,8 +18,14 @@ namespace gatehall::nss {
 class LocalGroups {
  public:
   struct Groups {
-    std::unordered_set<std::string> names;
+    std::unordered_multimap<std::string, std::optional<std::uint32_t>> idsOfNames;
     std::unordered_set<std::uint32_t> ids;
+
+    /// Whether one of them has that name and that id.
+    bool hold(const std::string& name, std::uint32_t id) const;
+
+    /// Of a group that has what is one's, in words that follow "it"; else empty.
+    std::string whyLike(const std::string& name, std::uint32_t id) const;
   };
 
   LocalGroups(const HostOptions& options, FaultLog& faults) : mOptions(options), mFaults(faults) {}

@@ -12,7 +12,9 @@ namespace gatehall::nss {
 
 namespace {
 
-void readTexts(DirectoryTable& table, std::string_view key, Strings& texts, bool arePaths) {
+/// Calls faultOf with each text: what is wrong with it, or nothing.
+template <class FaultOf>
+void readTexts(DirectoryTable& table, std::string_view key, Strings& texts, FaultOf faultOf) {
   const auto* node = table.find(key);
   if (node == nullptr) return;
   const auto* list = node->as_array();
@@ -22,8 +24,8 @@ void readTexts(DirectoryTable& table, std::string_view key, Strings& texts, bool
     const auto* text = element.as_string();
     if (text == nullptr || text->get().empty() || text->get().find('\0') != std::string::npos) {
       table.report(element, key, "holds what is no text");
-    } else if (arePaths && !text->get().starts_with('/')) {
-      table.report(element, key, "holds what is no absolute path");
+    } else if (const std::string fault = faultOf(text->get()); !fault.empty()) {
+      table.report(element, key, fault);
     } else {
       texts.push_back(text->get());
     }
@@ -40,8 +42,13 @@ Settings::Configured read(const toml::table& source, FaultLog& faults) {
   table.readUserIDs(settings.userIDs);
   if (source.contains("min-id")) settings.groupIDs.first = settings.userIDs.first;
   if (source.contains("max-id")) settings.groupIDs.last = settings.userIDs.last;
-  readTexts(table, "names", settings.names, false);
-  readTexts(table, "homes", settings.homes, true);
+  readTexts(table, "names", settings.names, [&](const std::string& name) {
+    if (settings.mayHaveName(name)) return std::string();
+    return "holds " + printable(name) + ", which is not of the domain " + settings.domain;
+  });
+  readTexts(table, "homes", settings.homes, [](const std::string& path) {
+    return path.starts_with('/') ? "" : "holds what is no absolute path";
+  });
   table.readSeconds("time-limit", settings.timeLimit);
   table.reportUnknownKeys();
   if (table.isFaulty()) {

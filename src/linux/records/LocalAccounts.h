@@ -38,6 +38,9 @@ class LocalAccounts {
     /// What the account is to the local ones; of a twin, why, in words that follow "it".
     virtual Likeness likenessTo(const NetworkAccount& account, std::string& why) const = 0;
 
+    /// Whether one and the same of them has that name and that user id.
+    virtual bool isAccount(std::string_view name, std::uint32_t userID) const = 0;
+
     /// Whether the group file makes an account with that login name an administrator. As a further
     /// name of a network account it would do so too, and has to be left out. Raises
     /// PlatformException when it can't be told.

@@ -78,13 +78,59 @@ TEST_F(NssNode, HasOnlyUserIDsAndGroupIDsOfItsRange) {
   machine.configure("min-id = 20002\nmax-id = 20009\n");
   EXPECT_EQ(machine.networkUser("dana"), nullptr);
   EXPECT_NE(machine.networkUser("ed"), nullptr);
-  EXPECT_EQ(machine.networkGroup("staff"), nullptr);
-  EXPECT_EQ(machine.networkGroup("pupils"), nullptr);
-  EXPECT_NE(machine.networkGroup("fay"), nullptr);
+  EXPECT_THAT(machine.groupNames("PrimaryGroupID", {"20010", "20003"}), ElementsAre("fay"));
   const auto leftOut = machine.network()->leftOut("RecordName", "dana");
   ASSERT_EQ(leftOut.size(), 1);
   EXPECT_EQ(leftOut.front().rule, "user id too low");
   EXPECT_EQ(leftOut.front().userID, 20001U);
+}
+
+TEST_F(NssNode, TakesAnAccountForTheMachinesOwnOnlyByTheNameAndTheIDOfTheSameOne) {
+  machine.write("/etc/userdb/yan.user", R"({"userName": "yan", "uid": 3001})");
+  machine.write("/etc/userdb/zoe.user", R"({"userName": "zoe", "uid": 3000})");
+  machine.serve("passwd", "zoe:*:3000:1:::/bin/sh\n");
+  EXPECT_EQ(machine.networkUser("zoe"), nullptr);
+  EXPECT_THAT(machine.log.lines(), IsEmpty());
+  machine.wait();
+  machine.serve("passwd", "zoe:*:3001:1:::/bin/sh\n");
+  EXPECT_EQ(machine.networkUser("zoe"), nullptr);
+  EXPECT_THAT(machine.log.lines(),
+              ElementsAre(HasSubstr("the user zoe is left out: it has the name zoe of a local")));
+}
+
+TEST_F(NssNode, NamesAGroupThatIsLeftOutInTheLogAndTellsNobodysMembershipOfIt) {
+  const auto expectLeftOut = [&](const std::string& name, const std::string& why) {
+    const auto message = "nss/site: who is in the group " + name + " can't be told: it " + why;
+    const auto guid = NameServiceMachine::guidOf(Type::Group, name);
+    const Strings of{"Groups"};
+    for (const auto& kind : {std::pair("RecordName", name), std::pair("GUID", guid)}) {
+      const auto found = machine.node()
+                             ->query({of, kind.first, MatchType::EqualTo, {kind.second}, {}, 0})
+                             ->results(false);
+      ASSERT_EQ(found.value().size(), 1) << name << " by " << kind.first;
+      EXPECT_THAT(values(found->front(), "PrimaryGroupID"), IsEmpty());
+      EXPECT_THAT([&] { values(found->front(), "GroupMembership"); },
+                  ThrowsMessage<PlatformException>(message));
+      EXPECT_THAT([&] { found->front()->isMember(*machine.user("ann")); },
+                  ThrowsMessage<PlatformException>(message));
+    }
+    EXPECT_THAT(machine.log.lines(),
+                Contains("nss/site: the group " + name + " is left out: it " + why));
+  };
+  machine.serve("enumerates", "");
+  machine.serve("group", "staff:*:500:ed\nhidden:*:300:ed\npupils:*:20000:ed\n");
+  machine.configure("min-id = 1000\n");
+  expectLeftOut("staff", "has the id 500, which is out of range");
+  expectLeftOut("hidden", "has the id 300 of a local group");
+  EXPECT_THAT(machine.groupNames("PrimaryGroupID", {"500", "300", "0"}), IsEmpty());
+  EXPECT_THAT(machine.groupNames("RecordName", {"lxRecordsAll"}), ElementsAre("pupils"));
+}
+
+TEST_F(NssNode, NamesAGroupOfAnotherDomainInTheLogAndTellsNobodysMembershipOfIt) {
+  machine.configure("domain = \"example.org\"\n");
+  EXPECT_THAT([&] { values(machine.networkGroup("staff"), "GroupMembership"); },
+              ThrowsMessage<PlatformException>(HasSubstr("it is not of the domain example.org")));
+  EXPECT_THAT(machine.log.lines(), Contains(HasSubstr("the group staff is left out: it is not")));
 }
 
 TEST_F(NssNode, HasNoSystemAccountsUnlessARangeIsSet) {
@@ -265,9 +311,12 @@ TEST_F(NssNode, KeepsListedNamesThatTheServiceHasNothingOfAndCountsNoneAsAnEmpty
                                   {},
                                   0})
                          ->results(false);
-  ASSERT_EQ(found.value().size(), 2);
+  // A local group stands in front of the site's, which a list means all the same.
+  ASSERT_EQ(found.value().size(), 3);
   for (const auto& each : *found) {
-    EXPECT_THAT(values(each, "RecordName"), ElementsAre("gone"));
+    const bool isUser = each->recordType() == "Users";
+    const auto name = values(each, "RecordName").front();
+    EXPECT_TRUE(name == "gone" || (name == "locals" && !isUser)) << name;
     EXPECT_FALSE(each->recordDetails({"UniqueID"})->contains("UniqueID"));
     if (each->recordType() == "Users") continue;
     EXPECT_THROW(values(each, "GroupMembership"), PlatformException);

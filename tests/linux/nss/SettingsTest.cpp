@@ -46,12 +46,12 @@ TEST_F(NssSettingsFile, HasDefaults) {
 TEST_F(NssSettingsFile, ReadsEverySetting) {
   const auto settings = std::get<nss::Settings>(
       read("name = \"site\"\ndomain = \"example.org\"\nmin-id = 5000\nmax-id = 6000\n"
-           "names = [\"staff\"]\nhomes = []\ntime-limit = 2.5\n"));
+           "names = [\"staff@example.org\"]\nhomes = []\ntime-limit = 2.5\n"));
   EXPECT_EQ(settings.domain, "example.org");
   EXPECT_EQ(settings.userIDs.first, 5000);
   EXPECT_EQ(settings.groupIDs.first, 5000);
   EXPECT_EQ(settings.groupIDs.last, 6000);
-  EXPECT_THAT(settings.names, ElementsAre("staff"));
+  EXPECT_THAT(settings.names, ElementsAre("staff@example.org"));
   EXPECT_THAT(settings.homes, IsEmpty());
   EXPECT_EQ(settings.timeLimit.count(), 2500);
 }
@@ -62,6 +62,8 @@ TEST_F(NssSettingsFile, IsUnusableWithAFault) {
   expectUnusable("name = \"site\"\nhomes = [\"home\"]\n", "holds what is no absolute path");
   expectUnusable("name = \"site\"\nnames = \"staff\"\n", "is not a list of texts");
   expectUnusable("name = \"site\"\nnames = [7]\n", "holds what is no text");
+  expectUnusable("name = \"site\"\nnames = [\n\"a@b.org\",\n\"staff\"]\ndomain = \"b.org\"\n",
+                 "directory.toml:6: directory.names holds staff, which is not of the domain b.org");
   expectUnusable("name = \"site\"\nmin-id = 7\nmax-id = 6\n", "is above max-id");
   // Whoever asks could hold up the process that asks.
   expectUnusable("name = \"site\"\nwhen-away = \"ignore\"\n", "when-away");
