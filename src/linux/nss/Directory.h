@@ -66,7 +66,8 @@ class Directory {
   /// The users who were seen on this machine: who owns one of the home folders.
   Entries seen();
 
-  /// The users that were asked about one by one lately, whom the rest is about.
+  /// The users that were asked about one by one, whom the rest is about: the last few, and whoever
+  /// was not among those whose membership was told until a minute ago.
   Entries askedAbout();
 
   /// The login names of a group's members, of one that the service tells of: those it lists, those
@@ -114,6 +115,11 @@ class Directory {
   [[noreturn]] void refuseForgotten(const std::string& userName) const;
   void noteAskedAbout(const Entries& found);
   void noteForgotten(const Entry& user);
+  void noteCounted();
+  void dropAskedAbout();
+  Entries listed();
+  bool isAskedAbout(const Entry& user);
+  bool wereDroppedUncounted();
 
   const Settings mSettings;
   const std::string mNodeName;
@@ -135,6 +141,7 @@ class Directory {
   /// A user who was asked about.
   struct AskedAbout {
     std::shared_ptr<const Entry> user;
+    std::optional<double> counted;    ///< when a group's members were first told with the user
     std::optional<double> forgotten;  ///< when the service first had nothing of the user any more
   };
 
@@ -145,6 +152,8 @@ class Directory {
   Kept<Entries> mKept;
   Kept<GroupIDs> mGroupsOf;
   std::deque<AskedAbout> mAskedAbout;
+  std::optional<double> mUncounted;  ///< when the last was dropped who had not been counted
+  Entries mListed;                   ///< the users of the last answer about all
 };
 
 }  // namespace gatehall::nss

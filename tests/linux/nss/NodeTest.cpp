@@ -18,6 +18,7 @@ using testing::Not;
 using testing::StartsWith;
 using testing::ThrowsMessage;
 using testing::UnorderedElementsAre;
+using testing::UnorderedElementsAreArray;
 
 class NssNode : public testing::Test {
  protected:
@@ -269,6 +270,51 @@ TEST_F(NssNode, TellsNoMembersWhileAUserWhoWasAskedAboutIsForgottenAndThenWithou
   machine.wait();
   EXPECT_THAT(values(staff, "GroupMembership"), ElementsAre("ed"));
   EXPECT_THAT([&] { staff->isMember(*dana); }, refused);
+}
+
+TEST_F(NssNode, CountsEverybodyWhoWasAskedAboutHoweverManyTheyAre) {
+  machine.serveMany(40);
+  const auto names = NameServiceMachine::manyUsers(40);
+  machine.userNames("RecordName", names);
+  for (const auto& name : names) machine.networkUser(name);
+  machine.wait();
+  EXPECT_THAT(values(machine.networkGroup("staff"), "GroupMembership"),
+              UnorderedElementsAreArray(names));
+  EXPECT_THAT(values(machine.networkGroup("pupils"), "GroupMembership"),
+              UnorderedElementsAreArray(names))
+      << "of every group";
+  machine.wait();
+  machine.networkUser(names.front());
+  machine.asked();
+  values(machine.networkGroup("staff"), "GroupMembership");
+  EXPECT_LT(machine.asked().size(), 80) << "later the last ones";
+}
+
+TEST_F(NssNode, TellsNoMembersOnceMoreUsersWereAskedAboutThanItCanCount) {
+  machine.serveMany(1001);
+  const auto names = NameServiceMachine::manyUsers(1001);
+  machine.userNames("RecordName", names);
+  for (const auto& name : names) machine.networkUser(name);
+  EXPECT_THAT([&] { values(machine.networkGroup("staff"), "GroupMembership"); },
+              ThrowsMessage<PlatformException>(HasSubstr("too many users were asked about")));
+}
+
+TEST_F(NssNode, CountsEverybodyWhomItToldOfAmongThoseOfAServiceThatHidesMembers) {
+  machine.serveMany(300);
+  machine.serve("enumerates", "");
+  EXPECT_THAT(machine.allNetworkUsers(), testing::SizeIs(300));
+  EXPECT_THAT(values(machine.networkGroup("staff"), "GroupMembership"), testing::SizeIs(300));
+}
+
+TEST_F(NssNode, TellsNoHiddenMembersOfMoreUsersThanItCanAskAbout) {
+  machine.serveMany(1001);
+  machine.serve("enumerates", "");
+  EXPECT_THAT(machine.allNetworkUsers(), testing::SizeIs(1001));
+  EXPECT_THAT([&] { values(machine.networkGroup("staff"), "GroupMembership"); },
+              ThrowsMessage<PlatformException>(HasSubstr("hides its members")));
+  EXPECT_THAT(values(machine.networkGroup("fay"), "GroupMembership"), IsEmpty());
+  EXPECT_THAT(values(machine.networkGroup("pupils"), "GroupMembership"), testing::SizeIs(1001))
+      << "by primary group";
 }
 
 TEST_F(NssNode, CountsWhoWasSeenHereAmongTheMembersOfTheirPrimaryGroup) {
