@@ -20,9 +20,11 @@ LazyLibrary::LazyLibrary(const char* soname, const char* package)
 }
 
 void* LazyLibrary::address(const char* name) const {
-  void* found = dlsym(mHandle, name);
-  if (found == nullptr) throw PlatformException(dlerror());
-  return found;
+  void* there = found(name);
+  if (there == nullptr) throw PlatformException(dlerror());
+  return there;
 }
+
+void* LazyLibrary::found(const char* name) const { return dlsym(mHandle, name); }
 
 }  // namespace gatehall

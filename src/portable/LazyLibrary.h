@@ -18,8 +18,15 @@ class LazyLibrary {
     return reinterpret_cast<Function*>(address(name));
   }
 
+  /// What the library has under that name; nullptr when it has nothing.
+  template <class Type>
+  Type* find(const char* name) const {
+    return static_cast<Type*>(found(name));
+  }
+
  private:
   void* address(const char* name) const;
+  void* found(const char* name) const;
 
   void* mHandle;
 };

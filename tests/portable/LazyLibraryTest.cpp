@@ -39,5 +39,11 @@ TEST(LazyLibrary, FindsFunctionsAndSaysWhichThereIsNone) {
   EXPECT_THROW(library.function<void()>("nowhere"), PlatformException);
 }
 
+TEST(LazyLibrary, FindsVariablesAndNothingWhereThereIsNone) {
+  const LazyLibrary library("libm.so.6", "libc6");
+  EXPECT_NE(library.find<int>("signgam"), nullptr);
+  EXPECT_EQ(library.find<int>("nowhere"), nullptr);
+}
+
 }  // namespace
 }  // namespace gatehall

@@ -95,5 +95,10 @@ TEST(LdapLibrary, WaitsForNoNameServerToStart) {
   GTEST_FLAG_SET(death_test_style, "fast");
 }
 
+TEST(LdapLibrary, IsUsedWhereItKeepsTheNameOfThisMachineElsewhere) {
+  EXPECT_FALSE(ldap::forgetOwnName(LazyLibrary("libm.so.6", "libc6")));
+  EXPECT_TRUE(ldap::Library::get().takesLocalhostAsItStands);
+}
+
 }  // namespace
 }  // namespace gatehall

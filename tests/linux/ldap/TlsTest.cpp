@@ -1,3 +1,8 @@
+#include <array>
+#include <cstdio>
+#include <dlfcn.h>
+#include <unistd.h>
+
 #include "tests/linux/ldap/fixture/Certificates.h"
 #include "tests/linux/ldap/fixture/LdapMachine.h"
 #include "tests/linux/ldap/fixture/ScriptedServer.h"
@@ -126,6 +131,24 @@ TEST_F(LdapTls, SaysThatACertificateIsByAnotherAuthority) {
   EXPECT_THAT(
       machine.log.lines(),
       ElementsAre(HasSubstr("TLS fails: its certificate is by no authority of /etc/other-ca.pem")));
+}
+
+TEST_F(LdapTls, TakesNoCertificateForLocalhostsWhereTheProgramKeepsTheNameOfThisMachine) {
+  // In a process that has not started the library yet, and has SASL for itself.
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        if (dlopen("libsasl2.so.2", RTLD_NOW | RTLD_GLOBAL) == nullptr) _exit(2);
+        const ScriptedServer server([](ScriptedServer::Peer&) {});
+        auto uri = server.uri();
+        uri.replace(0, 4, "ldaps");
+        configure(uri.replace(uri.find("127.0.0.1"), 9, "localhost"));
+        const bool isFound = machine.node("ldap/test") != nullptr;
+        for (const auto& line : machine.log.lines()) std::fprintf(stderr, "%s\n", line.c_str());
+        _exit(isFound ? 1 : 0);
+      },
+      testing::ExitedWithCode(0), "whether a certificate is for localhost can't be told here");
+  GTEST_FLAG_SET(death_test_style, "fast");
 }
 
 TEST_F(LdapTls, NeedsTheFileOfCertificates) {

@@ -8,6 +8,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "base/Ascii.h"
 #include "linux/files/FileDescriptor.h"
 #include "linux/files/HostPath.h"
 #include "linux/ldap/client/Credentials.h"
@@ -113,8 +114,14 @@ bool negotiateTls(const Dialogue& dialogue, const Settings& settings, const std:
                   Deadline deadline, const ClientCertificate* certificate) {
   const auto& server = dialogue.server();
   auto* session = dialogue.ldap();
-  const int require =
-      settings.tls == Settings::Tls::Verified ? LDAP_OPT_X_TLS_HARD : LDAP_OPT_X_TLS_NEVER;
+  const bool isVerified = settings.tls == Settings::Tls::Verified;
+  if (isVerified && !library().takesLocalhostAsItStands &&
+      ascii::isSame(server.host, "localhost")) {
+    throw DirectoryUnreachable(server.text +
+                               ": TLS can't be set up: whether a certificate is for localhost "
+                               "can't be told here, for 127.0.0.1 it can");
+  }
+  const int require = isVerified ? LDAP_OPT_X_TLS_HARD : LDAP_OPT_X_TLS_NEVER;
   setOption(session, LDAP_OPT_X_TLS_REQUIRE_CERT, require, server);
   // The subject's common name is for certificates without other names (RFC 6125, 6.4.4).
   const int names = LDAP_OPT_X_TLS_TRY;

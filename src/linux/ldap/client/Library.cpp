@@ -141,15 +141,14 @@ void initialize(const Library& ldap) {
   ldap.get_option(nullptr, LDAP_OPT_PROTOCOL_VERSION, &version);
 }
 
-/// The library takes a server called "localhost" for one with this machine's name when it looks at
-/// its certificate, which is then for another name than was asked for (RFC 6125, 6.4). Without the
-/// machine's name it takes it as it stands.
-void forgetOwnName(const Library& ldap) {
-  auto** name = ldap.ldap.function<char*>("ldap_int_hostname");
-  ldap.memfree(std::exchange(*name, nullptr));
-}
-
 }  // namespace
+
+bool forgetOwnName(const LazyLibrary& ldap) {
+  auto** name = ldap.find<char*>("ldap_int_hostname");
+  if (name == nullptr) return false;
+  ldap.function<void(void*)>("ldap_memfree")(std::exchange(*name, nullptr));
+  return true;
+}
 
 const Library& Library::get() {
   static const Library library = [] {
@@ -159,7 +158,7 @@ const Library& Library::get() {
     Library mapped;
     if (!isProgramsOwn) leaveMechanismsOut(mapped.ldap);
     initialize(mapped);
-    if (!isProgramsOwn) forgetOwnName(mapped);
+    mapped.takesLocalhostAsItStands = !isProgramsOwn && forgetOwnName(mapped.ldap);
     return mapped;
   }();
   return library;

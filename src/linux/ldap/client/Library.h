@@ -56,8 +56,19 @@ struct Library {
 #undef GATEHALL_LDAP
 #undef GATEHALL_BER
 
+  /// Whether a certificate is held against the name "localhost" as it stands. Where it isn't, in a
+  /// program that has SASL for itself and with a library that keeps its names elsewhere, the
+  /// certificate of a server called so can't be checked: one for this machine's name would do.
+  bool takesLocalhostAsItStands = false;
+
   static const Library& get();
 };
+
+/// The library takes a server called "localhost" for one with this machine's name when it looks at
+/// its certificate, which is then for another name than was asked for (RFC 6125, 6.4). Without the
+/// machine's name it takes it as it stands: from now on, or false where the library, whose variable
+/// is none of its interface, has no such one.
+bool forgetOwnName(const LazyLibrary& ldap);
 
 /// Frees what the library allocates.
 struct Free {
