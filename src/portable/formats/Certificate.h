@@ -19,4 +19,9 @@ struct Certificate {
 /// it, GnuTLS, is missing.
 std::optional<Certificate> readCertificate(std::string_view bytes, const std::string& host);
 
+/// Whether one of the authorities' certificates (PEM) is that of who issued the certificate (DER),
+/// as far as both say so. Empty where either can't be read, and for more authorities than a machine
+/// has. Raises as above.
+std::optional<bool> isIssuerAmong(std::string_view bytes, std::string_view authorities);
+
 }  // namespace gatehall

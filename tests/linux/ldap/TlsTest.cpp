@@ -1,7 +1,4 @@
-#include <array>
 #include <cstdio>
-#include <dlfcn.h>
-#include <unistd.h>
 
 #include "tests/linux/ldap/fixture/Certificates.h"
 #include "tests/linux/ldap/fixture/LdapMachine.h"
@@ -11,6 +8,7 @@ namespace gatehall {
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -131,6 +129,14 @@ TEST_F(LdapTls, SaysThatACertificateIsByAnotherAuthority) {
   EXPECT_THAT(
       machine.log.lines(),
       ElementsAre(HasSubstr("TLS fails: its certificate is by no authority of /etc/other-ca.pem")));
+}
+
+TEST_F(LdapTls, SaysNothingOfAnAuthorityThatTheFileHas) {
+  const Slapd server(with("weak"));
+  configure(server.tlsURI());
+  machine.expectOnlyLocalAccounts();
+  EXPECT_THAT(machine.log.lines(),
+              ElementsAre(EndsWith("TLS fails: its certificate is not accepted")));
 }
 
 TEST_F(LdapTls, TakesNoCertificateForLocalhostsWhereTheProgramKeepsTheNameOfThisMachine) {

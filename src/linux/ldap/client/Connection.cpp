@@ -157,6 +157,16 @@ std::string dayOf(std::chrono::sys_seconds time) {
   return text.data();
 }
 
+/// Whether it is known that the certificate's issuer is none of the authorities in the file.
+bool isByNoneOf(std::string_view certificate, const std::string& file) {
+  constexpr std::size_t kLargest = std::size_t{16} << 20U;
+  struct stat status {};
+  int error = 0;
+  const auto opened = openRegularFile(file, Symlinks::Follow, status, error);
+  const auto authorities = error == 0 ? readWhole(opened, kLargest, error) : std::nullopt;
+  return authorities && isIssuerAmong(certificate, *authorities) == std::optional(false);
+}
+
 /// What is wrong with the certificate of a server that was not accepted, which is looked at over a
 /// connection on which nothing else is done.
 std::string faultOfCertificate(const URI& server, Settings settings, const std::string& root,
@@ -176,7 +186,10 @@ std::string faultOfCertificate(const URI& server, Settings settings, const std::
     return "its certificate has expired on " + dayOf(certificate->until);
   }
   if (certificate && !certificate->isForHost) return "its certificate is not for " + server.host;
-  return "its certificate is by no authority of " + settings.caFile;
+  if (certificate && isByNoneOf(textOf(bytes), hostPath(root, settings.caFile))) {
+    return "its certificate is by no authority of " + settings.caFile;
+  }
+  return "its certificate is not accepted";
 }
 
 /// Why TLS could not be negotiated.
