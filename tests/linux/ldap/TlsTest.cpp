@@ -1,4 +1,6 @@
 #include <cstdio>
+#include <dlfcn.h>
+#include <unistd.h>
 
 #include "tests/linux/ldap/fixture/Certificates.h"
 #include "tests/linux/ldap/fixture/LdapMachine.h"
