@@ -505,7 +505,7 @@ std::string Directory::readDomain() {
   const auto sids = names.size() == 1 ? readAttribute(names.front(), "objectSid").values : names;
   const auto sid = sids.size() == 1 ? securityID::text(sids.front()) : std::nullopt;
   if (!sid || !securityID::isDomain(*sid)) {
-    throw DirectoryUnreachable(whyAway("its domain's objectSid can't be read"));
+    throw PlatformException(whyAway("its domain's objectSid can't be read"));
   }
   return *sid;
 }

@@ -231,4 +231,12 @@ TEST(LdapMappedDomains, ThatCannotBeReadLeaveTheDirectoryAway) {
   machine.expectOnlyLocalAccounts();
 }
 
+TEST(LdapMappedDomains, ThatCannotBeReadMakeNobodyAbsent) {
+  const DomainController nobody("S-1-5-32", entry("user", "ina", sid("1105")));
+  LdapMachine machine;
+  machine.configure(table("test", nobody.slapd, "map-ids = true\nwhen-away = \"ignore\"\n"));
+  EXPECT_THAT([&] { machine.anywhere({"ina"}); },
+              ThrowsMessage<PlatformException>(HasSubstr("its domain's objectSid can't be read")));
+}
+
 }  // namespace gatehall
