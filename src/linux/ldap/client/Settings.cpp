@@ -54,9 +54,7 @@ class DirectoryReader : DirectoryTable {
     readAttributes("users", settings.userAttributes);
     readAttributes("groups", settings.groupAttributes);
     readFlag("map-ids", settings.mapsIDs);
-    if (settings.mapsIDs && settings.profile != Profile::ActiveDirectory) {
-      refuse("map-ids", "needs the profile active-directory");
-    }
+    if (settings.mapsIDs) checkMapping(settings);
     readChoice("tls",
                std::array{std::pair("verified", Settings::Tls::Verified),
                           std::pair("unverified", Settings::Tls::Unverified),
@@ -155,6 +153,21 @@ class DirectoryReader : DirectoryTable {
         names.emplace(attribute::canonical(kind.str()), text->get());
       }
     }
+  }
+
+  void checkMapping(const Settings& settings) {
+    if (settings.profile != Profile::ActiveDirectory) {
+      refuse("map-ids", "needs the profile active-directory");
+    }
+    const auto refuseBeside = [&](const std::string& key, const Settings::AttributeNames& names) {
+      for (const auto kind : {attribute::UniqueID, attribute::PrimaryGroupID}) {
+        if (!names.contains(kind)) continue;
+        refuse("map-ids", "stands beside " + key + "." + std::string(kind) +
+                              ": ids are mapped or read, not both");
+      }
+    };
+    refuseBeside("users", settings.userAttributes);
+    refuseBeside("groups", settings.groupAttributes);
   }
 
   void readCertificate(Settings& settings) {

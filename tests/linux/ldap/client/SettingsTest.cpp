@@ -122,6 +122,25 @@ TEST_F(LdapSettingsFile, MayNameAnAccountOfActiveDirectoryByItsPrincipalName) {
   }
 }
 
+TEST_F(LdapSettingsFile, EitherMapsIDsOrNamesTheirAttributes) {
+  const auto areRead = [this](const std::string& line) {
+    return !read(std::string(kGood) + "profile = \"active-directory\"\nmap-ids = true\n" + line)
+                .empty();
+  };
+  EXPECT_TRUE(areRead("users.FullName = \"name\"\ngroups.GroupMembers = \"members\"\n"));
+  const std::pair<const char*, const char*> beside[] = {
+      {"users.UniqueID", "employeeNumber"},
+      {"users.PrimaryGroupID", "employeeNumber"},
+      {"groups.PrimaryGroupID", ""},
+      {"groups.UniqueID", "employeeNumber"},
+  };
+  for (const auto& [key, name] : beside) {
+    EXPECT_FALSE(areRead(std::string(key) + " = \"" + name + "\"\n")) << key;
+    EXPECT_THAT(unusable.at(0).fault,
+                HasSubstr(std::string("map-ids stands beside ") + key + ": ids are mapped or"));
+  }
+}
+
 TEST_F(LdapSettingsFile, HasNoUseForADirectoryThatIsWrittenWrongAndSaysWhere) {
   const std::vector<std::pair<std::string, std::string>> wrong{
       {"name = 5", "directory.name is not a text"},
