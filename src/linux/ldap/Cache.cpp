@@ -103,6 +103,17 @@ void Cache::keepAll(Type type, Entries entries) {
   mAnswers.lists.insert_or_assign(keyOfAll(type), Lists{time, std::move(entries)});
 }
 
+bool Cache::hasMoreUsersThan(std::size_t most) {
+  const std::lock_guard lock(mMutex);
+  // Fewer come to nothing where more did.
+  return mMoreUsersThan && isGood(mMoreUsersThan->time, now()) && most <= mMoreUsersThan->content;
+}
+
+void Cache::keepMoreUsersThan(std::size_t most) {
+  const std::lock_guard lock(mMutex);
+  mMoreUsersThan = {now(), most};
+}
+
 std::optional<std::shared_ptr<const Entry>> Cache::findName(std::string_view name) {
   return findIn(mAnswers.names, name);
 }
@@ -118,6 +129,7 @@ void Cache::drop() {
   Answers dropped;
   const std::lock_guard lock(mMutex);
   std::swap(dropped, mAnswers);
+  mMoreUsersThan.reset();
 }
 
 }  // namespace gatehall::ldap

@@ -37,6 +37,10 @@ class Cache {
   std::optional<Entries> findAll(Type type);
   void keepAll(Type type, Entries entries);
 
+  /// Whether all users, asked for up to so many, are known to be more, or in doubt.
+  bool hasMoreUsersThan(std::size_t most);
+  void keepMoreUsersThan(std::size_t most);
+
   /// The entry of a name in its canonical spelling; nullptr for one that is no user and no group.
   std::optional<std::shared_ptr<const Entry>> findName(std::string_view name);
   void keepName(std::string_view name, std::shared_ptr<const Entry> entry);
@@ -74,6 +78,7 @@ class Cache {
   Clock& mClock;
   std::mutex mMutex;
   Answers mAnswers;
+  std::optional<Answer<std::size_t>> mMoreUsersThan;
   double mDroppedOld = 0;
 };
 

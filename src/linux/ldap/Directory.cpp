@@ -384,7 +384,10 @@ Entries Directory::search(std::vector<Search> searches, Unreadable entry,
   return collector.take();
 }
 
-std::optional<Entries> Directory::searchUpTo(std::size_t most, const Search& search) {
+std::optional<Entries> Directory::searchUsersUpTo(std::size_t most) {
+  constexpr std::array kUser{Type::User};
+  const auto searches = searchesFor(kUser, {}, true);
+  if (cache().hasMoreUsersThan(most)) return std::nullopt;
   Collector collector(*this, mappedDomain(), *mLocalAccounts, *mFaults, true, Unreadable::FailsIt,
                       nullptr);
   collector.limitTo(most);
@@ -395,8 +398,9 @@ std::optional<Entries> Directory::searchUpTo(std::size_t most, const Search& sea
       isWhole = false;
       try {
         const auto result =
-            connection.search({&search, 1}, mServers.limits(), collector.sink()).front();
-        isWhole = result.isSuccess() && result.referrals.empty();
+            connection.search(searches, mServers.limits(), collector.sink()).front();
+        // References beside entries are what no search here counts in, unless they are followed.
+        isWhole = result.isSuccess() && (result.referrals.empty() || !settings().followsReferrals);
       } catch (const ConnectionLost&) {
         throw;
       } catch (const PlatformException&) {
@@ -404,9 +408,11 @@ std::optional<Entries> Directory::searchUpTo(std::size_t most, const Search& sea
       }
     });
   } catch (const InDoubt&) {
-    return std::nullopt;
+    isWhole = false;
   }
-  return isWhole ? std::optional(collector.take()) : std::nullopt;
+  if (isWhole) return collector.take();
+  cache().keepMoreUsersThan(most);
+  return std::nullopt;
 }
 
 void Directory::follow(Referrals referrals, const std::vector<Search>& searches,

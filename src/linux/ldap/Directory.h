@@ -74,10 +74,10 @@ class Directory {
     return search(std::move(searches), entry, nullptr);
   }
 
-  /// All that one search finds, unless that is more than so many entries, or is not beyond doubt:
-  /// the server refuses a part of it or leaves it to others, an entry can't be read, two have the
-  /// same GUID. Empty then. Raises as search does.
-  std::optional<Entries> searchUpTo(std::size_t most, const Search& search);
+  /// All users, unless those are more than so many entries, or not beyond doubt: the server refuses
+  /// a part of them or leaves it to others that are followed, an entry can't be read, two have the
+  /// same GUID. Empty then, which is kept in the cache. Raises as search does.
+  std::optional<Entries> searchUsersUpTo(std::size_t most);
 
   /// A user that no search brings, and why: as NetworkNode::LeftOut says it.
   struct LeftOut {

@@ -69,9 +69,7 @@ std::size_t mostUsersFor(std::size_t names) { return names + names / 4; }
 /// The users with the names, out of all users, if those are few enough and all beyond doubt.
 std::optional<Entries> searchAmongAll(Directory& directory,
                                       const std::unordered_set<std::string>& names) {
-  constexpr std::array kUser{Type::User};
-  const auto searches = directory.searchesFor(kUser, {}, true);
-  auto found = directory.searchUpTo(mostUsersFor(names.size()), searches.front());
+  auto found = directory.searchUsersUpTo(mostUsersFor(names.size()));
   if (!found) return std::nullopt;
   std::erase_if(*found, [&](const auto& entry) {
     return std::ranges::none_of(entry->of(Slot::Name), [&](const Entry::Value& name) {

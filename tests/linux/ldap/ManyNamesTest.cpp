@@ -51,6 +51,9 @@ class LdapManyNames : public testing::Test {
   Strings lookUp(const Strings& wanted, std::size_t atOnce) {
     LdapMachine machine;
     machine.configure(mTable);
+    return lookUpOn(machine, wanted, atOnce);
+  }
+  Strings lookUpOn(LdapMachine& machine, const Strings& wanted, std::size_t atOnce) {
     const auto node = machine.node();
     const auto before = ldap::Connection::searchesSent();
     Strings guids;
@@ -103,6 +106,38 @@ TEST_F(LdapManyNames, AreLookedUpWhereThereAreFarMoreUsers) {
   EXPECT_EQ(mSearches, 2U) << "no more than a quarter besides";
   EXPECT_THAT(foundAtOnce(names(0, kMany - 1)), SizeIs(kMany - 1));
   EXPECT_EQ(mSearches, 10U) << "too few names";
+}
+
+TEST_F(LdapManyNames, HaveAllUsersAskedForOnceWhereThoseAreTooMany) {
+  const Slapd slapd(unlimited(usersLdif(3 * kMany + 200)));
+  configure(slapd.uri());
+  LdapMachine machine;
+  machine.configure(mTable);
+  const auto searchesFor = [&](int first, int last) {
+    EXPECT_THAT(lookUpOn(machine, names(first, last), kMany * 2), SizeIs(last - first));
+    return mSearches;
+  };
+  EXPECT_EQ(searchesFor(0, kMany), 12U) << "pages of all, and the names by a hundred";
+  EXPECT_EQ(searchesFor(kMany, 2 * kMany), 10U) << "a moment later";
+  EXPECT_GT(searchesFor(2 * kMany, 3 * kMany + 200), 12U) << "more than all were asked for before";
+  machine.clock.seconds += 6;
+  EXPECT_EQ(searchesFor(0, kMany), 12U) << "once that is no longer known";
+}
+
+TEST_F(LdapManyNames, AreFoundAmongAllBesideReferencesThatNobodyFollows) {
+  const Slapd elsewhere({.ldif = ldifOf(LdifUser{"far", 9000, 100, "", guid(9000)})});
+  const Slapd slapd(unlimited(
+      usersLdif(kMany) +
+      "dn: ou=far,dc=example,dc=org\nobjectClass: referral\nobjectClass: extensibleObject\n"
+      "ou: far\nref: " +
+      elsewhere.uri() + "/dc=example,dc=org\n\n"));
+  auto wanted = names(0, kMany);
+  wanted.emplace_back("far");
+  configure(slapd.uri());
+  EXPECT_THAT(foundAtOnce(wanted), SizeIs(kMany));
+  EXPECT_LE(mSearches, 2U) << "pages";
+  configure(slapd.uri(), "follow-referrals = true\n");
+  EXPECT_THAT(foundAtOnce(wanted), SizeIs(kMany + 1));
 }
 
 TEST_F(LdapManyNames, AreLookedUpWhereAServerGivesNoMoreEntries) {
