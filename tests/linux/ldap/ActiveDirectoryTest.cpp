@@ -143,6 +143,15 @@ TEST_F(LdapActiveDirectory, HasNoUsersWithoutAUserID) {
   EXPECT_THAT(leftOut("ina").first, IsEmpty());
 }
 
+TEST_F(LdapActiveDirectory, HasNobodyWhomAListCouldMeanByTheGUIDOfSuchAnEntry) {
+  const auto node = machine.directory().networkNodes().front();
+  const auto guid = node->leftOut(attribute::RecordName, "nora").at(0).guid;
+  EXPECT_EQ(node->leftOut(attribute::GUID, guid).at(0).rule, "no user id");
+  for (const auto match : {MatchType::EqualTo, MatchType::EqualToIgnoringCase}) {
+    EXPECT_THAT(machine.userNames("GUID", match, {guid}), IsEmpty());
+  }
+}
+
 TEST_F(LdapActiveDirectory, HasNoUsersThatAreMachines) {
   EXPECT_EQ(machine.networkUser("pc1$"), nullptr);
   EXPECT_THAT(machine.userNames("UniqueID", MatchType::EqualTo, {"5000", "5002"}),
