@@ -1,5 +1,8 @@
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "linux/ldap/client/Credentials.h"
+#include "linux/records/NetworkNode.h"
 #include "tests/linux/ldap/fixture/Certificates.h"
 #include "tests/linux/ldap/fixture/LdapMachine.h"
 
@@ -163,6 +166,40 @@ TEST_F(LdapClientCertificates, AreThere) {
   std::filesystem::remove(machine.path("/etc/gatehall/host.pem"));
   configure(open().tlsURI());
   expectAway("the certificate file /etc/gatehall/host.pem can't be used: it isn't there");
+}
+
+TEST_F(LdapClientCertificates, ThatTheHostCantReadLeaveOnlyTheirDirectoryAway) {
+  std::filesystem::create_symlink("loop", machine.path("/etc/loop"));
+  const std::string fault = " file /etc/loop/host can't be used: ";
+  configure(open().tlsURI(),
+            "certificate = \"/etc/loop/host\"\nkey = \"/etc/gatehall/host.key\"\n");
+  expectAway("the certificate" + fault);
+  LdapMachine asked;
+  std::filesystem::create_symlink("loop", asked.path("/etc/loop"));
+  asked.write("/etc/gatehall/host.pem", "");
+  asked.configure(LdapMachine::table("test", LdapMachine::quoted(open().tlsURI()),
+                                     "certificate = \"/etc/gatehall/host.pem\"\n"
+                                     "key = \"/etc/loop/host\"\n"));
+  asked.expectOnlyLocalAccounts();
+  EXPECT_THAT(asked.log.lines(), ElementsAre(HasSubstr("the key" + fault)));
+}
+
+TEST_F(LdapClientCertificates, WithoutADescriptorForThemLeaveTheirDirectoryAway) {
+  ldap::Settings settings;
+  settings.certificateFile = "/etc/gatehall/host.pem";
+  settings.keyFile = kKey;
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit none{0, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  std::string fault;
+  try {
+    ldap::readClientCertificate(machine.options, settings);
+  } catch (const DirectoryUnreachable& failure) {
+    fault = failure.what();
+  }
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_THAT(fault, HasSubstr("the certificate file /etc/gatehall/host.pem can't be used: "));
 }
 
 TEST_F(LdapClientCertificates, GoToNoServerThatAnotherOneNames) {

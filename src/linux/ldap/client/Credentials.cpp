@@ -44,6 +44,15 @@ SecretFile keyFile(const std::string& path) {
                              " can't be used: " + why);
 }
 
+/// Where the file stands. Whatever is wrong with it is the directory's matter, never the machine's.
+std::string placeOf(const HostOptions& options, const SecretFile& file) {
+  try {
+    return hostPath(options, file.path, Symlinks::Refuse);
+  } catch (const PlatformException& failure) {
+    fail(file, failure.what());
+  }
+}
+
 std::string distrust(const HostOptions& options, const struct stat& status) {
   if (status.st_uid != systemOwner(options) && status.st_uid != geteuid()) {
     return "it belongs to user " + std::to_string(status.st_uid);
@@ -61,8 +70,7 @@ std::string distrust(const HostOptions& options, const struct stat& status) {
 std::unique_ptr<SecretText> readFile(const HostOptions& options, const SecretFile& file) {
   struct stat status {};
   int error = 0;
-  const auto opened = openRegularFile(hostPath(options, file.path, Symlinks::Refuse),
-                                      Symlinks::Refuse, status, error);
+  const auto opened = openRegularFile(placeOf(options, file), Symlinks::Refuse, status, error);
   if (error != 0) fail(file, std::generic_category().message(error));
   if (const auto why = distrust(options, status); !why.empty()) fail(file, why);
 
@@ -127,9 +135,13 @@ std::unique_ptr<SecretText> askMonitorForKey(Monitor& monitor, const SecretFile&
 
 std::string readChain(const HostOptions& options, const std::string& file) {
   std::string fault;
-  auto chain = readOwnedFile(hostPath(options, file, Symlinks::Refuse),
-                             {systemOwner(options), geteuid()}, kLongestChain, fault);
-  if (chain) return std::move(*chain);
+  try {
+    auto chain = readOwnedFile(hostPath(options, file, Symlinks::Refuse),
+                               {systemOwner(options), geteuid()}, kLongestChain, fault);
+    if (chain) return std::move(*chain);
+  } catch (const PlatformException& failure) {
+    fault = failure.what();
+  }
   throw DirectoryUnreachable("the certificate file " + file +
                              " can't be used: " + (fault.empty() ? "it isn't there" : fault));
 }
