@@ -1,3 +1,4 @@
+#include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -200,6 +201,20 @@ TEST_F(LdapClientCertificates, WithoutADescriptorForThemLeaveTheirDirectoryAway)
   }
   setrlimit(RLIMIT_NOFILE, &before);
   EXPECT_THAT(fault, HasSubstr("the certificate file /etc/gatehall/host.pem can't be used: "));
+}
+
+TEST_F(LdapClientCertificates, ThatMemoryDoesntHoldLeaveTheDirectoryAway) {
+  configure(open().tlsURI());
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit few{16, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &few), 0);
+  expectAway(
+      "TLS can't be set up: /etc/gatehall/host.pem and its key can't be held in memory: File too "
+      "large");
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
 }
 
 TEST_F(LdapClientCertificates, GoToNoServerThatAnotherOneNames) {

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdio>
 #include <sys/mman.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -67,30 +68,38 @@ std::unique_ptr<Dialogue> startDialogue(const URI& server, const std::string& ro
   return dialogue;
 }
 
+/// The number of a new file in memory, or -1 with errno.
+int makeMemoryFile() {
+  // A machine may have no others than those that can't be executed (vm.memfd_noexec); before Linux
+  // 6.3 there are none. MFD_NOEXEC_SEAL of linux/memfd.h, which the C library may be older than.
+  constexpr unsigned kNeverExecuted = 0x0008;
+  const int number = memfd_create("gatehall", MFD_CLOEXEC | kNeverExecuted);
+  return number < 0 && errno == EINVAL ? memfd_create("gatehall", MFD_CLOEXEC) : number;
+}
+
 /// A file in memory alone: the library reads a certificate and its key by their paths.
 class MemoryFile {
  public:
-  explicit MemoryFile(std::string_view content) : mFile(memfd_create("gatehall", MFD_CLOEXEC)) {
-    while (mFile.isOpen() && !content.empty()) {
+  /// Raises std::system_error when the content can't be held there.
+  explicit MemoryFile(std::string_view content) : mFile(makeMemoryFile()) {
+    if (!mFile.isOpen()) throw std::system_error(errno, std::generic_category());
+    while (!content.empty()) {
       const auto count = write(mFile.number(), content.data(), content.size());
       if (count < 0 && errno == EINTR) continue;
-      if (count <= 0) break;
+      if (count < 0) throw std::system_error(errno, std::generic_category());
       content.remove_prefix(static_cast<std::size_t>(count));
     }
-    mIsWhole = mFile.isOpen() && content.empty();
   }
 
-  bool isWhole() const { return mIsWhole; }
   std::string path() const { return "/proc/self/fd/" + std::to_string(mFile.number()); }
 
  private:
   FileDescriptor mFile;
-  bool mIsWhole = false;
 };
 
 /// Has the session, which is set up without, show servers the certificate.
 void showCertificate(const Dialogue& dialogue, const Settings& settings,
-                     const ClientCertificate& certificate) {
+                     const ClientCertificate& certificate) try {
   const MemoryFile chain(certificate.chain);
   const MemoryFile key(certificate.key->view());
   auto* session = dialogue.ldap();
@@ -98,7 +107,7 @@ void showCertificate(const Dialogue& dialogue, const Settings& settings,
     return library().set_option(session, option, value) == LDAP_OPT_SUCCESS;
   };
   const int isServer = 0;
-  if (chain.isWhole() && key.isWhole() && isSet(LDAP_OPT_X_TLS_CERTFILE, chain.path().c_str()) &&
+  if (isSet(LDAP_OPT_X_TLS_CERTFILE, chain.path().c_str()) &&
       isSet(LDAP_OPT_X_TLS_KEYFILE, key.path().c_str()) &&
       isSet(LDAP_OPT_X_TLS_NEWCTX, &isServer)) {
     return;
@@ -106,6 +115,10 @@ void showCertificate(const Dialogue& dialogue, const Settings& settings,
   throw DirectoryUnreachable(dialogue.server().text +
                              ": TLS can't be set up: " + settings.certificateFile + " and " +
                              settings.keyFile + " are no certificate and its key in PEM");
+} catch (const std::system_error& failure) {
+  throw DirectoryUnreachable(dialogue.server().text +
+                             ": TLS can't be set up: " + settings.certificateFile +
+                             " and its key can't be held in memory: " + failure.code().message());
 }
 
 /// Makes the connection one of TLS, as far as the server's certificate is none of the matter, or is
