@@ -7,9 +7,11 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <netinet/in.h>
 #include <set>
 #include <string>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 #include <vector>
@@ -240,6 +242,41 @@ TEST_F(HostileCaller, LeavesFewDescriptorsInVainAndNothingIsPrinted) {
   start();
   machine->run(kBob, {.userID = kAnn, .freeDescriptors = 1});
   EXPECT_EQ(machine->bus.calls(), kSwitchToBob);
+}
+
+/// A certificate and its key are written to files in memory before anything is sent.
+TEST_F(HostileCaller, LimitsFilesOfAToolWithACertificateInVainAndTheLogSaysSo) {
+  const int listening = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t length = sizeof address;
+  auto* any = reinterpret_cast<sockaddr*>(&address);
+  ASSERT_EQ(bind(listening, any, length), 0);
+  ASSERT_EQ(listen(listening, 64), 0);
+  ASSERT_EQ(getsockname(listening, any, &length), 0);
+  machine->write("gatehall/directory.toml",
+                 "[[directory]]\nname = \"school\"\nbase = \"dc=school\"\ntls = \"unverified\"\n"
+                 "certificate = \"/etc/gatehall/host.pem\"\nkey = \"/etc/gatehall/host.key\"\n"
+                 "time-limit = 60\ntotal-time-limit = 60\n"
+                 "servers = [\"ldaps://127.0.0.1:" +
+                     std::to_string(ntohs(address.sin_port)) + "\"]\n");
+  machine->write("gatehall/host.pem", "a certificate");
+  machine->write("gatehall/host.key", "its key");
+  machine->shareWithShadow("gatehall/host.key");
+  const auto asked = [&](std::uint64_t limit) {
+    const auto run = machine->run({"-switchToUserID", "4711"},
+                                  {.userID = kAnn, .limits = {{RLIMIT_FSIZE, limit}}});
+    EXPECT_EQ(run.exitStatus, 0) << limit;
+    expectSilence(run);
+    return run.decisions;
+  };
+  for (const std::uint64_t limit : {0ULL, 1ULL, 12ULL}) {
+    EXPECT_THAT(asked(limit), ElementsAre(HasSubstr("can't be held in memory"))) << limit;
+  }
+  EXPECT_THAT(asked(13), ElementsAre(HasSubstr("are no certificate and its key in PEM")));
+  close(listening);
+  expectNobodyLetIn();
 }
 
 /// Threads look the server's name up, and what ends a thread may want a library mapped.

@@ -92,8 +92,7 @@ Machine::Machine() {
   write("shadow", std::string("root:*:19000::::::\nann:!:19000::::::\nbob::19000::::::\ncarol:") +
                       kCarolHash + ":19000::::::\n");
   write("group", "root:x:0:\nshadow:x:42:\nann:x:1000:\nbob:x:1001:\ncarol:x:1002:\n");
-  require(chown((mFolder / "etc/shadow").c_str(), 0, kShadowGroup) == 0, "chown");
-  require(chmod((mFolder / "etc/shadow").c_str(), 0640) == 0, "chmod");
+  shareWithShadow("shadow");
 
   const auto tool = mFolder / "gatehall-switch";
   std::filesystem::copy_file(GATEHALL_SWITCH, tool);
@@ -125,6 +124,12 @@ void Machine::add(const std::string& name, const std::string& content) const {
 
 void Machine::remove(const std::string& name) const {
   std::filesystem::remove(mFolder / "etc" / name);
+}
+
+void Machine::shareWithShadow(const std::string& name) const {
+  const auto path = mFolder / "etc" / name;
+  require(chown(path.c_str(), 0, kShadowGroup) == 0, "chown");
+  require(chmod(path.c_str(), 0640) == 0, "chmod");
 }
 
 /// In the child: puts the machine's files, its bus, its sessions and its log where the tool finds

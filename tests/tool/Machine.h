@@ -60,6 +60,8 @@ class Machine {
   void write(const std::string& name, const std::string& content) const;
   void add(const std::string& name, const std::string& content) const;
   void remove(const std::string& name) const;
+  /// Has only the file's owner and the group of /etc/shadow read it.
+  void shareWithShadow(const std::string& name) const;
 
   /// Runs the tool under a tracer, which is given the process, stopped just before it becomes the
   /// tool, and answers the status that it ended with.

@@ -29,10 +29,13 @@ void closeOtherDescriptors() {
   if (close_range(STDERR_FILENO + 1, ~0U, 0) != 0) std::abort();
 }
 
-/// Ignored and blocked signals are inherited. A closed log socket raises SIGPIPE, which is ignored.
+/// Ignored and blocked signals are inherited. A closed log socket raises SIGPIPE, and a file in
+/// memory that outgrows the caller's limit on files SIGXFSZ (setrlimit(2)): both are ignored, for
+/// the call then says what is wrong.
 void resetSignals() {
   for (int signal = 1; signal < NSIG; ++signal) std::signal(signal, SIG_DFL);
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
