@@ -20,6 +20,7 @@
 #include "linux/files/FaultLog.h"
 #include "linux/files/FileDescriptor.h"
 #include "linux/files/HostPath.h"
+#include "linux/files/OwnedFile.h"
 #include "linux/files/TomlFile.h"
 #include "linux/ldap/client/Settings.h"
 #include "linux/local/Settings.h"
@@ -149,19 +150,40 @@ std::vector<Secret> secretsOf(const Directory& directory) {
   return secrets;
 }
 
+/// Of a file that no program reads, whatever its mode is.
+std::optional<Finding> findingOfOthersFile(const HostOptions& options, const Directory& directory,
+                                           std::string_view what, const std::string& file,
+                                           const struct stat& status) {
+  const auto report = [&](const std::string& fault, std::string toDo) {
+    return Finding{Severity::Error, file, 0,
+                   "the " + std::string(what) + " of the directory " + directory.name + " " +
+                       fault + ": the directory isn't asked because of that",
+                   std::move(toDo)};
+  };
+  if (S_ISLNK(status.st_mode)) {
+    return report("is a symbolic link", "Name the file that it leads to, or put it there.");
+  }
+  if (!S_ISREG(status.st_mode)) return report("is no regular file", "Put a file there.");
+  if (status.st_uid != systemOwner(options)) {
+    return report("belongs to user " + std::to_string(status.st_uid),
+                  "Run \"chown root " + file + "\".");
+  }
+  return std::nullopt;
+}
+
 /// Why the file is no secret.
 std::optional<Finding> findingOfSecret(const HostOptions& options, const Directory& directory,
                                        const Secret& secret) {
   const auto& file = secret.file;
   const std::string what(secret.what);
   struct stat status {};
-  const auto path = hostPath(options, file);
-  const bool isThere = stat(path.c_str(), &status) == 0;
+  const bool isThere = lstat(hostPath(options, file, Symlinks::Refuse).c_str(), &status) == 0;
   if (!isThere && errno != ENOENT) return std::nullopt;
   if (!isThere) {
     return Finding{Severity::Error, kFile, lineOf(options, directory.name, secret.setting),
                    "the " + what + " file " + file + " isn't there", secret.howToMake};
   }
+  if (auto found = findingOfOthersFile(options, directory, secret.what, file, status)) return found;
   const bool isOthers = (status.st_mode & (S_IRWXO | S_IWGRP)) != 0;
   const bool isGroups = (status.st_mode & S_IRWXG) != 0 && groupOfShadow(options) != status.st_gid;
   if (!isOthers && !isGroups) return std::nullopt;
@@ -171,34 +193,54 @@ std::optional<Finding> findingOfSecret(const HostOptions& options, const Directo
                  howToShareWithShadow(file) + std::string(secret.onceSeen)};
 }
 
-/// Of a file, or a folder on the way to it, that programs in the group of /etc/shadow can't read,
-/// by its mode: root alone has the secret then.
-std::optional<Finding> findingOfUnreadableSecret(const HostOptions& options,
-                                                 const Directory& directory, const Secret& secret) {
-  const std::filesystem::path file(secret.file);
-  const auto group = groupOfShadow(options);
-  if (!group) return std::nullopt;
+/// What programs can't read by its mode, of a file and the folders on the way to it, which have no
+/// other right than everybody and the group, if there is one. Empty: nothing.
+std::string closedPlace(const HostOptions& options, const std::filesystem::path& file,
+                        std::optional<gid_t> group) {
   const auto isClosed = [&](const std::filesystem::path& path, mode_t groups, mode_t others) {
     struct stat status {};
     if (stat(hostPath(options, path.string()).c_str(), &status) != 0) return false;
-    return (status.st_mode & (status.st_gid == *group ? groups : others)) == 0;
+    return (status.st_mode & (status.st_gid == group ? groups : others)) == 0;
   };
-  const auto report = [&](const std::string& path, std::string toDo) {
-    return Finding{Severity::Warning, path, 0,
-                   "only root can read the " + std::string(secret.what) + " of the directory " +
-                       directory.name + ": gatehalld and gatehall-switch can't ask it",
-                   std::move(toDo)};
-  };
-  if (isClosed(file, S_IRGRP, S_IROTH)) {
-    return report(file.string(), howToShareWithShadow(file.string()) + ".");
-  }
+  if (isClosed(file, S_IRGRP, S_IROTH)) return file.string();
   for (auto folder = file.parent_path(); folder != folder.root_path();
        folder = folder.parent_path()) {
-    if (isClosed(folder, S_IXGRP, S_IXOTH)) {
-      return report(folder.string(), "Let the group shadow enter the folder, or move the file.");
-    }
+    if (isClosed(folder, S_IXGRP, S_IXOTH)) return folder.string();
   }
-  return std::nullopt;
+  return {};
+}
+
+/// Of a secret that programs in the group of /etc/shadow can't read: root alone has it then.
+std::optional<Finding> findingOfUnreadableSecret(const HostOptions& options,
+                                                 const Directory& directory, const Secret& secret) {
+  const auto group = groupOfShadow(options);
+  if (!group) return std::nullopt;
+  const auto place = closedPlace(options, secret.file, group);
+  if (place.empty()) return std::nullopt;
+  return Finding{Severity::Warning, place, 0,
+                 "only root can read the " + std::string(secret.what) + " of the directory " +
+                     directory.name + ": gatehalld and gatehall-switch can't ask it",
+                 place == secret.file ? howToShareWithShadow(place) + "."
+                                      : "Let the group shadow enter the folder, or move the file."};
+}
+
+/// Of a certificate that gatehalld can't read, which is in the group of /etc/shadow, or that
+/// gatehall-switch can't, which isn't.
+std::optional<Finding> findingOfUnreadableCertificate(const HostOptions& options,
+                                                      const Directory& directory) {
+  const auto& file = directory.certificateFile;
+  const auto ofService = closedPlace(options, file, groupOfShadow(options));
+  const auto ofSwitch = closedPlace(options, file, std::nullopt);
+  if (ofService.empty() && ofSwitch.empty()) return std::nullopt;
+  std::string who = ofService.empty() ? "gatehall-switch" : "gatehalld";
+  if (!ofService.empty() && !ofSwitch.empty()) who += " and gatehall-switch";
+  const auto& place = ofSwitch.empty() ? ofService : ofSwitch;
+  return Finding{Severity::Warning, place, 0,
+                 "not everybody can read the certificate of the directory " + directory.name +
+                     ": " + who + " can't ask it",
+                 place == file
+                     ? "Run \"chmod 644 " + file + "\"; its key is what nobody else is to read."
+                     : "Let everybody enter the folder, or move the file."};
 }
 
 /// Why the certificate that servers are shown isn't used, or not by every program.
@@ -207,12 +249,15 @@ std::optional<Finding> findingOfCertificate(const HostOptions& options,
   const auto& file = directory.certificateFile;
   if (file.empty()) return std::nullopt;
   struct stat status {};
-  const bool isThere = stat(hostPath(options, file).c_str(), &status) == 0;
+  const bool isThere = lstat(hostPath(options, file, Symlinks::Refuse).c_str(), &status) == 0;
   if (!isThere && errno != ENOENT) return std::nullopt;
   if (!isThere) {
     return Finding{Severity::Error, kFile, lineOf(options, directory.name, "certificate"),
                    "the certificate file " + file + " isn't there",
                    "Put this machine's certificate there, mode 0644."};
+  }
+  if (auto found = findingOfOthersFile(options, directory, "certificate", file, status)) {
+    return found;
   }
   if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
     return Finding{Severity::Error, file, 0,
@@ -220,13 +265,7 @@ std::optional<Finding> findingOfCertificate(const HostOptions& options,
                        directory.name + ", which isn't asked because of that",
                    "Run \"chmod 644 " + file + "\"."};
   }
-  if ((status.st_mode & S_IROTH) == 0) {
-    return Finding{Severity::Warning, file, 0,
-                   "not everybody can read the certificate of the directory " + directory.name +
-                       ": gatehalld and gatehall-switch can't ask it",
-                   "Run \"chmod 644 " + file + "\"; its key is what nobody else is to read."};
-  }
-  return std::nullopt;
+  return findingOfUnreadableCertificate(options, directory);
 }
 
 /// What is wrong with the files by which the directory's account binds.

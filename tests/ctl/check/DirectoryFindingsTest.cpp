@@ -198,6 +198,63 @@ TEST_F(DirectoryFindings, AreAKeyThatOthersCanReadAndACertificateThatTheyCanWrit
   EXPECT_THAT(findingsBut(" is away: "), IsEmpty());
 }
 
+TEST_F(DirectoryFindings, AreACertificateThatTheSwitchCantRead) {
+  machine.write("/etc/gatehall/host.key", "");
+  mode("/etc/gatehall/host.key", 0640);
+  std::filesystem::create_directories(machine.path("/etc/own/keys"));
+  machine.write("/etc/own/keys/host.pem", "");
+  machine.write(kFile, directory("certificate = \"/etc/own/keys/host.pem\"\n"
+                                 "key = \"/etc/gatehall/host.key\"\n"));
+  const auto expectUnreadable = [&](const std::string& place, const std::string& who) {
+    EXPECT_THAT(findingsBut(" is away: "),
+                ElementsAre("warning " + place +
+                            " not everybody can read the certificate of the directory school: " +
+                            who + " can't ask it"));
+  };
+  mode("/etc/own/keys/host.pem", 0640);
+  expectUnreadable("/etc/own/keys/host.pem", "gatehall-switch");
+  mode("/etc/own/keys/host.pem", 0644);
+  mode("/etc/own", 0710);
+  expectUnreadable("/etc/own", "gatehall-switch");
+  mode("/etc/own", 0700);
+  expectUnreadable("/etc/own", "gatehalld and gatehall-switch");
+  mode("/etc/own", 0701);
+  expectUnreadable("/etc/own", "gatehalld");
+  mode("/etc/own", 0711);
+  EXPECT_THAT(findingsBut(" is away: "), IsEmpty());
+}
+
+TEST_F(DirectoryFindings, AreACertificateAndAKeyThatAreLinks) {
+  machine.write("/etc/own/host.pem", "");
+  machine.write("/etc/own/host.key", "");
+  mode("/etc/own/host.key", 0640);
+  std::filesystem::create_directories(machine.path("/etc/gatehall"));
+  for (const std::string file : {"host.pem", "host.key"}) {
+    std::filesystem::create_symlink("/etc/own/" + file, machine.path("/etc/gatehall/" + file));
+  }
+  machine.write(kFile, directory("certificate = \"/etc/gatehall/host.pem\"\n"
+                                 "key = \"/etc/gatehall/host.key\"\n"));
+  const std::string fault =
+      " of the directory school is a symbolic link: the directory isn't asked because of that";
+  EXPECT_THAT(findings(), ElementsAre("error /etc/gatehall/host.key the key" + fault,
+                                      "error /etc/gatehall/host.pem the certificate" + fault));
+}
+
+TEST_F(DirectoryFindings, AreACertificateAndAKeyOfAnotherUsers) {
+  if (geteuid() != 0) GTEST_SKIP() << "Only root can give files to others.";
+  machine.write(kFile, directory("certificate = \"/etc/gatehall/host.pem\"\n"
+                                 "key = \"/etc/gatehall/host.key\"\n"));
+  for (const auto* file : {"/etc/gatehall/host.pem", "/etc/gatehall/host.key"}) {
+    machine.write(file, "");
+    mode(file, 0600);
+    ASSERT_EQ(chown(machine.path(file).c_str(), 1000, 0), 0);
+  }
+  const std::string fault =
+      " of the directory school belongs to user 1000: the directory isn't asked because of that";
+  EXPECT_THAT(findings(), ElementsAre("error /etc/gatehall/host.key the key" + fault,
+                                      "error /etc/gatehall/host.pem the certificate" + fault));
+}
+
 TEST_F(DirectoryFindings, AreADirectoryThatIsSlow) {
   machine.write(kFile, directory(""));
   const auto found = [&](double seconds) {
