@@ -1,5 +1,6 @@
 #include "linux/MonitorAnswers.h"
 
+#include "linux/files/HostOptions.h"
 #include "linux/ldap/client/Credentials.h"
 #include "linux/local/PasswordMonitor.h"
 
@@ -12,7 +13,7 @@ void answerInMonitor(const MonitorMessage& question, MonitorMessage& answer) {
       return local::answerAboutPassword(question, answer);
     case MonitorQuestion::BindPassword:
     case MonitorQuestion::ClientKey:
-      return ldap::answerAboutCredentials(question, answer);
+      return ldap::answerAboutCredentials(HostOptions(), question, answer);
   }
 }
 

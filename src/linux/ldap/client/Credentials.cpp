@@ -195,10 +195,10 @@ std::unique_ptr<ClientCertificate> readClientCertificate(const HostOptions& opti
   return certificate;
 }
 
-void answerAboutCredentials(const MonitorMessage& question, MonitorMessage& answer) {
+void answerAboutCredentials(const HostOptions& options, const MonitorMessage& question,
+                            MonitorMessage& answer) {
   answer.question = question.question;
   answer.answer = MonitorAnswer::Untold;
-  const HostOptions options;
   const std::string path(question.textValue().value_or(""));
   const bool isKey = question.question == MonitorQuestion::ClientKey;
   const auto file = isKey ? keyFile(path) : passwordFile(path);

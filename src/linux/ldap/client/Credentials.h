@@ -36,6 +36,7 @@ std::unique_ptr<ClientCertificate> readClientCertificate(const HostOptions& opti
 /// a key, the bytes from the question's number on, and an empty text for no
 /// more. Untold: any other file, and one that the functions above would not
 /// read.
-void answerAboutCredentials(const MonitorMessage& question, MonitorMessage& answer);
+void answerAboutCredentials(const HostOptions& options, const MonitorMessage& question,
+                            MonitorMessage& answer);
 
 }  // namespace gatehall::ldap
